@@ -1,0 +1,100 @@
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sim/duel.h"
+#include "sim/random_policy.h"
+
+namespace kelvane::sim {
+namespace {
+
+// Whole rounds of random play through both engines, with the stream cut at random and every
+// check of the lock-step harness made, as the tests run them.
+void BM_DuelRounds(benchmark::State& state) {
+    constexpr int kRoundsPerDuel = 20;
+    std::uint64_t seed = 1;
+    long long rounds = 0;
+    long long duels = 0;
+    long long stuck = 0;
+    std::string failure;
+    for (auto _ : state) {
+        RandomPolicy server(seed * 2);
+        RandomPolicy client(seed * 2 + 1);
+        const DuelResult result = PlayDuel(seed++, server, client, kRoundsPerDuel);
+        if (!result.failure.empty()) {
+            failure = result.failure;
+            state.SkipWithError(failure.c_str());
+            break;
+        }
+        rounds += result.rounds;
+        stuck += result.stuck ? 1 : 0;
+        ++duels;
+    }
+    state.counters["rounds"] =
+        benchmark::Counter(static_cast<double>(rounds), benchmark::Counter::kIsRate);
+    state.counters["stuck_duels"] =
+        duels > 0 ? static_cast<double>(stuck) / static_cast<double>(duels) : 0.0;
+}
+BENCHMARK(BM_DuelRounds)->Unit(benchmark::kMillisecond);
+
+class Idle : public Policy {
+  public:
+    void Act(Table&) override {}
+};
+
+// A session whose first deal is on its way to the client.
+std::unique_ptr<Duel> DealInFlight(std::uint64_t seed, Policy& idle) {
+    auto duel = std::make_unique<Duel>(seed, idle, idle);
+    duel->Open();
+    return duel;
+}
+
+// A dealt session in which the client, who opens the game, has drawn and discarded: the discard
+// is on its way to the server.
+std::unique_ptr<Duel> DiscardInFlight(std::uint64_t seed, Policy& idle) {
+    auto duel = DealInFlight(seed, idle);
+    duel->DeliverAll(Side::kServer);
+    Table& client = duel->table(Side::kClient);
+    client.imgStack_Click();
+    duel->DeliverAll(Side::kClient);
+    client.imgLocal_MouseDown(0, kMouseRight);
+    return duel;
+}
+
+// The time one program takes to read, cut out and apply one message waiting on its socket. The
+// positions are staged in batches outside the timed part; staging costs far more than applying,
+// so the number of batches is fixed rather than grown until the timed part fills the minimum.
+template <typename Stage>
+void TimeOneArrival(benchmark::State& state, Stage stage, Side from) {
+    constexpr int kBatch = 64;
+    Idle idle;
+    std::uint64_t seed = 1;
+    for (auto _ : state) {
+        std::vector<std::unique_ptr<Duel>> duels;
+        for (int i = 0; i < kBatch; ++i) duels.push_back(stage(seed++, idle));
+        const auto start = std::chrono::steady_clock::now();
+        for (auto& duel : duels) duel->DeliverAll(from);
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(elapsed.count() / kBatch);
+        // Both staged messages hand the receiver the turn: the deal the client's, the discard
+        // the server's.
+        if (!duels.front()->table(Other(from)).state().MyTurn)
+            state.SkipWithError("the message was not applied");
+    }
+}
+
+void BM_ApplyDiscardMessage(benchmark::State& state) {
+    TimeOneArrival(state, DiscardInFlight, Side::kClient);
+}
+BENCHMARK(BM_ApplyDiscardMessage)->UseManualTime()->Iterations(500)->Unit(benchmark::kNanosecond);
+
+void BM_ApplyDealMessage(benchmark::State& state) {
+    TimeOneArrival(state, DealInFlight, Side::kServer);
+}
+BENCHMARK(BM_ApplyDealMessage)->UseManualTime()->Iterations(500)->Unit(benchmark::kNanosecond);
+
+}  // namespace
+}  // namespace kelvane::sim

@@ -1,0 +1,114 @@
+#include "net/wire.h"
+#include "play/table.h"
+
+namespace kelvane {
+
+namespace {
+const std::string kOpponentGone = "Your opponent just disappeared. Sorry.";
+}
+
+void Table::mnuServer_Click() {
+    Enter([&] {
+        Steps steps(reporter_, "mnuServer_Click");
+        steps([&] { socket_.Listen(0, kGamePort); });
+        steps([&] {
+            screen_.SetStatus("Waiting for client to connect... (local IP: " + socket_.LocalIP(0) +
+                              ")");
+        });
+        steps([&] { screen_.EnableSessionMenus(false); });
+    });
+}
+
+void Table::mnuClient_Click() {
+    Enter([&] {
+        Steps steps(reporter_, "mnuClient_Click");
+        std::string host;
+        steps([&] {
+            host = prompts_.InputBox("Enter Host IP Address : ", "Host IP Address", "127.0.0.1");
+        });
+        if (host.empty()) return;
+        steps([&] { socket_.Connect(0, host, kGamePort); });
+        steps([&] {
+            // The state is read once, at once: a connection still under way counts as started.
+            switch (socket_.State(0)) {
+                case kSocketConnected:
+                case kSocketConnecting:
+                case kSocketConnectionPending:
+                case kSocketResolvingHost:
+                case kSocketHostResolved:
+                    state_.Role = kRoleClient;
+                    screen_.EnableSessionMenus(false);
+                    return;
+                default:
+                    prompts_.MessageBox("Unable to Connect.", Buttons::kOk, Icon::kNone, "");
+                    socket_.Close(0);
+            }
+        });
+    });
+}
+
+void Table::tcpTalker_ConnectionRequest(int index, long requestId) {
+    Enter([&] {
+        Steps steps(reporter_, "tcpTalker_ConnectionRequest");
+        if (index != 0) return;
+        // The connection slot serves the first client for the whole session: anyone knocking
+        // later is turned away at once, and the game and its players notice nothing.
+        if (state_.Role == kRoleServer) {
+            steps([&] { socket_.Refuse(index, requestId); });
+            return;
+        }
+        steps([&] { socket_.Accept(1, requestId); });
+        steps([&] { state_.Role = kRoleServer; });
+        steps([&] { ShuffleStack(); });
+    });
+}
+
+void Table::tcpTalker_Close(int) {
+    Enter([&] {
+        Steps steps(reporter_, "tcpTalker_Close");
+        steps([&] { LoseConnection(); });
+    });
+}
+
+void Table::LoseConnection() {
+    if (ended_) return;
+    prompts_.MessageBox(kOpponentGone, Buttons::kOk, Icon::kNone, "");
+    // What follows in the current handler still runs, but nothing opens the window again.
+    ended_ = true;
+    screen_.CloseWindow();
+}
+
+void Table::TalkToRemote(const std::string& text) {
+    Steps steps(reporter_, "TalkToRemote");
+    steps([&] {
+        if (ended_) return;
+        const int index = ConnectionSocket();
+        if (socket_.State(index) == kSocketConnected) {
+            socket_.Send(index, Frame(text));
+        } else {
+            LoseConnection();
+        }
+    });
+}
+
+void Table::tcpTalker_DataArrival(int index) {
+    if (index < 0 || index > 1) return;
+    // Data arriving in the middle of another handler waits on its socket until that handler is
+    // over, so no message is ever applied half-way through another.
+    if (depth_ > 0) {
+        arrivalWaiting_[static_cast<std::size_t>(index)] = true;
+        return;
+    }
+    Enter([&] {
+        Steps steps(reporter_, "tcpTalker_DataArrival");
+        steps([&] { AcceptArrival(state_.RecvBuffer, socket_.Read(index)); });
+        while (!ended_) {
+            std::optional<std::optional<std::string>> frame;
+            steps([&] { frame = CutFrame(state_.RecvBuffer); });
+            if (!frame) break;
+            if (*frame) Data_Process(**frame);
+        }
+    });
+}
+
+}  // namespace kelvane

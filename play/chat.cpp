@@ -1,0 +1,34 @@
+#include "net/wire.h"
+#include "play/table.h"
+
+namespace kelvane {
+
+namespace {
+// Typed into the chat input, it shows the opponent's known cards instead of being sent.
+constexpr std::string_view kRevealPhrase = "peekatthehands";
+}  // namespace
+
+void Table::cmdSend_Click(const std::string& typed) {
+    Enter([&] {
+        Steps steps(reporter_, "cmdSend_Click");
+        if (typed == kRevealPhrase) {
+            steps([&] { state_.RevealOpponent = true; });
+            steps([&] { screen_.ClearChatInput(); });
+            return;
+        }
+        steps([&] { TalkToRemote(ChatMessage(typed)); });
+        steps([&] { AddChatLine("YOU: " + typed); });
+        steps([&] { screen_.ClearChatInput(); });
+    });
+}
+
+void Table::AddChatLine(const std::string& line) {
+    Steps steps(reporter_, "AddChatLine");
+    steps([&] { transcript_.AddLine(line); });
+    steps([&] {
+        Steps colour(reporter_, "ColorizeRTB");
+        colour([&] { screen_.ChatLineAdded(transcript_); });
+    });
+}
+
+}  // namespace kelvane

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <string>
+
+#include "game/int16.h"
+#include "game/scoring.h"
+
+namespace kelvane {
+
+class Transcript;
+
+// What the engine asks of its shell. Each method is one operation a procedure of the game names,
+// so the procedures read like the game's own description. The window implements these with Qt,
+// the bot with quiet stand-ins, the tests with recording fakes.
+
+// The views. They read the game through the engine's const state and never decide anything.
+class Screen {
+  public:
+    virtual ~Screen() = default;
+    // 'L' the local hand, 'R' the opponent's, 'B' both; the status line is rewritten every time.
+    virtual void RefreshHands(char which) = 0;
+    virtual void RefreshUpPile() = 0;
+    // The thin border that shows which up-pile cards are being taken, painted at once.
+    virtual void MarkUpPileSlot(Int16 index, bool marked) = 0;
+    // The stack image: a picture code (a face, the back 62 or the empty mark 56), painted at once.
+    virtual void ShowStack(Int16 picture) = 0;
+    // "Deck (" + StackCount + ")" above the stack.
+    virtual void ShowCardsLeft() = 0;
+    // Opens the 13 empty slots of a new meld column, and draws a column from TableMelds.
+    virtual void CreateMeldColumn(Int16 column) = 0;
+    virtual void ShowMeldColumn(Int16 column) = 0;
+    // The view half of clearing the table between rounds: meld slots gone, card pictures cleared.
+    virtual void ClearTable() = 0;
+    virtual void RefreshScoreBoard(const ScoreBoardTexts& texts) = 0;
+    // One hand card's selection border.
+    virtual void ShowSelection(Int16 handIndex, bool selected) = 0;
+    // The modeless results window; showing it while open only replaces its text.
+    virtual void ShowResult(const std::string& text) = 0;
+    // The status line, for the connection texts the hand view does not write.
+    virtual void SetStatus(const std::string& text) = 0;
+    // "Be The Server" and "Connect to a server".
+    virtual void EnableSessionMenus(bool enabled) = 0;
+    virtual void ShowWarnMeldChecked(bool checked) = 0;
+    // The transcript gained its last line; its colour runs are already computed.
+    virtual void ChatLineAdded(const Transcript& transcript) = 0;
+    virtual void ClearChatInput() = 0;
+    // Closes the main window as Quit does; the program ends once the current handler returns.
+    virtual void CloseWindow() = 0;
+};
+
+enum class Buttons { kOk, kYesNo };
+enum class Icon { kNone, kExclamation, kCritical };
+enum class Answer { kOk, kYes, kNo };
+
+// Modal questions and the one-second pauses.
+class Prompts {
+  public:
+    virtual ~Prompts() = default;
+    // An empty title means the application's own title.
+    virtual Answer MessageBox(const std::string& text, Buttons buttons, Icon icon,
+                              const std::string& title) = 0;
+    // Returns the text typed, or empty text when the player cancels.
+    virtual std::string InputBox(const std::string& prompt, const std::string& title,
+                                 const std::string& defaultText) = 0;
+    // Shows what must be seen, then holds the game for that long: nothing else is handled.
+    virtual void Pause(int milliseconds) = 0;
+};
+
+// The numeric socket states the session reads.
+enum SocketState : int {
+    kSocketClosed = 0,
+    kSocketOpen = 1,
+    kSocketListening = 2,
+    kSocketConnectionPending = 3,
+    kSocketResolvingHost = 4,
+    kSocketHostResolved = 5,
+    kSocketConnecting = 6,
+    kSocketConnected = 7,
+    kSocketClosing = 8,
+    kSocketError = 9,
+};
+
+// The sockets of the session, by index: 0 is the client's connection or the server's listener,
+// 1 the server's accepted connection. Operations that cannot be done throw a Failure.
+class Socket {
+  public:
+    virtual ~Socket() = default;
+    virtual void Listen(int index, int port) = 0;
+    virtual std::string LocalIP(int index) = 0;
+    // Starts connecting and returns at once; the outcome shows in State.
+    virtual void Connect(int index, const std::string& host, int port) = 0;
+    virtual int State(int index) = 0;
+    // Creates socket `index` and accepts the pending request on it.
+    virtual void Accept(int index, long requestId) = 0;
+    // Turns the pending request on listening socket `index` away.
+    virtual void Refuse(int index, long requestId) = 0;
+    virtual void Send(int index, const std::string& bytes) = 0;
+    // Every byte waiting on the socket.
+    virtual std::string Read(int index) = 0;
+    virtual void Close(int index) = 0;
+};
+
+}  // namespace kelvane

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "game/game_state.h"
+#include "game/meld_rules.h"
+#include "game/report_error.h"
+#include "game/steps.h"
+#include "game/stock.h"
+#include "play/ports.h"
+#include "play/transcript.h"
+
+namespace kelvane {
+
+inline constexpr int kGamePort = 8895;
+inline constexpr int kMouseLeft = 1;
+inline constexpr int kMouseRight = 2;
+
+// The engine: one program's game and every procedure that changes it. It reaches its shell only
+// through the ports. Every entry point (a click, a menu command, a socket event) passes one gate
+// that counts handler depth: data arriving while a handler runs, also while it shows a modal box,
+// waits on its socket and is applied, one message at a time, once the outermost handler returns.
+class Table {
+  public:
+    struct Ports {
+        Screen& screen;
+        Prompts& prompts;
+        Socket& socket;
+        ErrorPrompt& errors;
+    };
+    // `shuffleSource` gives the generator for each shuffle; by default one seeded from the clock.
+    explicit Table(Ports ports, std::function<RandomSource()> shuffleSource = ClockSeededRandom);
+
+    const GameState& state() const { return state_; }
+    bool IsSelected(Int16 handIndex) const { return selected_[handIndex]; }
+    bool WarnIfMeldable() const { return warnMeld_; }
+    const Transcript& transcript() const { return transcript_; }
+    // True once the program has been told to end (the window closes when the handler returns).
+    bool ended() const { return ended_; }
+
+    // The player's gestures.
+    void imgStack_Click();
+    void imgUpPile_Click(Int16 index);
+    void frTable_Click();
+    void imgMeld_Click(Int16 index);
+    void imgLocal_MouseDown(Int16 index, Int16 button);
+    void mnuWarnMeld_Click();
+    void cmdSend_Click(const std::string& typed);
+    void mnuServer_Click();
+    void mnuClient_Click();
+
+    // The socket's events.
+    void tcpTalker_ConnectionRequest(int index, long requestId);
+    void tcpTalker_DataArrival(int index);
+    void tcpTalker_Close(int index);
+
+    // Applies one received message; public so tests can feed messages without a socket.
+    void Data_Process(const std::string& message);
+
+    // Runs `handler` as an entry point: through the gate, and with nothing escaping it.
+    void Enter(const std::function<void()>& handler);
+
+  private:
+    // Tests set up positions through it without a game's worth of moves.
+    friend struct TablePeer;
+
+    void ShuffleStack();
+    void DealRound(const std::string& role);
+    void ClearTable();
+    Int16 CreateMeldColumn();
+    Int16 GetTopCardFromStack();
+    void RemoveCard(Int16 p);
+    void RemoveRCard(Int16 p);
+    void CheckEndOfGame();
+    void RefreshScoreBoard();
+    void RefreshHands(char which);
+    void Discard(Int16 p);
+    void TalkToRemote(const std::string& text);
+    void AddChatLine(const std::string& line);
+    void LoseConnection();
+
+    // Data_Process's message kinds.
+    void ApplyDiscard(std::string_view message);
+    void ApplyStackDraw();
+    void ApplyUpPileTake(std::string_view message);
+    void ApplyMeld(std::string_view message, bool newMeld);
+    void ApplyDeal(std::string_view message);
+
+    bool CheckMeldGesture(Steps& steps, int minimumSelected, const char* tooFewText);
+    void MeldSelected(Steps& steps, MeldList list, Int16 k, Int16 column, bool newColumn);
+    void ProcessArrivals();
+
+    int ConnectionSocket() const;
+
+    GameState state_;
+    Screen& screen_;
+    Prompts& prompts_;
+    Socket& socket_;
+    ErrorPrompt& errorPrompt_;
+    ErrorReporter reporter_;
+    std::function<RandomSource()> shuffleSource_;
+
+    CheckedArray<bool, kCardsInDeck> selected_{};
+    bool warnMeld_ = false;
+    Transcript transcript_;
+
+    int depth_ = 0;
+    std::array<bool, 2> arrivalWaiting_{};
+    bool ended_ = false;
+};
+
+}  // namespace kelvane

@@ -1,0 +1,242 @@
+#include "sim/duel.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "game/invariants.h"
+#include "sim/meld_search.h"
+
+namespace kelvane::sim {
+
+namespace {
+
+// Decorrelates the stream splitting from the shuffles drawn from the same seed.
+constexpr std::uint64_t kSplitSalt = 0x9E3779B97F4A7C15ULL;
+// Pieces cut from inside the stream are at most this long, so frames arrive torn apart.
+constexpr std::size_t kShortPiece = 12;
+
+// The only box a legal gesture meets is the question that confirms a discard.
+bool IsConfirmation(const HeadlessPrompts::Box& box) {
+    return box.buttons == Buttons::kYesNo && box.title == "Confirm Discard";
+}
+
+// What the other program shows for the same round.
+std::string MirroredRound(const std::string& text) {
+    const std::string won = "You won that round";
+    const std::string lost = "Your opponent won that round";
+    return text == won ? lost : text == lost ? won : text;
+}
+
+std::string MirroredGame(const std::string& text) {
+    return text == "You Won the Game!" ? "You Lost the Game!" : "You Won the Game!";
+}
+
+}  // namespace
+
+Duel::Seat::Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles)
+    : side(s), policy(p), table({screen, prompts, link.socket(s), errors}, std::move(shuffles)) {}
+
+Duel::Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions options)
+    : options_(options),
+      shuffles_(seed),
+      random_(seed ^ kSplitSalt),
+      server_(link_, Side::kServer, server, [this] { return SeededRandom(shuffles_()); }),
+      client_(link_, Side::kClient, client, [this] { return SeededRandom(shuffles_()); }) {}
+
+void Duel::Open() {
+    opened_ = true;
+    Guarded([&] {
+        server_.table.mnuServer_Click();
+        client_.table.mnuClient_Click();
+    });
+    const std::optional<long> request = link_.PendingRequest();
+    if (!request) return Fail("the client's connection attempt did not reach the server");
+    Guarded([&] { server_.table.tcpTalker_ConnectionRequest(0, *request); });
+    CheckQuiet(server_, "while setting up the session");
+    CheckQuiet(client_, "while setting up the session");
+}
+
+DuelResult Duel::Play(int rounds) {
+    if (!opened_) Open();
+    while (roundsChecked_ < static_cast<std::size_t>(rounds) && Step()) {
+    }
+    return Result();
+}
+
+bool Duel::Step() {
+    if (Over()) return false;
+    ++steps_;
+    for (Side side : {Side::kServer, Side::kClient}) {
+        if (!link_.TakeCloseEvent(side)) continue;
+        Guarded([&] { table(side).tcpTalker_Close(LinkedSockets::ConnectionIndex(side)); });
+    }
+    const bool toClient = !link_.InFlight(Side::kServer).empty();
+    const bool toServer = !link_.InFlight(Side::kClient).empty();
+    Seat* mover = Mover();
+    if (!toClient && !toServer && mover == nullptr) {
+        Fail("nobody holds the turn and nothing is in flight");
+    } else if ((toClient || toServer) && (mover == nullptr || Below(2) == 0)) {
+        const Side from = toClient && toServer ? (Below(2) == 0 ? Side::kServer : Side::kClient)
+                          : toClient           ? Side::kServer
+                                               : Side::kClient;
+        DeliverPiece(from);
+    } else {
+        Gesture(*mover);
+    }
+    CountResults();
+    return !Over();
+}
+
+// A player acts only on what has reached him: while the opponent's bytes are still on their way
+// his program may show a turn that the next message takes back (the round he just lost).
+Duel::Seat* Duel::Mover() {
+    for (Seat* seat : {&server_, &client_})
+        if (seat->table.state().MyTurn && link_.InFlight(Other(seat->side)).empty()) return seat;
+    return nullptr;
+}
+
+void Duel::Deliver(Side from, std::size_t count) {
+    link_.Deliver(from, count);
+    Seat& to = SeatOf(Other(from));
+    Guarded([&] { to.table.tcpTalker_DataArrival(LinkedSockets::ConnectionIndex(to.side)); });
+}
+
+void Duel::DeliverPiece(Side from) {
+    const std::string& inFlight = link_.InFlight(from);
+    const std::size_t count = PieceLength(inFlight);
+    const bool completesMessage = inFlight.find(')') < count;
+    Deliver(from, count);
+    CheckQuiet(SeatOf(Other(from)), "on receiving");
+    if (completesMessage && !Over()) CheckStates();
+}
+
+std::size_t Duel::PieceLength(const std::string& inFlight) {
+    if (options_.singleBytes) return 1;
+    switch (Below(4)) {
+        case 0:
+            return 1;
+        case 1:
+            return 1 + Below(std::min(inFlight.size(), kShortPiece));
+        case 2: {
+            const std::size_t close = inFlight.find(')');
+            return close == std::string::npos ? inFlight.size() : close + 1;
+        }
+        default:
+            return inFlight.size();
+    }
+}
+
+void Duel::Gesture(Seat& seat) {
+    const GameState& state = seat.table.state();
+    if (!state.HasDrawn && state.StackCount == 0 && state.UpCount == 0)
+        return Stick(seat, WhyTurnCannotEnd(SeatView(state)));
+    const std::size_t sentBefore = link_.SentBytes(seat.side);
+    Guarded([&] { seat.policy.Act(seat.table); });
+    for (const HeadlessPrompts::Box& box : seat.prompts.boxes()) {
+        if (IsConfirmation(box)) continue;
+        Fail(std::string(SideName(seat.side)) + "'s policy made a refused gesture: \"" + box.text +
+             "\"");
+    }
+    seat.prompts.ClearBoxes();
+    CheckQuiet(seat, "after a gesture");
+    if (link_.SentBytes(seat.side) != sentBefore)
+        idle_ = 0;
+    else if (++idle_ >= options_.idleLimit)
+        JudgeIdle(seat);
+}
+
+void Duel::JudgeIdle(Seat& seat) {
+    const std::string reason = WhyTurnCannotEnd(SeatView(seat.table.state()));
+    if (!reason.empty()) return Stick(seat, reason);
+    Fail(std::string(SideName(seat.side)) + "'s policy made no progress in " +
+         std::to_string(idle_) + " gestures although its turn can end");
+}
+
+void Duel::Guarded(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const ProgramEnded&) {
+        Fail("a program ended");
+    } catch (const std::exception& e) {
+        Fail(std::string("an exception escaped a handler: ") + e.what());
+    }
+}
+
+void Duel::CheckQuiet(Seat& seat, const char* when) {
+    const std::string side = SideName(seat.side);
+    if (!seat.errors.reports().empty())
+        Fail(side + " reported a failure " + when + ": " + seat.errors.reports().front());
+    for (const HeadlessPrompts::Box& box : seat.prompts.boxes())
+        Fail(side + " was shown \"" + box.text + "\" " + when);
+    seat.prompts.ClearBoxes();
+    if (seat.table.ended() || seat.screen.closed()) Fail(side + "'s program ended " + when);
+}
+
+void Duel::CheckStates() {
+    for (const Seat* seat : {&server_, &client_}) {
+        const std::string problems = CheckInvariants(seat->table.state());
+        if (!problems.empty()) Fail(std::string(SideName(seat->side)) + "'s state: " + problems);
+    }
+    if (!link_.InFlight(Side::kServer).empty() || !link_.InFlight(Side::kClient).empty()) return;
+    const std::string split = CheckMirrored(server_.table.state(), client_.table.state());
+    if (!split.empty()) Fail("the two programs differ: " + split);
+}
+
+void Duel::CountResults() {
+    const auto& ours = server_.screen.rounds();
+    const auto& theirs = client_.screen.rounds();
+    for (; roundsChecked_ < std::min(ours.size(), theirs.size()); ++roundsChecked_) {
+        const HeadlessScreen::RoundEnd& s = ours[roundsChecked_];
+        const HeadlessScreen::RoundEnd& c = theirs[roundsChecked_];
+        if (MirroredRound(s.text) != c.text || s.localPoints != c.remotePoints ||
+            s.remotePoints != c.localPoints)
+            Fail("round " + std::to_string(roundsChecked_ + 1) + " scored differently: server \"" +
+                 s.text + "\" " + std::to_string(s.localPoints) + ":" +
+                 std::to_string(s.remotePoints) + ", client \"" + c.text + "\" " +
+                 std::to_string(c.localPoints) + ":" + std::to_string(c.remotePoints));
+    }
+    const auto& serverGames = server_.screen.games();
+    const auto& clientGames = client_.screen.games();
+    for (; gamesChecked_ < std::min(serverGames.size(), clientGames.size()); ++gamesChecked_) {
+        if (MirroredGame(serverGames[gamesChecked_]) != clientGames[gamesChecked_])
+            Fail("game " + std::to_string(gamesChecked_ + 1) + " has two winners");
+    }
+}
+
+void Duel::Fail(const std::string& what) {
+    if (failure_.empty()) failure_ = "step " + std::to_string(steps_) + ": " + what;
+}
+
+void Duel::Stick(const Seat& seat, const std::string& reason) {
+    stuck_ = true;
+    stuckReason_ = std::string(SideName(seat.side)) + ": " + reason;
+}
+
+DuelResult Duel::Result() const {
+    DuelResult result;
+    result.rounds = static_cast<int>(roundsChecked_);
+    result.games = static_cast<int>(gamesChecked_);
+    for (std::size_t i = 0; i < roundsChecked_; ++i) {
+        result.serverPoints += server_.screen.rounds()[i].localPoints;
+        result.clientPoints += client_.screen.rounds()[i].localPoints;
+    }
+    for (std::size_t i = 0; i < gamesChecked_; ++i) {
+        if (server_.screen.games()[i] == "You Won the Game!")
+            ++result.serverGamesWon;
+        else
+            ++result.clientGamesWon;
+    }
+    result.failure = failure_;
+    result.stuck = stuck_;
+    result.stuckReason = stuckReason_;
+    return result;
+}
+
+DuelResult PlayDuel(std::uint64_t seed, Policy& server, Policy& client, int rounds,
+                    DuelOptions options) {
+    Duel duel(seed, server, client, options);
+    return duel.Play(rounds);
+}
+
+}  // namespace kelvane::sim

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "play/table.h"
+#include "sim/headless_ports.h"
+#include "sim/linked_sockets.h"
+#include "sim/policy.h"
+
+namespace kelvane::sim {
+
+struct DuelOptions {
+    // Every delivery hands over a single byte, so each frame arrives in the most pieces possible.
+    bool singleBytes = false;
+    // Gestures in a row that send nothing before the player to move is judged unable to go on.
+    int idleLimit = 200;
+};
+
+struct DuelResult {
+    int rounds = 0;  // scored on both sides, with mirrored results
+    int games = 0;   // decided on both sides
+    int serverGamesWon = 0;
+    int clientGamesWon = 0;
+    long long serverPoints = 0;  // the sum of each player's round results
+    long long clientPoints = 0;
+    std::string failure;  // empty when every check held
+    // The rules left the player to move unable to finish his turn: a legitimate end of a duel,
+    // after which callers start a new one.
+    bool stuck = false;
+    std::string stuckReason;
+};
+
+// Two engines, server and client, joined in memory and driven by a policy on each side. The
+// session is set up through the players' own handlers; then in-flight bytes are delivered in
+// randomly split and coalesced pieces, interleaved with the gestures of the player to move.
+// After every delivery that completes a message both states must hold together, and whenever
+// nothing is in flight they must mirror each other. A failure report, a refused gesture, a split
+// between the two programs or a policy that stops making progress ends the duel as a failure.
+class Duel {
+  public:
+    // `seed` decides the shuffles, the splitting of the byte stream and the interleaving.
+    Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions options = {});
+    Duel(const Duel&) = delete;
+    Duel& operator=(const Duel&) = delete;
+
+    // The server listens, the client connects to 127.0.0.1 and the server accepts: the first
+    // deal is then in flight to the client.
+    void Open();
+    // One delivery of in-flight bytes or one gesture of the player to move; false once the duel
+    // has failed or stuck.
+    bool Step();
+    // Opens the session if need be and steps until `rounds` rounds have been scored on both
+    // sides, or the duel fails or sticks.
+    DuelResult Play(int rounds);
+    DuelResult Result() const;
+
+    Table& table(Side side) { return SeatOf(side).table; }
+    LinkedSockets& link() { return link_; }
+    // Hands `count` in-flight bytes from `from` to the other side and raises its data arrival,
+    // checking nothing: for callers that stage positions or time the engine.
+    void Deliver(Side from, std::size_t count);
+    void DeliverAll(Side from) { Deliver(from, link_.InFlight(from).size()); }
+
+  private:
+    struct Seat {
+        Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles);
+        Side side;
+        Policy& policy;
+        HeadlessScreen screen;
+        HeadlessPrompts prompts;
+        HeadlessErrors errors;
+        Table table;
+    };
+
+    Seat& SeatOf(Side side) { return side == Side::kServer ? server_ : client_; }
+    const Seat& SeatOf(Side side) const { return side == Side::kServer ? server_ : client_; }
+    Seat* Mover();
+    bool Over() const { return !failure_.empty() || stuck_; }
+    std::size_t Below(std::size_t n) { return static_cast<std::size_t>(random_() % n); }
+
+    void DeliverPiece(Side from);
+    std::size_t PieceLength(const std::string& inFlight);
+    void Gesture(Seat& seat);
+    void JudgeIdle(Seat& seat);
+    void Guarded(const std::function<void()>& action);
+    void CheckQuiet(Seat& seat, const char* when);
+    void CheckStates();
+    void CountResults();
+    void Fail(const std::string& what);
+    void Stick(const Seat& seat, const std::string& reason);
+
+    DuelOptions options_;
+    std::mt19937_64 shuffles_;
+    std::mt19937_64 random_;
+    LinkedSockets link_;
+    Seat server_;
+    Seat client_;
+
+    bool opened_ = false;
+    long long steps_ = 0;
+    int idle_ = 0;
+    std::size_t roundsChecked_ = 0;
+    std::size_t gamesChecked_ = 0;
+    std::string failure_;
+    bool stuck_ = false;
+    std::string stuckReason_;
+};
+
+DuelResult PlayDuel(std::uint64_t seed, Policy& server, Policy& client, int rounds,
+                    DuelOptions options = {});
+
+}  // namespace kelvane::sim

@@ -1,0 +1,106 @@
+#include "sim/linked_sockets.h"
+
+#include <utility>
+
+#include "game/failure.h"
+
+namespace kelvane::sim {
+
+namespace {
+constexpr int kListener = 0;
+}
+
+const char* SideName(Side side) {
+    return side == Side::kServer ? "server" : "client";
+}
+
+void LinkedSockets::Deliver(Side from, std::size_t count) {
+    End& sender = Of(from);
+    if (count > sender.inFlight.size()) Raise(kInvalidProcedureCall);
+    Of(Other(from)).received.append(sender.inFlight, 0, count);
+    sender.inFlight.erase(0, count);
+}
+
+bool LinkedSockets::TakeCloseEvent(Side side) {
+    return std::exchange(Of(side).closeEvent, false);
+}
+
+int& LinkedSockets::Sockets::StateOf(int index) {
+    if (index < 0 || index > 1) Raise(kSubscriptOutOfRange);
+    return link_.Of(side_).states[static_cast<std::size_t>(index)];
+}
+
+void LinkedSockets::Sockets::RequireConnection(int index) const {
+    if (index != ConnectionIndex(side_)) Raise(kInvalidProcedureCall);
+}
+
+void LinkedSockets::Sockets::Listen(int index, int) {
+    // Only the server's first socket is wired to accept the client.
+    if (side_ != Side::kServer || index != kListener) Raise(kInvalidProcedureCall);
+    StateOf(index) = kSocketListening;
+}
+
+std::string LinkedSockets::Sockets::LocalIP(int) {
+    return "127.0.0.1";
+}
+
+void LinkedSockets::Sockets::Connect(int index, const std::string& host, int) {
+    if (side_ != Side::kClient) Raise(kInvalidProcedureCall);
+    RequireConnection(index);
+    // Like a real connect, the outcome is not known at once: the request waits for the server.
+    const bool listening = link_.Of(Side::kServer).states[kListener] == kSocketListening;
+    if (host.empty() || !listening) {
+        StateOf(index) = kSocketError;
+        return;
+    }
+    StateOf(index) = kSocketConnecting;
+    link_.pending_ = link_.nextRequest_++;
+}
+
+int LinkedSockets::Sockets::State(int index) {
+    return StateOf(index);
+}
+
+void LinkedSockets::Sockets::Accept(int index, long requestId) {
+    if (side_ != Side::kServer || link_.pending_ != requestId) Raise(kInvalidProcedureCall);
+    RequireConnection(index);
+    if (StateOf(index) != kSocketClosed) Raise(kInvalidProcedureCall);
+    link_.pending_.reset();
+    StateOf(index) = kSocketConnected;
+    link_.Of(Side::kClient).states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] =
+        kSocketConnected;
+}
+
+void LinkedSockets::Sockets::Refuse(int, long requestId) {
+    if (side_ != Side::kServer || link_.pending_ != requestId) Raise(kInvalidProcedureCall);
+    link_.pending_.reset();
+    link_.Of(Side::kClient).states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] =
+        kSocketError;
+}
+
+void LinkedSockets::Sockets::Send(int index, const std::string& bytes) {
+    RequireConnection(index);
+    if (StateOf(index) != kSocketConnected)
+        throw Failure(40006, "Wrong protocol or connection state for the requested transaction");
+    End& me = link_.Of(side_);
+    me.inFlight += bytes;
+    me.sent += bytes.size();
+}
+
+std::string LinkedSockets::Sockets::Read(int index) {
+    RequireConnection(index);
+    return std::exchange(link_.Of(side_).received, std::string());
+}
+
+void LinkedSockets::Sockets::Close(int index) {
+    int& state = StateOf(index);
+    const bool wasConnected = index == ConnectionIndex(side_) && state == kSocketConnected;
+    state = kSocketClosed;
+    if (side_ == Side::kServer && index == kListener) link_.pending_.reset();
+    if (!wasConnected) return;
+    End& peer = link_.Of(Other(side_));
+    peer.states[static_cast<std::size_t>(ConnectionIndex(Other(side_)))] = kSocketClosing;
+    peer.closeEvent = true;
+}
+
+}  // namespace kelvane::sim

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "game/game_state.h"
+
+namespace kelvane::sim {
+
+// What the player at one seat sees: his hand, the up pile, the melds, the counts, the cards the
+// opponent took face up, the turn and the scores. The stock's order and the opponent's hand are
+// blanked, so nothing decided from the result can peek. Every search below reads only these.
+GameState SeatView(const GameState& state);
+
+inline constexpr int kNewColumn = -1;
+
+// One meld gesture: hand cards laid down as a new meld, or laid off onto a column of the table.
+struct MeldMove {
+    std::vector<Int16> cards;  // from the hand, in ascending code
+    int column = kNewColumn;
+
+    bool Contains(Int16 card) const;
+    friend bool operator==(const MeldMove&, const MeldMove&) = default;
+};
+
+// The game's CheckMeld is a quick test that can say yes where no meld exists (3C with 2C in the
+// hand and Q-K-A of clubs on the table); these find the actual melds, each confirmed by the
+// meld rules themselves.
+
+// Every set of three or four cards of one rank and every run of three or more cards of one suit
+// (the ace below the two or above the king, never both) that the hand holds.
+std::vector<MeldMove> NewMelds(const GameState& seen);
+// Every group of hand cards that a meld on the table would take.
+std::vector<MeldMove> LayOffs(const GameState& seen);
+// Both, new melds first.
+std::vector<MeldMove> AllMelds(const GameState& seen);
+// Those holding `card`.
+std::vector<MeldMove> MeldsWith(const GameState& seen, Int16 card);
+
+// The seat's view after the meld, as the engine leaves it: the cards leave the hand, the column
+// is written in meld order and credited, the must-meld duty is met, an emptied hand floats.
+void ApplyMeld(GameState& seen, const MeldMove& move);
+// The seat's view after taking the up-pile card at `position` with every card above it.
+void TakeUpCards(GameState& seen, Int16 position);
+// Could the up-pile card at `position` be melded this turn after taking it that way?
+bool MeldableAfterTake(const GameState& seen, Int16 position);
+
+// The hand cards the engine would let the player discard now: none while a must-meld duty is
+// open, never the card taken alone from the up pile, and not a last card it judges meldable.
+std::vector<Int16> Discardable(const GameState& seen);
+// After drawing: can some sequence of melds and a discard (or melding the hand out) still end
+// the turn? A hand reduced to a card that can be neither discarded nor melded cannot.
+bool TurnCanEnd(const GameState& seen);
+// For the player to move: empty when some legal sequence of gestures completes the turn,
+// otherwise what the rules leave him stuck on.
+std::string WhyTurnCannotEnd(const GameState& seen);
+
+}  // namespace kelvane::sim

@@ -1,0 +1,116 @@
+#include "sim/random_policy.h"
+
+#include <utility>
+
+#include "game/meldability.h"
+#include "play/table.h"
+
+namespace kelvane::sim {
+
+namespace {
+
+enum class DrawKind { kStack, kTop, kBelowTop };
+
+bool TurnCanEndAfterTake(const GameState& seen, Int16 position) {
+    GameState after = seen;
+    TakeUpCards(after, position);
+    return TurnCanEnd(after);
+}
+
+Int16 HandPosition(const GameState& seen, Int16 card) {
+    for (Int16 i = 0; i < seen.LocalCount; ++i)
+        if (seen.LocalHand[i] == card) return i;
+    return -1;
+}
+
+}  // namespace
+
+void RandomPolicy::Act(Table& table) {
+    const GameState seen = SeatView(table.state());
+    if (!seen.MyTurn) {
+        meld_.reset();
+        return;
+    }
+    if (!seen.HasDrawn) {
+        meld_.reset();
+        return Draw(table, seen);
+    }
+    if (meld_ && ContinueMeld(table, seen)) return;
+    Choose(table, seen);
+}
+
+void RandomPolicy::Draw(Table& table, const GameState& seen) {
+    const Int16 top = seen.UpCount - 1;
+    // Weighted 3 : 1 : 2; a kind not open to the player now is dropped and another drawn.
+    std::vector<DrawKind> kinds = {DrawKind::kStack, DrawKind::kStack,    DrawKind::kStack,
+                                   DrawKind::kTop,   DrawKind::kBelowTop, DrawKind::kBelowTop};
+    while (!kinds.empty()) {
+        const DrawKind kind = Pick(kinds);
+        switch (kind) {
+            case DrawKind::kStack:
+                if (seen.StackCount > 0) return table.imgStack_Click();
+                break;
+            case DrawKind::kTop:
+                // Taken alone into an empty hand, the top card may be neither kept nor discarded.
+                if (seen.UpCount > 0 && (seen.LocalCount > 0 || TurnCanEndAfterTake(seen, top)))
+                    return table.imgUpPile_Click(top);
+                break;
+            case DrawKind::kBelowTop: {
+                std::vector<Int16> takes;
+                for (Int16 p = 0; p < top; ++p)
+                    if (CheckMeld(seen, seen.UpPile[p]) && TurnCanEndAfterTake(seen, p))
+                        takes.push_back(p);
+                if (!takes.empty()) return table.imgUpPile_Click(Pick(takes));
+                break;
+            }
+        }
+        std::erase(kinds, kind);
+    }
+    // Nothing open leaves a turn that can end; the harness names the dead end.
+}
+
+void RandomPolicy::Choose(Table& table, const GameState& seen) {
+    const std::vector<Int16> discards = Discardable(seen);
+    std::vector<MeldMove> melds =
+        seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen);
+    if (!melds.empty() && (discards.empty() || Below(4) != 0)) {
+        // Tried in random order until one leaves a turn that can still end.
+        for (std::size_t left = melds.size(); left > 0; --left) {
+            std::swap(melds[left - 1], melds[Below(left)]);
+            GameState after = seen;
+            ApplyMeld(after, melds[left - 1]);
+            if (!TurnCanEnd(after)) continue;
+            meld_ = std::move(melds[left - 1]);
+            ContinueMeld(table, seen);
+            return;
+        }
+    }
+    if (discards.empty()) return;
+    table.imgLocal_MouseDown(HandPosition(seen, Pick(discards)), kMouseRight);
+}
+
+bool RandomPolicy::ContinueMeld(Table& table, const GameState& seen) {
+    const MeldMove& meld = *meld_;
+    bool inHand = true;
+    for (Int16 card : meld.cards) inHand = inHand && HandPosition(seen, card) >= 0;
+    if (!inHand || meld.column >= seen.TableMelds.ColumnCount().value()) {
+        meld_.reset();
+        return false;
+    }
+    std::vector<Int16> toPress;
+    for (Int16 i = 0; i < seen.LocalCount; ++i)
+        if (table.IsSelected(i) != meld.Contains(seen.LocalHand[i])) toPress.push_back(i);
+    if (!toPress.empty()) {
+        table.imgLocal_MouseDown(Pick(toPress), kMouseLeft);
+        return true;
+    }
+    const int column = meld.column;
+    meld_.reset();
+    if (column == kNewColumn)
+        table.frTable_Click();
+    else
+        table.imgMeld_Click(Int16(column * kSlotsPerColumn));
+    return true;
+}
+
+}  // namespace kelvane::sim

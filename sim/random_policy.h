@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <vector>
+
+#include "sim/meld_search.h"
+#include "sim/policy.h"
+
+namespace kelvane::sim {
+
+// A player who makes random legal moves: draws from the stack or takes from the up pile (a card
+// below the top only when an actual meld holds it after the take), lays down and lays off melds
+// chosen at random (the must-meld card first), then discards a card the engine accepts. It never
+// makes a gesture the engine refuses, and never a choice that leaves its turn unable to end.
+class RandomPolicy : public Policy {
+  public:
+    explicit RandomPolicy(std::uint64_t seed) : random_(seed) {}
+    void Act(Table& table) override;
+
+  private:
+    void Draw(Table& table, const GameState& seen);
+    void Choose(Table& table, const GameState& seen);
+    // One press toward the selection of the chosen meld, or the click that lays it.
+    bool ContinueMeld(Table& table, const GameState& seen);
+
+    // Uniform enough for play, and the same on every standard library, so a seed replays.
+    std::size_t Below(std::size_t n) { return static_cast<std::size_t>(random_() % n); }
+    template <typename T>
+    const T& Pick(const std::vector<T>& items) {
+        return items[Below(items.size())];
+    }
+
+    std::mt19937_64 random_;
+    std::optional<MeldMove> meld_;
+};
+
+}  // namespace kelvane::sim
