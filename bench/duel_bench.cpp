@@ -11,9 +11,12 @@
 namespace kelvane::sim {
 namespace {
 
-// Whole rounds of random play through both engines, with the stream cut at random and every
-// check of the lock-step harness made, as the tests run them.
+// Whole rounds of random play through both engines, with the stream cut at random. The argument
+// says whether the harness checks both states after every message, as the tests run it (1), or
+// only plays (0): the speed of the game itself, random players included.
 void BM_DuelRounds(benchmark::State& state) {
+    DuelOptions options;
+    options.checkStates = state.range(0) != 0;
     constexpr int kRoundsPerDuel = 20;
     std::uint64_t seed = 1;
     long long rounds = 0;
@@ -23,7 +26,7 @@ void BM_DuelRounds(benchmark::State& state) {
     for (auto _ : state) {
         RandomPolicy server(seed * 2);
         RandomPolicy client(seed * 2 + 1);
-        const DuelResult result = PlayDuel(seed++, server, client, kRoundsPerDuel);
+        const DuelResult result = PlayDuel(seed++, server, client, kRoundsPerDuel, options);
         if (!result.failure.empty()) {
             failure = result.failure;
             state.SkipWithError(failure.c_str());
@@ -38,7 +41,7 @@ void BM_DuelRounds(benchmark::State& state) {
     state.counters["stuck_duels"] =
         duels > 0 ? static_cast<double>(stuck) / static_cast<double>(duels) : 0.0;
 }
-BENCHMARK(BM_DuelRounds)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DuelRounds)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 class Idle : public Policy {
   public:

@@ -75,7 +75,6 @@ struct GameState {
     bool RevealOpponent = false;
 
     std::string RecvBuffer;
-    Int16 StatusFontSize = 0;
 
     MeldTable TableMelds;
 };

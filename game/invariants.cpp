@@ -1,8 +1,8 @@
 #include "invariants.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
-#include <sstream>
 #include <vector>
 
 #include "meld_rules.h"
@@ -11,18 +11,26 @@ namespace kelvane {
 
 namespace {
 
+// Collects what is wrong; it costs nothing while everything holds, which is after every
+// message of every harnessed game.
 class Problems {
   public:
     template <typename... Parts>
     void Add(const Parts&... parts) {
-        ((out_ << parts), ...);
-        out_ << "; ";
+        (Append(parts), ...);
+        text_ += "; ";
     }
-    std::string str() const { return out_.str(); }
+    std::string str() const { return text_; }
 
   private:
-    std::ostringstream out_;
+    void Append(const std::string& part) { text_ += part; }
+    void Append(const char* part) { text_ += part; }
+    void Append(int part) { text_ += std::to_string(part); }
+
+    std::string text_;
 };
+
+using Seen = std::array<int, kCardsInDeck + 1>;
 
 bool CountInRange(Int16 n) {
     return n >= 0 && n <= kCardsInDeck;
@@ -30,22 +38,22 @@ bool CountInRange(Int16 n) {
 
 // Counts each card's appearances in one pile and checks that the slots past the count are empty.
 void Tally(Problems& p, const char* name, const CardArray& cards, Int16 count, bool tailEmpty,
-           std::vector<int>& seen) {
+           Seen& seen) {
     if (!CountInRange(count)) return p.Add(name, " count ", count.value(), " out of range");
-    for (int i = 0; i < kCardsInDeck; ++i) {
-        const Int16 card = cards[i];
-        if (i < count.value()) {
+    int i = 0;
+    for (const Int16 card : cards) {
+        if (i++ < count.value()) {
             if (!IsCard(card))
-                p.Add(name, "[", i, "] holds ", card.value());
+                p.Add(name, "[", i - 1, "] holds ", card.value());
             else
                 ++seen[static_cast<std::size_t>(card.value())];
         } else if (tailEmpty && card != 0) {
-            p.Add(name, "[", i, "] past the count holds ", card.value());
+            p.Add(name, "[", i - 1, "] past the count holds ", card.value());
         }
     }
 }
 
-void TallyTable(Problems& p, const GameState& s, std::vector<int>& seen) {
+void TallyTable(Problems& p, const GameState& s, Seen& seen) {
     for (Int16 col = 0; col < s.TableMelds.ColumnCount(); ++col) {
         const MeldColumn& column = s.TableMelds.Column(col);
         const Int16 n = s.TableMelds.CardCount(col);
@@ -62,7 +70,7 @@ void TallyTable(Problems& p, const GameState& s, std::vector<int>& seen) {
     }
 }
 
-void CheckCredits(Problems& p, const GameState& s, const std::vector<int>& onTable) {
+void CheckCredits(Problems& p, const GameState& s, const Seen& onTable) {
     for (int card = 1; card <= kCardsInDeck; ++card) {
         const int credit = s.MeldCredit[card].value();
         const bool valid = credit == 0 || std::abs(credit) == 5 || std::abs(credit) == 10 ||
@@ -74,17 +82,17 @@ void CheckCredits(Problems& p, const GameState& s, const std::vector<int>& onTab
 }
 
 void CheckHandOrder(Problems& p, const GameState& s) {
-    GameState sorted = s;
-    SortHand(sorted);
-    if (!(sorted.LocalHand == s.LocalHand)) p.Add("local hand is not in display order");
+    for (Int16 i = 1; i < s.LocalCount; ++i)
+        if (HandOrderKey(s.LocalHand[i - 1]) > HandOrderKey(s.LocalHand[i]))
+            return p.Add("local hand is not in display order");
 }
 
 }  // namespace
 
 std::string CheckInvariants(const GameState& s) {
     Problems p;
-    std::vector<int> seen(kCardsInDeck + 1, 0);
-    std::vector<int> onTable(kCardsInDeck + 1, 0);
+    Seen seen{};
+    Seen onTable{};
     Tally(p, "Stack", s.Stack, s.StackCount, false, seen);
     Tally(p, "LocalHand", s.LocalHand, s.LocalCount, true, seen);
     Tally(p, "RemoteHand", s.RemoteHand, s.RemoteCount, true, seen);
@@ -98,7 +106,7 @@ std::string CheckInvariants(const GameState& s) {
             if (n != 1) p.Add(GetCardName(card, false), " is in ", n, " places");
         }
     }
-    std::vector<int> known(kCardsInDeck + 1, 0);
+    Seen known{};
     Tally(p, "KnownCards", s.KnownCards, s.KnownCount, true, known);
     CheckCredits(p, s, onTable);
     CheckHandOrder(p, s);
@@ -109,11 +117,14 @@ std::string CheckInvariants(const GameState& s) {
 
 std::string CheckMirrored(const GameState& a, const GameState& b) {
     Problems p;
+    // The same cards, whatever the order: one hand is sorted, its copy is in the order drawn.
     auto sortedHand = [](const CardArray& hand, Int16 count) {
-        std::vector<int> cards;
-        for (Int16 i = 0; i < count; ++i) cards.push_back(hand[i].value());
-        std::sort(cards.begin(), cards.end());
-        return cards;
+        std::array<bool, kCardsInDeck + 1> held{};
+        int i = 0;
+        for (const Int16 card : hand)
+            if (i++ < count.value() && IsCard(card))
+                held[static_cast<std::size_t>(card.value())] = true;
+        return std::make_pair(held, count);
     };
     if (sortedHand(a.LocalHand, a.LocalCount) != sortedHand(b.RemoteHand, b.RemoteCount))
         p.Add("server's hand differs from the client's copy of it");

@@ -55,17 +55,25 @@ void SortMeld(MeldList& meld, Int16 n) {
     Int16 taken = 0;
     bool hasAce = false;
     bool hasKing = false;
-    for (int code = 1; code <= kCardsInDeck; ++code) {
+    bool allCards = true;
+    for (Int16 i = 0; i < n; ++i) {
+        hasAce = hasAce || GetCardValue(meld[i]) == kAce;
+        hasKing = hasKing || GetCardValue(meld[i]) == kKing;
+        allCards = allCards && IsCard(meld[i]);
+    }
+    if (allCards) {
+        // Ascending card code, equal codes in list order: what the pass per code gives, in one
+        // insertion sort.
         for (Int16 i = 0; i < n; ++i) {
-            if (code == 1) {
-                hasAce = hasAce || GetCardValue(meld[i]) == kAce;
-                hasKing = hasKing || GetCardValue(meld[i]) == kKing;
-            }
-            if (meld[i] == code) {
-                work[taken] = meld[i];
-                ++taken;
-            }
+            Int16 j = taken++;
+            for (; j > 0 && work[j - 1] > meld[i]; --j) work[j] = work[j - 1];
+            work[j] = meld[i];
         }
+    } else {
+        // A code that is no card is never copied: one pass per code, as the rule reads.
+        for (int code = 1; code <= kCardsInDeck; ++code)
+            for (Int16 i = 0; i < n; ++i)
+                if (meld[i] == code) work[taken++] = meld[i];
     }
     // With a king in the meld an ace can only close the run above it, and in a one-suit run the
     // ace is the lowest code, so the first card goes to the back.
@@ -77,13 +85,33 @@ void SortMeld(MeldList& meld, Int16 n) {
     }
 }
 
+int HandOrderKey(Int16 card) {
+    const int rank = GetCardValue(card).value();
+    return (rank == kAce ? kRanksPerSuit : rank - 1) * 4 + GetCardSuit(card).value();
+}
+
 void SortHand(GameState& state) {
-    StablePass(state, 4, [](Int16 card) { return GetCardSuit(card).value(); });
-    // Aces high: the player reads his hand from the twos up to the kings, then the aces.
-    StablePass(state, kRanksPerSuit, [](Int16 card) {
-        const int rank = GetCardValue(card).value();
-        return rank == kAce ? kRanksPerSuit : rank - 1;
-    });
+    // For real cards the two stable passes (by suit, then by rank with the aces high) come down
+    // to one order by rank, then suit: one insertion sort, which the hand is nearly in already.
+    // A code that is no card falls out of the suit pass, so such a hand takes the passes.
+    bool allCards = true;
+    for (Int16 i = 0; i < state.LocalCount; ++i) allCards = allCards && IsCard(state.LocalHand[i]);
+    if (!allCards) {
+        StablePass(state, 4, [](Int16 card) { return GetCardSuit(card).value(); });
+        StablePass(state, kRanksPerSuit, [](Int16 card) {
+            const int rank = GetCardValue(card).value();
+            return rank == kAce ? kRanksPerSuit : rank - 1;
+        });
+        return;
+    }
+    for (Int16 i = 1; i < state.LocalCount; ++i) {
+        const Int16 card = state.LocalHand[i];
+        const int key = HandOrderKey(card);
+        Int16 j = i;
+        for (; j > 0 && HandOrderKey(state.LocalHand[j - 1]) > key; --j)
+            state.LocalHand[j] = state.LocalHand[j - 1];
+        state.LocalHand[j] = card;
+    }
 }
 
 }  // namespace kelvane

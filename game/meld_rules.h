@@ -20,4 +20,7 @@ void SortMeld(MeldList& meld, Int16 n);
 // Keeps the local hand in display order: twos up to kings, then aces; one rank in suit order.
 void SortHand(GameState& state);
 
+// A real card's place in the hand's display order: rank with the aces high, then suit.
+int HandOrderKey(Int16 card);
+
 }  // namespace kelvane

@@ -17,68 +17,64 @@ Neighbours NeighboursOf(int r) {
     return {r - 2, r - 1, r + 1, r + 2};
 }
 
-bool SetTest(const CardArray& candidates, Int16 n, Int16 rank) {
+// What a list of candidate cards holds that matters to one card: how many of its rank, and which
+// of its same-suit neighbours. Tallies add up, so the cards a player holds are tallied once and
+// each meld column's cards are added to them in turn.
+struct Tally {
     int sameRank = 0;
-    for (Int16 i = 0; i < n; ++i)
-        if (GetCardValue(candidates[i]) == rank) ++sameRank;
-    return sameRank >= 3;
-}
-
-bool RunTest(const CardArray& candidates, Int16 n, Int16 card) {
-    const int r = GetCardValue(card).value();
-    const Int16 suit = GetCardSuit(card);
-    const Neighbours want = NeighboursOf(r);
     bool m2 = false, m1 = false, p1 = false, p2 = false;
-    for (Int16 i = 0; i < n; ++i) {
-        if (GetCardSuit(candidates[i]) != suit) continue;
-        const int v = GetCardValue(candidates[i]).value();
+
+    void Add(Int16 candidate, int rank, Int16 suit, const Neighbours& want) {
+        const int v = GetCardValue(candidate).value();
+        sameRank += v == rank;
+        if (GetCardSuit(candidate) != suit) return;
         m2 = m2 || v == want.m2;
         m1 = m1 || v == want.m1;
         p1 = p1 || v == want.p1;
         p2 = p2 || v == want.p2;
     }
+    bool SetTest() const { return sameRank >= 3; }
     // King, ace, two around an ace would wrap, which no run may do.
-    return (m2 && m1) || (m1 && p1 && r != kAce) || (p1 && p2);
-}
+    bool RunTest(int rank) const { return (m2 && m1) || (m1 && p1 && rank != kAce) || (p1 && p2); }
+};
 
 }  // namespace
 
 bool CheckMeld(const GameState& s, Int16 card) {
+    const int rank = GetCardValue(card).value();
+    const Int16 suit = GetCardSuit(card);
+    const Neighbours want = NeighboursOf(rank);
+
     // The cards the player would hold: taking a card from the up pile brings every card above it
     // along, then comes the whole hand.
-    CardArray candidates{};
-    Int16 base = 0;
+    Tally base;
     bool found = false;
     for (Int16 p = 0; p < s.UpCount; ++p) {
         found = found || s.UpPile[p] == card;
-        if (!found) continue;
-        candidates[base] = s.UpPile[p];
-        ++base;
+        if (found) base.Add(s.UpPile[p], rank, suit, want);
     }
-    for (Int16 p = 0; p < s.LocalCount; ++p) {
-        candidates[base] = s.LocalHand[p];
-        ++base;
-    }
+    for (Int16 p = 0; p < s.LocalCount; ++p) base.Add(s.LocalHand[p], rank, suit, want);
 
     // Every meld column in table order, then one last pass with the base list alone.
     const Int16 columns = s.TableMelds.ColumnCount();
     for (Int16 col = 0; col <= columns; ++col) {
-        Int16 n = base;
+        Tally candidates = base;
+        int appended = 0;
+        int firstRank = 0;
+        bool uniform = true;
         if (col < columns) {
             for (Int16 slot : s.TableMelds.Column(col)) {
                 if (slot <= 0) continue;
-                candidates[n] = slot;
-                ++n;
+                const int v = GetCardValue(slot).value();
+                if (appended++ == 0) firstRank = v;
+                uniform = uniform && v == firstRank;
+                candidates.Add(slot, rank, suit, want);
             }
         }
-        const bool shortColumn = n - base < 3;
-        bool uniform = true;
-        for (Int16 i = base + 1; i < n; ++i)
-            uniform = uniform && GetCardValue(candidates[i]) == GetCardValue(candidates[base]);
-
+        const bool shortColumn = appended < 3;
         // A card is laid off onto a set by rank and onto a run by suit, never the other way.
-        if ((shortColumn || uniform) && SetTest(candidates, n, GetCardValue(card))) return true;
-        if (!(uniform && !shortColumn) && RunTest(candidates, n, card)) return true;
+        if ((shortColumn || uniform) && candidates.SetTest()) return true;
+        if (!(uniform && !shortColumn) && candidates.RunTest(rank)) return true;
     }
     return false;
 }

@@ -98,8 +98,12 @@ void Table::ApplyUpPileTake(std::string_view message) {
             screen_.MarkUpPileSlot(i, false);
             state_.RemoteCount += 1;
             state_.RemoteHand[state_.RemoteCount - 1] = state_.UpPile[i];
-            state_.KnownCount += 1;
-            state_.KnownCards[state_.KnownCount - 1] = state_.UpPile[i];
+            // A card that goes back and forth over the pile is listed once, so the list of
+            // known cards can never outgrow the deck.
+            if (!CardIsKnown(state_, state_.UpPile[i])) {
+                state_.KnownCount += 1;
+                state_.KnownCards[state_.KnownCount - 1] = state_.UpPile[i];
+            }
             state_.UpPile[i] = 0;
             state_.UpCount -= 1;
         }

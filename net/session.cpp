@@ -10,7 +10,7 @@ const std::string kOpponentGone = "Your opponent just disappeared. Sorry.";
 void Table::mnuServer_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuServer_Click");
-        steps([&] { socket_.Listen(0, kGamePort); });
+        steps([&] { socket_.Listen(0, port_); });
         steps([&] {
             screen_.SetStatus("Waiting for client to connect... (local IP: " + socket_.LocalIP(0) +
                               ")");
@@ -27,7 +27,7 @@ void Table::mnuClient_Click() {
             host = prompts_.InputBox("Enter Host IP Address : ", "Host IP Address", "127.0.0.1");
         });
         if (host.empty()) return;
-        steps([&] { socket_.Connect(0, host, kGamePort); });
+        steps([&] { socket_.Connect(0, host, port_); });
         steps([&] {
             // The state is read once, at once: a connection still under way counts as started.
             switch (socket_.State(0)) {
@@ -64,6 +64,11 @@ void Table::tcpTalker_ConnectionRequest(int index, long requestId) {
 }
 
 void Table::tcpTalker_Close(int) {
+    // Like data, the peer's going away waits for the handler in progress, box and all.
+    if (depth_ > 0) {
+        closeWaiting_ = true;
+        return;
+    }
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_Close");
         steps([&] { LoseConnection(); });
@@ -108,6 +113,23 @@ void Table::tcpTalker_DataArrival(int index) {
             if (!frame) break;
             if (*frame) Data_Process(**frame);
         }
+    });
+}
+
+}  // namespace kelvane
+
+namespace kelvane {
+
+void Table::ConnectionFailed() {
+    Enter([&] {
+        Steps steps(reporter_, "mnuClient_Click");
+        if (state_.Role != kRoleClient || ended_) return;
+        steps([&] { prompts_.MessageBox("Unable to Connect.", Buttons::kOk, Icon::kNone, ""); });
+        steps([&] { socket_.Close(0); });
+        steps([&] {
+            state_.Role = kRoleNotConnected;
+            screen_.EnableSessionMenus(true);
+        });
     });
 }
 

@@ -36,6 +36,10 @@ void Table::ProcessArrivals() {
             more = true;
             tcpTalker_DataArrival(index);
         }
+        if (!more && closeWaiting_ && !ended_) {
+            closeWaiting_ = false;
+            tcpTalker_Close(0);
+        }
     }
 }
 
@@ -120,6 +124,12 @@ void Table::CheckEndOfGame() {
     steps([&] {
         result = ScoreRound(state_);
         AddToTotals(state_, result);
+    });
+    // Nobody moves between a round's end and the next deal: a click in that gap would send a
+    // move of the old round into the new one on the other side.
+    steps([&] {
+        state_.MyTurn = false;
+        state_.HasDrawn = false;
     });
     steps([&] { RefreshScoreBoard(); });
     steps([&] { screen_.ShowResult(RoundMessage(result)); });

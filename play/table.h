@@ -34,6 +34,10 @@ class Table {
     // `shuffleSource` gives the generator for each shuffle; by default one seeded from the clock.
     explicit Table(Ports ports, std::function<RandomSource()> shuffleSource = ClockSeededRandom);
 
+    // The port the session listens on and connects to; the game's own port unless a test or a
+    // second copy on one machine asks for another.
+    void UsePort(int port) { port_ = port; }
+
     const GameState& state() const { return state_; }
     bool IsSelected(Int16 handIndex) const { return selected_[handIndex]; }
     bool WarnIfMeldable() const { return warnMeld_; }
@@ -57,6 +61,13 @@ class Table {
     void tcpTalker_DataArrival(int index);
     void tcpTalker_Close(int index);
 
+    // A connection attempt that had started failed later (refused, unreachable, timed out): the
+    // player is told and may try again.
+    void ConnectionFailed();
+
+    // Redraws the hands for the shell (after a resize); the selection goes with the redraw.
+    void RefreshHands(char which);
+
     // Applies one received message; public so tests can feed messages without a socket.
     void Data_Process(const std::string& message);
 
@@ -76,7 +87,6 @@ class Table {
     void RemoveRCard(Int16 p);
     void CheckEndOfGame();
     void RefreshScoreBoard();
-    void RefreshHands(char which);
     void Discard(Int16 p);
     void TalkToRemote(const std::string& text);
     void AddChatLine(const std::string& line);
@@ -109,7 +119,9 @@ class Table {
 
     int depth_ = 0;
     std::array<bool, 2> arrivalWaiting_{};
+    bool closeWaiting_ = false;
     bool ended_ = false;
+    int port_ = kGamePort;
 };
 
 }  // namespace kelvane

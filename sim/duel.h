@@ -18,6 +18,9 @@ struct DuelOptions {
     bool singleBytes = false;
     // Gestures in a row that send nothing before the player to move is judged unable to go on.
     int idleLimit = 200;
+    // Check both programs' states after every applied message. Off only where the game's own
+    // speed is measured; the results and the refused-gesture checks stay on.
+    bool checkStates = true;
 };
 
 struct DuelResult {
@@ -74,6 +77,8 @@ class Duel {
         HeadlessPrompts prompts;
         HeadlessErrors errors;
         Table table;
+        // The game changed since its last check: a message arrived or a gesture sent one.
+        bool unchecked = true;
     };
 
     Seat& SeatOf(Side side) { return side == Side::kServer ? server_ : client_; }

@@ -279,11 +279,19 @@ bool TurnCanEnd(const GameState& seen) {
     if (!Discardable(seen).empty()) return true;
     const std::vector<MeldMove> melds =
         seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen);
-    return std::any_of(melds.begin(), melds.end(), [&](const MeldMove& m) {
-        GameState after = seen;
-        ApplyMeld(after, m);
-        return TurnCanEnd(after);
-    });
+    return std::any_of(melds.begin(), melds.end(),
+                       [&](const MeldMove& m) { return TurnCanEndAfter(seen, m); });
+}
+
+bool TurnCanEndAfter(const GameState& seen, const MeldMove& move) {
+    // Two cards left with the duty met: one of them is not the card taken alone, and only a
+    // last card is kept back for being meldable. An emptied hand floats.
+    const int left = seen.LocalCount.value() - static_cast<int>(move.cards.size());
+    const bool dutyMet = seen.MustMeldCard == 0 || move.Contains(seen.MustMeldCard);
+    if (left == 0 || (left >= 2 && dutyMet)) return true;
+    GameState after = seen;
+    ApplyMeld(after, move);
+    return TurnCanEnd(after);
 }
 
 std::string WhyTurnCannotEnd(const GameState& seen) {

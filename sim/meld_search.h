@@ -51,6 +51,8 @@ std::vector<Int16> Discardable(const GameState& seen);
 // After drawing: can some sequence of melds and a discard (or melding the hand out) still end
 // the turn? A hand reduced to a card that can be neither discarded nor melded cannot.
 bool TurnCanEnd(const GameState& seen);
+// The same, once the meld has been played.
+bool TurnCanEndAfter(const GameState& seen, const MeldMove& move);
 // For the player to move: empty when some legal sequence of gestures completes the turn,
 // otherwise what the rules leave him stuck on.
 std::string WhyTurnCannotEnd(const GameState& seen);

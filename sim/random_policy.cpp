@@ -71,15 +71,15 @@ void RandomPolicy::Draw(Table& table, const GameState& seen) {
 
 void RandomPolicy::Choose(Table& table, const GameState& seen) {
     const std::vector<Int16> discards = Discardable(seen);
-    std::vector<MeldMove> melds =
-        seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen);
-    if (!melds.empty() && (discards.empty() || Below(4) != 0)) {
+    // Three times in four a meld is played when there is one; the search is spared otherwise.
+    std::vector<MeldMove> melds;
+    if (discards.empty() || Below(4) != 0)
+        melds = seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen);
+    if (!melds.empty()) {
         // Tried in random order until one leaves a turn that can still end.
         for (std::size_t left = melds.size(); left > 0; --left) {
             std::swap(melds[left - 1], melds[Below(left)]);
-            GameState after = seen;
-            ApplyMeld(after, melds[left - 1]);
-            if (!TurnCanEnd(after)) continue;
+            if (!TurnCanEndAfter(seen, melds[left - 1])) continue;
             meld_ = std::move(melds[left - 1]);
             ContinueMeld(table, seen);
             return;
