@@ -1,0 +1,284 @@
+#include "net/qt/qt_socket.h"
+
+#include <QHostAddress>
+#include <QNetworkInterface>
+#include <QPointer>
+#include <QScopedValueRollback>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <string>
+#include <utility>
+
+#include "game/failure.h"
+
+namespace kelvane {
+
+namespace {
+
+constexpr std::chrono::seconds kConnectTimeout{10};
+
+[[noreturn]] void Fail(const std::string& description) {
+    throw Failure(kInvalidProcedureCall, description);
+}
+
+std::string SocketName(int index) {
+    return "Socket " + std::to_string(index);
+}
+
+void CheckIndex(int index) {
+    if (index < 0 || index > 1) Fail("There is no socket " + std::to_string(index));
+}
+
+void CheckPort(int port, int lowest) {
+    if (port < lowest || port > 65535) Fail("Invalid port " + std::to_string(port));
+}
+
+int EngineState(QAbstractSocket::SocketState state) {
+    switch (state) {
+        case QAbstractSocket::UnconnectedState:
+            return kSocketClosed;
+        case QAbstractSocket::HostLookupState:
+            return kSocketResolvingHost;
+        case QAbstractSocket::ConnectingState:
+            return kSocketConnecting;
+        case QAbstractSocket::ConnectedState:
+            return kSocketConnected;
+        case QAbstractSocket::BoundState:
+            return kSocketOpen;
+        case QAbstractSocket::ListeningState:
+            return kSocketListening;
+        case QAbstractSocket::ClosingState:
+            return kSocketClosing;
+    }
+    return kSocketError;
+}
+
+}  // namespace
+
+QtSocket::QtSocket(QObject* parent) : QObject(parent) {
+    connectTimer_.setSingleShot(true);
+    connectTimer_.setInterval(kConnectTimeout);
+    connect(&connectTimer_, &QTimer::timeout, this, [this] { FailConnect(); });
+}
+
+QtSocket::~QtSocket() {
+    // The program is ending: what the engine has sent must still reach the peer, but nothing
+    // the sockets report on their way down may reach an engine that is going away.
+    for (QTcpSocket* socket : connections_) {
+        if (!socket) continue;
+        socket->disconnect(this);
+        socket->flush();
+        socket->disconnectFromHost();
+    }
+    if (server_) server_->disconnect(this);
+}
+
+void QtSocket::Listen(int index, int port) {
+    if (index != 0) Fail("Only socket 0 listens");
+    CheckPort(port, 0);
+    if (State(0) != kSocketClosed && State(0) != kSocketError) Fail("Socket 0 is already in use");
+    Drop(0);
+    connectFailed_ = false;
+    if (!server_) {
+        server_ = new QTcpServer(this);
+        connect(server_, &QTcpServer::newConnection, this, [this] { TakeRequests(); });
+    }
+    if (!server_->listen(QHostAddress::Any, static_cast<quint16>(port))) {
+        Fail("Unable to listen on port " + std::to_string(port) + ": " +
+             server_->errorString().toStdString());
+    }
+}
+
+std::string QtSocket::LocalIP(int index) {
+    CheckIndex(index);
+    // The address a player on another machine would type, so never the loopback.
+    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
+        const auto flags = nic.flags();
+        if (!flags.testFlag(QNetworkInterface::IsUp) ||
+            flags.testFlag(QNetworkInterface::IsLoopBack))
+            continue;
+        for (const QNetworkAddressEntry& entry : nic.addressEntries()) {
+            const QHostAddress ip = entry.ip();
+            if (ip.protocol() == QAbstractSocket::IPv4Protocol && !ip.isLoopback())
+                return ip.toString().toStdString();
+        }
+    }
+    return "127.0.0.1";
+}
+
+void QtSocket::Connect(int index, const std::string& host, int port) {
+    if (index != 0) Fail("Only socket 0 connects");
+    CheckPort(port, 1);
+    if (State(0) != kSocketClosed && State(0) != kSocketError) Fail("Socket 0 is already in use");
+    Drop(0);
+    connectFailed_ = false;
+    auto* socket = new QTcpSocket(this);
+    Attach(0, socket);
+    connect(socket, &QAbstractSocket::connected, this, [this] { connectTimer_.stop(); });
+    connectTimer_.start();
+    // A failure inside connectToHost itself shows in the state the engine reads right after.
+    const QScopedValueRollback inside(insideConnect_, true);
+    socket->connectToHost(QString::fromStdString(host), static_cast<quint16>(port));
+}
+
+int QtSocket::State(int index) {
+    CheckIndex(index);
+    if (index == 0 && Listening()) return kSocketListening;
+    if (QTcpSocket* socket = connections_[static_cast<std::size_t>(index)])
+        return EngineState(socket->state());
+    return index == 0 && connectFailed_ ? kSocketError : kSocketClosed;
+}
+
+void QtSocket::Accept(int index, long requestId) {
+    if (index != 1) Fail("Connections are accepted on socket 1 only");
+    if (slotOneCreated_) Fail("Socket 1 already exists");
+    const auto request = requests_.find(requestId);
+    if (request == requests_.end()) Fail("No connection request " + std::to_string(requestId));
+    QTcpSocket* socket = request->second;
+    requests_.erase(request);
+    slotOneCreated_ = true;
+    Attach(1, socket);
+    // Bytes the client sent before it was accepted arrived while nobody listened for them.
+    if (socket->bytesAvailable() > 0) {
+        QMetaObject::invokeMethod(
+            this, [this] { RaiseDataArrival(1); }, Qt::QueuedConnection);
+    }
+}
+
+void QtSocket::Refuse(int index, long requestId) {
+    if (index != 0 || !requests_.contains(requestId))
+        Fail("No connection request " + std::to_string(requestId) + " on socket " +
+             std::to_string(index));
+    DropRequest(requestId);
+}
+
+void QtSocket::Send(int index, const std::string& bytes) {
+    QTcpSocket* socket = Connection(index);
+    if (socket->state() != QAbstractSocket::ConnectedState)
+        Fail(SocketName(index) + " is not connected");
+    const auto size = static_cast<qint64>(bytes.size());
+    if (socket->write(bytes.data(), size) != size) Fail(socket->errorString().toStdString());
+    // The message leaves now, even when the game then holds the thread for a pause.
+    socket->flush();
+}
+
+std::string QtSocket::Read(int index) {
+    const QByteArray bytes = Connection(index)->readAll();
+    return std::string(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+}
+
+void QtSocket::Close(int index) {
+    CheckIndex(index);
+    if (index == 0) {
+        connectTimer_.stop();
+        connectFailed_ = false;
+        if (server_) server_->close();
+        while (!requests_.empty()) DropRequest(requests_.begin()->first);
+    }
+    Drop(index);
+}
+
+int QtSocket::LocalPort(int index) const {
+    CheckIndex(index);
+    if (index == 0 && Listening()) return server_->serverPort();
+    const QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
+    return socket ? socket->localPort() : 0;
+}
+
+void QtSocket::SetConnectTimeout(std::chrono::milliseconds timeout) {
+    connectTimer_.setInterval(timeout);
+}
+
+QTcpSocket* QtSocket::Connection(int index) const {
+    CheckIndex(index);
+    QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
+    if (!socket) Fail(SocketName(index) + " has no connection");
+    return socket;
+}
+
+bool QtSocket::Listening() const {
+    return server_ && server_->isListening();
+}
+
+void QtSocket::Attach(int index, QTcpSocket* socket) {
+    socket->setParent(this);
+    connections_[static_cast<std::size_t>(index)] = socket;
+    // channelReadyRead, unlike readyRead, is raised again while an earlier arrival's handler
+    // waits in a modal box: the engine must hear of those bytes to apply them afterwards.
+    connect(socket, &QIODevice::channelReadyRead, this,
+            [this, index](int) { RaiseDataArrival(index); });
+    // A Send that finds the connection broken loses it on the spot; the engine hears of the
+    // loss from the event loop, after that Send, and not at all if it has closed the socket.
+    connect(socket, &QAbstractSocket::disconnected, this, [this, index, socket] {
+        const QPointer<QTcpSocket> lost(socket);
+        QMetaObject::invokeMethod(
+            this,
+            [this, index, lost] {
+                if (lost && connections_[static_cast<std::size_t>(index)] == lost && onClose)
+                    onClose(index);
+            },
+            Qt::QueuedConnection);
+    });
+    connect(socket, &QAbstractSocket::errorOccurred, this,
+            [this, index](QAbstractSocket::SocketError error) { OnError(index, error); });
+}
+
+void QtSocket::Drop(int index) {
+    QTcpSocket* socket = std::exchange(connections_[static_cast<std::size_t>(index)], nullptr);
+    if (!socket) return;
+    socket->disconnect(this);
+    connect(socket, &QAbstractSocket::disconnected, socket, &QObject::deleteLater);
+    // Goes on sending what is still queued, then closes; the peer sees its close.
+    socket->disconnectFromHost();
+    if (socket->state() == QAbstractSocket::UnconnectedState) socket->deleteLater();
+}
+
+void QtSocket::DropRequest(long requestId) {
+    const auto request = requests_.find(requestId);
+    if (request == requests_.end()) return;
+    request->second->abort();
+    request->second->deleteLater();
+    requests_.erase(request);
+}
+
+void QtSocket::TakeRequests() {
+    while (Listening() && server_->hasPendingConnections()) {
+        QTcpSocket* socket = server_->nextPendingConnection();
+        socket->setParent(this);
+        const long requestId = ++lastRequestId_;
+        requests_[requestId] = socket;
+        if (onConnectionRequest) onConnectionRequest(0, requestId);
+        // A request left undecided would hold its client on a connection nobody serves.
+        DropRequest(requestId);
+    }
+}
+
+void QtSocket::OnError(int index, QAbstractSocket::SocketError error) {
+    switch (error) {
+        case QAbstractSocket::RemoteHostClosedError:
+            // Reaches the engine as the peer's close, after the last of its data.
+            return;
+        default:
+            break;
+    }
+    // Only an attempt that has given up on every address has failed; an established connection
+    // that breaks is reported once, as its close.
+    QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
+    if (index == 0 && connectTimer_.isActive() && socket &&
+        socket->state() == QAbstractSocket::UnconnectedState) {
+        FailConnect();
+    }
+}
+
+void QtSocket::FailConnect() {
+    connectTimer_.stop();
+    Drop(0);
+    connectFailed_ = true;
+    if (!insideConnect_ && onConnectFailed) onConnectFailed();
+}
+
+void QtSocket::RaiseDataArrival(int index) {
+    if (onDataArrival) onDataArrival(index);
+}
+
+}  // namespace kelvane
