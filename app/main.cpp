@@ -1,0 +1,17 @@
+#include <QApplication>
+#include <QIcon>
+
+#include "net/qt/qt_socket.h"
+#include "ui/deck.h"
+#include "ui/form1.h"
+
+int main(int argc, char* argv[]) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("Kelvane");
+    QApplication::setWindowIcon(QIcon(":/kelvane.svg"));
+    kelvane::Deck deck;
+    kelvane::QtSocket socket;
+    kelvane::Form1 window(socket, deck);
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QWidget>
+
+namespace kelvane {
+
+class Deck;
+
+// One card slot: its picture stretched to its own size, the picture code it shows (0 when
+// empty), a tooltip, a thin border that marks a selection, and its slot number on every click
+// and press. An empty slot draws nothing but still takes clicks.
+class CardImage : public QWidget {
+    Q_OBJECT
+
+  public:
+    CardImage(Deck& deck, int index, QWidget* parent);
+
+    int index() const { return index_; }
+    int tag() const { return tag_; }
+    void setPicture(int pictureCode);
+    void clearPicture();
+    bool selected() const { return selected_; }
+    void setSelected(bool selected);
+
+  signals:
+    void clicked(int index);
+    // Button: 1 left, 2 right, 4 middle.
+    void pressed(int index, int button);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+  private:
+    Deck& deck_;
+    int index_;
+    int tag_ = 0;
+    bool selected_ = false;
+};
+
+}  // namespace kelvane

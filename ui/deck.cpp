@@ -1,0 +1,148 @@
+#include "ui/deck.h"
+
+#include <QDir>
+#include <QFile>
+#include <QPainter>
+#include <QPainterPath>
+#include <QSvgRenderer>
+#include <array>
+
+namespace kelvane {
+
+namespace {
+
+constexpr int kBack = 62;
+constexpr int kEmptyStack = 56;
+constexpr std::array<const char*, 4> kSuitIds = {"spade", "diamond", "club", "heart"};
+constexpr std::array<const char*, 4> kSuitMarks = {"\u2660", "\u2666", "\u2663", "\u2665"};
+constexpr std::array<const char*, 13> kRankMarks = {"A", "2", "3",  "4", "5", "6", "7",
+                                                    "8", "9", "10", "J", "Q", "K"};
+
+QString ElementId(int code) {
+    if (code == kBack) return "back";
+    const int suit = (code - 1) / 13;
+    const int rank = (code - 1) % 13 + 1;
+    static const std::array<const char*, 3> courts = {"jack", "queen", "king"};
+    const QString rankId =
+        rank > 10 ? courts[static_cast<std::size_t>(rank - 11)] : QString::number(rank);
+    return rankId + "_" + kSuitIds[static_cast<std::size_t>(suit)];
+}
+
+QRectF Inset(QSize size) {
+    return QRectF(0.5, 0.5, size.width() - 1.0, size.height() - 1.0);
+}
+
+}  // namespace
+
+QString Deck::DefaultThemeFolder() {
+    // Clean faces with large indices stay legible on the small opponent cards.
+    return "/usr/share/carddecks/svg-standard";
+}
+
+Deck::Deck(QString themeFolder) {
+    const QDir dir(themeFolder.isEmpty() ? DefaultThemeFolder() : themeFolder);
+    const QStringList files = dir.entryList({"*.svgz", "*.svg"}, QDir::Files);
+    if (files.isEmpty()) return;
+    auto svg = std::make_unique<QSvgRenderer>(dir.filePath(files.front()));
+    if (svg->isValid() && svg->elementExists("1_spade") && svg->elementExists("back"))
+        svg_ = std::move(svg);
+}
+
+Deck::~Deck() = default;
+
+bool Deck::usesTheme() const {
+    return svg_ != nullptr;
+}
+
+QPixmap Deck::Picture(int code, QSize size) {
+    if (size.isEmpty()) return {};
+    const quint64 key =
+        (quint64(code) << 32) | (quint64(size.width()) << 16) | quint64(size.height());
+    auto it = cache_.constFind(key);
+    if (it != cache_.constEnd()) return *it;
+    QPixmap picture = Render(code, size);
+    ++renders_;
+    cache_.insert(key, picture);
+    return picture;
+}
+
+QPixmap Deck::Render(int code, QSize size) {
+    const bool face = code >= 1 && code <= 52;
+    if (code == kEmptyStack) return DrawEmptyMark(size);
+    if (!face && code != kBack) {
+        QPixmap blank(size);
+        blank.fill(Qt::transparent);
+        return blank;
+    }
+    if (!svg_) return face ? DrawFace(code, size) : DrawBack(size);
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    svg_->render(&painter, ElementId(code), QRectF(QPointF(0, 0), QSizeF(size)));
+    return picture;
+}
+
+QPixmap Deck::DrawFace(int code, QSize size) const {
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter p(&picture);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(QColor(90, 90, 90), 1));
+    p.setBrush(Qt::white);
+    const double radius = size.width() / 10.0;
+    p.drawRoundedRect(Inset(size), radius, radius);
+    const int suit = (code - 1) / 13;
+    const QColor ink = suit == 1 || suit == 3 ? QColor(200, 16, 30) : QColor(20, 20, 20);
+    p.setPen(ink);
+    QFont font;
+    font.setBold(true);
+    font.setPixelSize(std::max(8, size.height() / 5));
+    p.setFont(font);
+    const QString index = QString(kRankMarks[static_cast<std::size_t>((code - 1) % 13)]) + "\n" +
+                          kSuitMarks[static_cast<std::size_t>(suit)];
+    p.drawText(QRectF(3, 2, size.width() / 2.0, size.height() / 2.0), Qt::AlignLeft | Qt::AlignTop,
+               index);
+    font.setPixelSize(std::max(10, size.height() / 2));
+    p.setFont(font);
+    p.drawText(QRectF(0, size.height() / 4.0, size.width(), size.height() * 0.7), Qt::AlignCenter,
+               kSuitMarks[static_cast<std::size_t>(suit)]);
+    return picture;
+}
+
+QPixmap Deck::DrawBack(QSize size) const {
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter p(&picture);
+    p.setRenderHint(QPainter::Antialiasing);
+    const double radius = size.width() / 10.0;
+    p.setPen(QPen(Qt::white, 2));
+    p.setBrush(QColor(29, 53, 87));
+    p.drawRoundedRect(Inset(size), radius, radius);
+    p.setPen(QPen(QColor(69, 123, 157), 1));
+    for (int d = -size.height(); d < size.width(); d += 6) {
+        p.drawLine(QPointF(d, 0), QPointF(d + size.height(), size.height()));
+        p.drawLine(QPointF(d + size.height(), 0), QPointF(d, size.height()));
+    }
+    return picture;
+}
+
+QPixmap Deck::DrawEmptyMark(QSize size) const {
+    // Where the stack was: a faint outline and a cross, so the player sees there is nothing left.
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter p(&picture);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(QColor(120, 120, 120), 2, Qt::DashLine));
+    p.setBrush(Qt::NoBrush);
+    const double radius = size.width() / 10.0;
+    p.drawRoundedRect(Inset(size).adjusted(2, 2, -2, -2), radius, radius);
+    p.setPen(QPen(QColor(150, 150, 150), 2));
+    const QPointF c(size.width() / 2.0, size.height() / 2.0);
+    const double r = size.width() / 5.0;
+    p.drawLine(c + QPointF(-r, -r), c + QPointF(r, r));
+    p.drawLine(c + QPointF(-r, r), c + QPointF(r, -r));
+    return picture;
+}
+
+}  // namespace kelvane

@@ -1,0 +1,240 @@
+#include "ui/form1.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QGroupBox>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTextEdit>
+#include <QThread>
+#include <cmath>
+#include <cstdlib>
+
+#include "net/qt/qt_socket.h"
+#include "ui/card_image.h"
+#include "ui/codepage.h"
+#include "ui/deck.h"
+#include "ui/geometry.h"
+#include "ui/resizer.h"
+#include "ui/results_dialog.h"
+
+namespace kelvane {
+
+namespace {
+const QString kAppTitle = QStringLiteral("Kelvane");
+}
+
+Form1::Form1(QtSocket& socket, Deck& deck, QWidget* parent)
+    : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
+    setObjectName("Form1");
+    table_ = std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this});
+    BuildControls();
+    BuildMenus();
+    WireSocket();
+    Form_Load();
+}
+
+Form1::~Form1() = default;
+
+void Form1::Procedure(const char* name, const std::function<void(Steps&)>& body) {
+    Steps steps(reporter_, name);
+    body(steps);
+}
+
+void Form1::Form_Load() {
+    Procedure("Form_Load", [&](Steps& steps) {
+        steps([&] {
+            setWindowTitle(QStringLiteral("Kelvane (Version %1.%2.%3)")
+                               .arg(KELVANE_VERSION_MAJOR)
+                               .arg(KELVANE_VERSION_MINOR)
+                               .arg(KELVANE_VERSION_PATCH));
+        });
+        steps([&] { imgMeld_[0]->hide(); });
+        steps([&] { CreateHandImages(); });
+        steps([&] { CreateUpPile(); });
+        steps([&] { TakeStatusFontSize(); });
+    });
+}
+
+CardImage* Form1::NewCardImage(QWidget* parent, const CardImage* model, int index) {
+    auto* image = new CardImage(deck_, index, parent);
+    if (model) image->setGeometry(model->geometry());
+    image->hide();
+    return image;
+}
+
+// A new slot lies above every slot created before it, so each card covers part of the one
+// before it and the last card is seen whole.
+void Form1::CreateHandImages() {
+    Procedure("CreateHandImages", [&](Steps& steps) {
+        for (int i = 1; i < kCardsInDeck; ++i) {
+            steps([&] {
+                imgRemote_.push_back(NewCardImage(frRemoteHand_, imgRemote_[0], i));
+                imgRemote_.back()->raise();
+                imgLocal_.push_back(NewCardImage(frLocalHand_, imgLocal_[0], i));
+                imgLocal_.back()->raise();
+                connect(imgLocal_.back(), &CardImage::pressed, this, [this](int index, int button) {
+                    table_->imgLocal_MouseDown(index, button);
+                });
+            });
+        }
+    });
+}
+
+void Form1::CreateUpPile() {
+    Procedure("CreateUpPile", [&](Steps& steps) {
+        for (int i = 1; i < kCardsInDeck; ++i) {
+            steps([&] {
+                imgUpPile_.push_back(NewCardImage(frUpPile_, imgUpPile_[0], i));
+                imgUpPile_.back()->raise();
+                connect(imgUpPile_.back(), &CardImage::clicked, this,
+                        [this](int index) { table_->imgUpPile_Click(index); });
+            });
+        }
+    });
+}
+
+void Form1::TakeStatusFontSize() {
+    const double size = lblStatus_->font().pointSizeF();
+    statusFontSize_ = static_cast<int>(std::nearbyint(statusRed_ ? size / 2 : size));
+}
+
+void Form1::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    Form_Resize();
+}
+
+void Form1::Form_Resize() {
+    Procedure("Form_Resize", [&](Steps& steps) {
+        QGroupBox* frames[] = {frLocalHand_, frRemoteHand_, frTable_, frUpPile_};
+        steps([&] {
+            for (QGroupBox* f : frames) f->hide();
+        });
+        steps([&] { resizer_->ResizeForm(client_, true); });
+        steps([&] { RepositionMelds(); });
+        steps([&] {
+            for (QGroupBox* f : frames) f->show();
+        });
+        steps([&] { table_->RefreshHands('B'); });
+        steps([&] { RefreshUpPile(); });
+        steps([&] {
+            if (table_->state().Role == kRoleNotConnected) {
+                statusRed_ = false;
+                lblStatus_->setStyleSheet("color: rgb(0, 0, 0)");
+                lblStatus_->setText(QString::fromStdString(table_->state().Role));
+            }
+        });
+        steps([&] { ColorizeRTB(); });
+        steps([&] { TakeStatusFontSize(); });
+    });
+}
+
+bool Form1::event(QEvent* e) {
+    if (e->type() == QEvent::WindowActivate && !closing_) {
+        Procedure("Form_Activate", [&](Steps& steps) {
+            steps([&] {
+                if (!isMaximized()) showMaximized();
+            });
+        });
+    }
+    return QMainWindow::event(e);
+}
+
+void Form1::closeEvent(QCloseEvent* event) {
+    bool cancel = false;
+    Procedure("Form_Unload", [&](Steps& steps) {
+        steps([&] {
+            if (table_->ended()) return;
+            const int index = table_->state().Role == kRoleServer ? 1 : 0;
+            if (socket_.State(index) != kSocketConnected) return;
+            cancel = MessageBox("Sure you want to quit?", Buttons::kYesNo, Icon::kNone, "") ==
+                     Answer::kNo;
+        });
+    });
+    if (cancel) {
+        event->ignore();
+        return;
+    }
+    closing_ = true;
+    if (dialog_) dialog_->close();
+    event->accept();
+}
+
+void Form1::CloseWindow() {
+    // The engine asks from inside a handler; the window goes once that handler has returned.
+    QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+}
+
+void Form1::SetStatus(const std::string& text) {
+    lblStatus_->setText(QString::fromStdString(text));
+}
+
+void Form1::EnableSessionMenus(bool enabled) {
+    mnuServer_->setEnabled(enabled);
+    mnuClient_->setEnabled(enabled);
+}
+
+void Form1::ShowWarnMeldChecked(bool checked) {
+    mnuWarnMeld_->setChecked(checked);
+}
+
+void Form1::ShowResult(const std::string& text) {
+    if (!dialog_) dialog_ = new ResultsDialog(this);
+    dialog_->ShowMessage(QString::fromStdString(text));
+}
+
+Answer Form1::MessageBox(const std::string& text, Buttons buttons, Icon icon,
+                         const std::string& title) {
+    QMessageBox box(this);
+    box.setWindowTitle(title.empty() ? kAppTitle : QString::fromStdString(title));
+    box.setText(FromCodePage(text));
+    box.setIcon(icon == Icon::kExclamation ? QMessageBox::Warning
+                : icon == Icon::kCritical  ? QMessageBox::Critical
+                                           : QMessageBox::NoIcon);
+    if (buttons == Buttons::kOk) {
+        box.setStandardButtons(QMessageBox::Ok);
+        box.exec();
+        return Answer::kOk;
+    }
+    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    box.setDefaultButton(QMessageBox::Yes);
+    return box.exec() == QMessageBox::Yes ? Answer::kYes : Answer::kNo;
+}
+
+std::string Form1::InputBox(const std::string& prompt, const std::string& title,
+                            const std::string& defaultText) {
+    bool ok = false;
+    const QString answer =
+        QInputDialog::getText(this, QString::fromStdString(title), QString::fromStdString(prompt),
+                              QLineEdit::Normal, QString::fromStdString(defaultText), &ok);
+    return ok ? answer.trimmed().toStdString() : std::string();
+}
+
+void Form1::Pause(int milliseconds) {
+    // What must be seen was painted at once by the view; the game then holds still, handling
+    // nothing, as a player watching the card expects.
+    QThread::msleep(static_cast<unsigned long>(milliseconds));
+}
+
+void Form1::SetClipboardText(const std::string& text) {
+    QClipboard* clipboard = QApplication::clipboard();
+    clipboard->clear();
+    clipboard->setText(QString::fromStdString(text));
+}
+
+bool Form1::AskToContinue(const std::string& text) {
+    return QMessageBox::critical(this, "Program Error", QString::fromStdString(text),
+                                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
+}
+
+void Form1::EndProgram() {
+    // No further handler may run, not even the quit question; the connection drops with us.
+    std::_Exit(EXIT_FAILURE);
+}
+
+}  // namespace kelvane

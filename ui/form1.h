@@ -1,0 +1,147 @@
+#pragma once
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QPointer>
+#include <memory>
+#include <vector>
+
+#include "game/report_error.h"
+#include "play/ports.h"
+#include "play/table.h"
+#include "ui/results_dialog.h"
+
+class QAction;
+class QGroupBox;
+class QLineEdit;
+class QPushButton;
+class QTextEdit;
+
+namespace kelvane {
+
+class CardImage;
+class Deck;
+class FormResizer;
+class QtSocket;
+
+// The main window: every control at its design place, the menus, and the views that draw the
+// engine's state. It is the engine's Screen, Prompts and ErrorPrompt; the engine decides, the
+// window only shows and asks.
+class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPrompt {
+    Q_OBJECT
+
+  public:
+    // `socket` is the session's socket; the window wires its events to the engine.
+    Form1(QtSocket& socket, Deck& deck, QWidget* parent = nullptr);
+    ~Form1() override;
+
+    Table& table() { return *table_; }
+
+    // The controls, by their names, for tests that click them as a player would.
+    QGroupBox* frTable() const { return frTable_; }
+    CardImage* imgStack() const { return imgStack_; }
+    CardImage* imgLocal(int i) const { return imgLocal_[static_cast<std::size_t>(i)]; }
+    CardImage* imgRemote(int i) const { return imgRemote_[static_cast<std::size_t>(i)]; }
+    CardImage* imgUpPile(int i) const { return imgUpPile_[static_cast<std::size_t>(i)]; }
+    CardImage* imgMeld(int slot) const;
+    int meldSlotCount() const { return static_cast<int>(imgMeld_.size()); }
+    QLabel* label(const char* name) const;
+    QLineEdit* txtSay() const { return txtSay_; }
+    QPushButton* cmdSend() const { return cmdSend_; }
+    QTextEdit* rtbConvo() const { return rtbConvo_; }
+    QAction* action(const char* name) const;
+    ResultsDialog* resultsDialog() const { return dialog_; }
+    int statusFontSize() const { return statusFontSize_; }
+
+    // Screen
+    void RefreshHands(char which) override;
+    void RefreshUpPile() override;
+    void MarkUpPileSlot(Int16 index, bool marked) override;
+    void ShowStack(Int16 picture) override;
+    void ShowCardsLeft() override;
+    void CreateMeldColumn(Int16 column) override;
+    void ShowMeldColumn(Int16 column) override;
+    void ClearTable() override;
+    void RefreshScoreBoard(const ScoreBoardTexts& texts) override;
+    void ShowSelection(Int16 handIndex, bool selected) override;
+    void ShowResult(const std::string& text) override;
+    void SetStatus(const std::string& text) override;
+    void EnableSessionMenus(bool enabled) override;
+    void ShowWarnMeldChecked(bool checked) override;
+    void ChatLineAdded(const Transcript& transcript) override;
+    void ClearChatInput() override;
+    void CloseWindow() override;
+
+    // Prompts
+    Answer MessageBox(const std::string& text, Buttons buttons, Icon icon,
+                      const std::string& title) override;
+    std::string InputBox(const std::string& prompt, const std::string& title,
+                         const std::string& defaultText) override;
+    void Pause(int milliseconds) override;
+
+    // ErrorPrompt
+    void SetClipboardText(const std::string& text) override;
+    bool AskToContinue(const std::string& text) override;
+    void EndProgram() override;
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void Form_Load();
+    void Form_Resize();
+    void BuildControls();
+    void BuildMenus();
+    void WireSocket();
+    void CreateHandImages();
+    void CreateUpPile();
+    void RepositionMelds();
+    void PlaceMeldSlot(int slot);
+    void ColorizeRTB();
+    void TakeStatusFontSize();
+    void WriteStatusLine();
+    CardImage* NewCardImage(QWidget* parent, const CardImage* model, int index);
+    // Runs a window procedure's steps under its own name, as the engine's procedures do.
+    void Procedure(const char* name, const std::function<void(Steps&)>& body);
+
+    QtSocket& socket_;
+    Deck& deck_;
+    ErrorReporter reporter_{*this};
+    std::unique_ptr<FormResizer> resizer_;
+    std::unique_ptr<Table> table_;
+
+    QWidget* client_ = nullptr;
+    QGroupBox* frTable_ = nullptr;
+    QGroupBox* frLocalHand_ = nullptr;
+    QGroupBox* frRemoteHand_ = nullptr;
+    QGroupBox* frUpPile_ = nullptr;
+    QGroupBox* frmScores_ = nullptr;
+    CardImage* imgStack_ = nullptr;
+    std::vector<CardImage*> imgLocal_, imgRemote_, imgUpPile_, imgMeld_;
+    QLabel* lblCardsleft_ = nullptr;
+    QLabel* lblStatus_ = nullptr;
+    QLabel* lblScores_ = nullptr;
+    QLabel* lblTotGamesPlayed_ = nullptr;
+    QLabel* lblLocalScore_ = nullptr;
+    QLabel* lblRemoteScore_ = nullptr;
+    QLabel* lblFloat_ = nullptr;
+    QLabel* label1_ = nullptr;
+    QLineEdit* txtSay_ = nullptr;
+    QPushButton* cmdSend_ = nullptr;
+    QTextEdit* rtbConvo_ = nullptr;
+    QAction* mnuServer_ = nullptr;
+    QAction* mnuClient_ = nullptr;
+    QAction* mnuQuit_ = nullptr;
+    QAction* mnuWarnMeld_ = nullptr;
+    QAction* mnuAbout_ = nullptr;
+    QPointer<ResultsDialog> dialog_;
+
+    int statusFontSize_ = 10;
+    bool statusRed_ = false;
+    bool closing_ = false;
+};
+
+}  // namespace kelvane

@@ -1,0 +1,156 @@
+#include <QAction>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTextEdit>
+
+#include "net/qt/qt_socket.h"
+#include "ui/card_image.h"
+#include "ui/codepage.h"
+#include "ui/form1.h"
+#include "ui/geometry.h"
+
+namespace kelvane {
+
+namespace {
+
+QGroupBox* Frame(QWidget* parent, const char* name, const char* caption, QRect at) {
+    auto* frame = new QGroupBox(caption, parent);
+    frame->setObjectName(name);
+    frame->setGeometry(at);
+    return frame;
+}
+
+QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, double points = 0,
+              bool bold = false) {
+    auto* label = new QLabel(text, parent);
+    label->setObjectName(name);
+    label->setGeometry(at);
+    if (points > 0) {
+        QFont font = label->font();
+        font.setPointSizeF(points);
+        font.setBold(bold);
+        label->setFont(font);
+    }
+    return label;
+}
+
+}  // namespace
+
+void Form1::BuildControls() {
+    client_ = new QWidget(this);
+    client_->setObjectName("client");
+    setCentralWidget(client_);
+    resize(Px(11490), Px(8715) + menuBar()->sizeHint().height());
+
+    frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));
+    imgMeld_.push_back(NewCardImage(frTable_, nullptr, 0));
+    imgMeld_[0]->setGeometry(Twips(240, 360, 735, 1215));
+    frLocalHand_ = Frame(client_, "frLocalHand", "Your Hand", Twips(120, 6360, 11295, 1215));
+    imgLocal_.push_back(NewCardImage(frLocalHand_, nullptr, 0));
+    imgLocal_[0]->setGeometry(Twips(120, 120, 1095, 1575));
+    frRemoteHand_ =
+        Frame(client_, "frRemoteHand", "Your Opponent's Hand", Twips(3120, 360, 5040, 1095));
+    imgRemote_.push_back(NewCardImage(frRemoteHand_, nullptr, 0));
+    imgRemote_[0]->setGeometry(Twips(120, 240, 615, 735));
+    frUpPile_ = Frame(client_, "frUpPile", "UpPile", Twips(1200, 1560, 10215, 1335));
+    imgUpPile_.push_back(NewCardImage(frUpPile_, nullptr, 0));
+    imgUpPile_[0]->setGeometry(Twips(120, 120, 855, 1215));
+    imgStack_ = NewCardImage(client_, nullptr, 0);
+    imgStack_->setObjectName("imgStack");
+    imgStack_->setGeometry(Twips(240, 1660, 855, 1215));
+    imgStack_->show();
+
+    lblCardsleft_ = Label(client_, "lblCardsleft", "", Twips(120, 1320, 975, 255));
+    lblStatus_ = Label(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
+    lblStatus_->setWordWrap(true);
+    lblScores_ = Label(client_, "lblScores", "Become server or client to begin new game",
+                       Twips(3360, 0, 4575, 255));
+    frmScores_ = Frame(client_, "frmScores", "Scores", Twips(8280, 0, 3135, 1455));
+    lblTotGamesPlayed_ = Label(frmScores_, "lblTotGamesPlayed",
+                               "Total Games Played:", Twips(120, 240, 2895, 255), 9.75);
+    lblLocalScore_ =
+        Label(frmScores_, "lblLocalScore", "Your Score:", Twips(120, 480, 2895, 255), 9.75);
+    lblRemoteScore_ = Label(frmScores_, "lblRemoteScore",
+                            "Your Opponent's Score:", Twips(120, 720, 2895, 255), 9.75);
+    lblFloat_ = Label(frmScores_, "lblFloat", "", Twips(120, 960, 2895, 255), 9.75);
+    label1_ = Label(client_, "Label1", "Chat with Opponent:", Twips(120, 7680, 2055, 255));
+
+    txtSay_ = new QLineEdit(client_);
+    txtSay_->setObjectName("txtSay");
+    txtSay_->setGeometry(Twips(120, 7920, 3255, 735));
+    cmdSend_ = new QPushButton("Send", client_);
+    cmdSend_->setObjectName("cmdSend");
+    cmdSend_->setGeometry(Twips(3480, 8160, 615, 375));
+    rtbConvo_ = new QTextEdit(client_);
+    rtbConvo_->setObjectName("rtbConvo");
+    rtbConvo_->setReadOnly(true);
+    rtbConvo_->setGeometry(Twips(4320, 7655, 7095, 1000));
+
+    // Frames that are drawn later sit below the card rows they overlap.
+    frTable_->lower();
+
+    connect(imgStack_, &CardImage::clicked, this, [this](int) { table_->imgStack_Click(); });
+    connect(imgUpPile_[0], &CardImage::clicked, this,
+            [this](int index) { table_->imgUpPile_Click(index); });
+    connect(imgLocal_[0], &CardImage::pressed, this,
+            [this](int index, int button) { table_->imgLocal_MouseDown(index, button); });
+    connect(imgMeld_[0], &CardImage::clicked, this,
+            [this](int index) { table_->imgMeld_Click(index); });
+    frTable_->installEventFilter(this);
+    auto send = [this] { table_->cmdSend_Click(ToCodePage(txtSay_->text())); };
+    connect(cmdSend_, &QPushButton::clicked, this, send);
+    // Enter in the input box sends as the button does.
+    connect(txtSay_, &QLineEdit::returnPressed, this, send);
+}
+
+void Form1::BuildMenus() {
+    auto add = [this](QMenu* menu, const char* name, const char* caption) {
+        QAction* a = menu->addAction(caption);
+        a->setObjectName(name);
+        return a;
+    };
+    QMenu* file = menuBar()->addMenu("File");
+    QMenu* connectMenu = file->addMenu("Connect");
+    mnuServer_ = add(connectMenu, "mnuServer", "Be The Server");
+    mnuClient_ = add(connectMenu, "mnuClient", "Connect to a server");
+    mnuQuit_ = add(file, "mnuQuit", "Quit");
+    QMenu* options = menuBar()->addMenu("Options");
+    mnuWarnMeld_ = add(options, "mnuWarnMeld", "Warn if Meldable");
+    mnuWarnMeld_->setCheckable(true);
+    QMenu* help = menuBar()->addMenu("Help");
+    mnuAbout_ = add(help, "mnuAbout", "No Help For You!");
+
+    connect(mnuServer_, &QAction::triggered, this, [this] { table_->mnuServer_Click(); });
+    connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
+    connect(mnuQuit_, &QAction::triggered, this,
+            [this] { Procedure("mnuQuit_Click", [&](Steps& steps) { steps([&] { close(); }); }); });
+    // The engine owns the option's state; the check mark is redrawn from it.
+    connect(mnuWarnMeld_, &QAction::triggered, this, [this] {
+        mnuWarnMeld_->setChecked(table_->WarnIfMeldable());
+        table_->mnuWarnMeld_Click();
+    });
+}
+
+void Form1::WireSocket() {
+    socket_.onConnectionRequest = [this](int index, long id) {
+        table_->tcpTalker_ConnectionRequest(index, id);
+    };
+    socket_.onDataArrival = [this](int index) { table_->tcpTalker_DataArrival(index); };
+    socket_.onClose = [this](int index) { table_->tcpTalker_Close(index); };
+    socket_.onConnectFailed = [this] { table_->ConnectionFailed(); };
+}
+
+QLabel* Form1::label(const char* name) const {
+    return findChild<QLabel*>(name);
+}
+QAction* Form1::action(const char* name) const {
+    return findChild<QAction*>(name);
+}
+
+CardImage* Form1::imgMeld(int slot) const {
+    return slot >= 0 && slot < meldSlotCount() ? imgMeld_[static_cast<std::size_t>(slot)] : nullptr;
+}
+
+}  // namespace kelvane

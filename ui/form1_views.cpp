@@ -1,0 +1,314 @@
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextEdit>
+
+#include "game/scoring.h"
+#include "game/stock.h"
+#include "play/transcript.h"
+#include "ui/card_image.h"
+#include "ui/codepage.h"
+#include "ui/form1.h"
+#include "ui/geometry.h"
+
+namespace kelvane {
+
+namespace {
+
+// How high a hand card stands: the suits step down from hearts to spades.
+double SuitHeight(Int16 card) {
+    switch (GetCardName(card, false).back()) {
+        case 'H':
+            return 0.2;
+        case 'C':
+            return 0.3;
+        case 'D':
+            return 0.4;
+        default:
+            return 0.5;
+    }
+}
+
+void Clear(CardImage* slot) {
+    slot->clearPicture();
+    slot->setToolTip(QString());
+}
+
+// Shows a card in a slot, fetching its picture only when the slot shows another card.
+void Show(CardImage* slot, Int16 picture, bool tooltip) {
+    if (slot->tag() != picture.value()) {
+        slot->setPicture(picture.value());
+        if (tooltip) slot->setToolTip(QString::fromStdString(GetCardName(picture, true)));
+    }
+}
+
+}  // namespace
+
+void Form1::RefreshHands(char which) {
+    Procedure("RefreshHands", [&](Steps& steps) {
+        const GameState& s = table_->state();
+        const bool local = which != 'R';
+        const bool remote = which != 'L';
+        steps([&] {
+            if (local) frLocalHand_->hide();
+            if (remote) frRemoteHand_->hide();
+        });
+        for (int i = 0; i < kCardsInDeck; ++i) {
+            if (local)
+                steps([&] {
+                    CardImage* slot = imgLocal_[static_cast<std::size_t>(i)];
+                    const double step = imgLocal_[0]->width() / 4.0;
+                    const int x0 =
+                        Round((frLocalHand_->width() - step * (s.LocalCount.value() + 3)) / 2);
+                    if (i + 1 > s.LocalCount.value()) {
+                        slot->hide();
+                        Clear(slot);
+                        return;
+                    }
+                    const Int16 card = s.LocalHand[i];
+                    Show(slot, card, true);
+                    slot->move(Round(x0 + i * step),
+                               Round(frLocalHand_->height() * SuitHeight(card)));
+                    slot->setSelected(false);
+                    slot->show();
+                });
+            if (remote)
+                steps([&] {
+                    CardImage* slot = imgRemote_[static_cast<std::size_t>(i)];
+                    const int n = s.RemoteCount.value();
+                    if (i + 1 > n) {
+                        slot->hide();
+                        slot->clearPicture();
+                        return;
+                    }
+                    const Int16 card = s.RemoteHand[i];
+                    // Only the cards the opponent took from the up pile can be known, and only
+                    // the hidden mode turns them up.
+                    const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
+                    Show(slot, faceUp ? card : Int16(kBackPicture), false);
+                    const int fw = frRemoteHand_->width();
+                    const int w = imgRemote_[0]->width();
+                    int left = (fw - w) / 2;
+                    if (n > 1) {
+                        const double m = fw / 42.0;
+                        left = Round(m + i * Round((fw - 2 * m - w) / (n - 1)));
+                    }
+                    slot->move(left, Round(frRemoteHand_->height() / 5.0));
+                    slot->show();
+                });
+        }
+        steps([&] {
+            if (local) frLocalHand_->show();
+            if (remote) {
+                frRemoteHand_->show();
+                frRemoteHand_->setTitle(
+                    QStringLiteral("Your Opponent's Hand (%1)").arg(s.RemoteCount.value()));
+            }
+        });
+        steps([&] { WriteStatusLine(); });
+    });
+}
+
+void Form1::WriteStatusLine() {
+    const GameState& s = table_->state();
+    statusRed_ = s.MyTurn;
+    QFont font = lblStatus_->font();
+    font.setPointSize(s.MyTurn ? 2 * statusFontSize_ : statusFontSize_);
+    lblStatus_->setFont(font);
+    lblStatus_->setStyleSheet(s.MyTurn ? "color: rgb(255, 0, 0)" : "color: rgb(0, 0, 255)");
+    if (s.MyTurn) {
+        lblStatus_->setText(s.HasDrawn ? "Discard" : "Draw");
+    } else {
+        lblStatus_->setText(QStringLiteral("Waiting for your opponent to ") +
+                            (s.HasDrawn ? "discard" : "draw"));
+    }
+}
+
+void Form1::RefreshUpPile() {
+    Procedure("RefreshUpPile", [&](Steps& steps) {
+        const GameState& s = table_->state();
+        steps([&] { frUpPile_->hide(); });
+        for (int i = 0; i < kCardsInDeck; ++i) {
+            steps([&] {
+                CardImage* slot = imgUpPile_[static_cast<std::size_t>(i)];
+                if (i + 1 > s.UpCount.value()) {
+                    slot->hide();
+                    slot->setToolTip(QString());
+                    return;
+                }
+                slot->setPicture(s.UpPile[i].value());
+                slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
+                const double w = imgUpPile_[0]->width();
+                slot->move(Round(frUpPile_->width() / 85.0 + w * 0.4 * i), Px(120));
+                slot->show();
+            });
+        }
+        steps([&] { frUpPile_->show(); });
+    });
+}
+
+void Form1::MarkUpPileSlot(Int16 index, bool marked) {
+    if (index < 0 || index >= kCardsInDeck) return;
+    CardImage* slot = imgUpPile_[static_cast<std::size_t>(index.value())];
+    slot->setSelected(marked);
+    slot->repaint();
+}
+
+void Form1::ShowStack(Int16 picture) {
+    imgStack_->setPicture(picture.value());
+    imgStack_->repaint();
+}
+
+void Form1::ShowCardsLeft() {
+    lblCardsleft_->setText(QStringLiteral("Deck (%1)").arg(table_->state().StackCount.value()));
+}
+
+void Form1::PlaceMeldSlot(int slot) {
+    const double w = imgMeld_[0]->width();
+    const double tableW = frTable_->width();
+    const double tableH = frTable_->height();
+    const int column = slot / kSlotsPerColumn;
+    const int row = slot % kSlotsPerColumn;
+    imgMeld_[static_cast<std::size_t>(slot)]->setGeometry(
+        Round(tableW / 42 + column * w * 1.1), Round(tableH / 15 + row * (tableH / 13)),
+        imgMeld_[0]->width(), imgMeld_[0]->height());
+}
+
+void Form1::CreateMeldColumn(Int16 column) {
+    Procedure("CreateMeldColumn", [&](Steps& steps) {
+        const int first = column.value() * kSlotsPerColumn;
+        for (int j = first; j < first + kSlotsPerColumn; ++j) {
+            steps([&] {
+                if (j > 0) {
+                    auto* slot = NewCardImage(frTable_, imgMeld_[0], j);
+                    connect(slot, &CardImage::clicked, this,
+                            [this](int index) { table_->imgMeld_Click(index); });
+                    imgMeld_.push_back(slot);
+                }
+                CardImage* slot = imgMeld_[static_cast<std::size_t>(j)];
+                PlaceMeldSlot(j);
+                Clear(slot);
+                slot->raise();
+                slot->show();
+            });
+        }
+    });
+}
+
+void Form1::ShowMeldColumn(Int16 column) {
+    const MeldColumn& cards = table_->state().TableMelds.Column(column);
+    for (int k = 0; k < kSlotsPerColumn; ++k) {
+        CardImage* slot = imgMeld(column.value() * kSlotsPerColumn + k);
+        if (!slot) continue;
+        if (cards[k] > 0) {
+            Show(slot, cards[k], true);
+        } else {
+            Clear(slot);
+        }
+    }
+}
+
+void Form1::RepositionMelds() {
+    Procedure("RepositionMelds", [&](Steps& steps) {
+        for (int j = 0; j < meldSlotCount(); ++j)
+            steps([&] {
+                if (imgMeld_[static_cast<std::size_t>(j)]->isVisible()) PlaceMeldSlot(j);
+            });
+    });
+}
+
+void Form1::ClearTable() {
+    Clear(imgMeld_[0]);
+    imgMeld_[0]->hide();
+    for (std::size_t j = 1; j < imgMeld_.size(); ++j) delete imgMeld_[j];
+    imgMeld_.resize(1);
+    for (CardImage* slot : imgRemote_) slot->clearPicture();
+    for (CardImage* slot : imgLocal_) Clear(slot);
+    for (CardImage* slot : imgUpPile_) Clear(slot);
+}
+
+void Form1::RefreshScoreBoard(const ScoreBoardTexts& t) {
+    lblScores_->setText(QString::fromStdString(t.scores));
+    lblTotGamesPlayed_->setText(QString::fromStdString(t.gamesPlayed));
+    lblLocalScore_->setText(QString::fromStdString(t.localScore));
+    lblRemoteScore_->setText(QString::fromStdString(t.remoteScore));
+    lblFloat_->setText(QString::fromStdString(t.floating));
+}
+
+void Form1::ShowSelection(Int16 handIndex, bool selected) {
+    imgLocal_[static_cast<std::size_t>(handIndex.value())]->setSelected(selected);
+}
+
+bool Form1::eventFilter(QObject* watched, QEvent* event) {
+    // A click on the table's own background, not on a meld slot, lays down a new meld.
+    if (watched == frTable_ && event->type() == QEvent::MouseButtonRelease &&
+        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
+        table_->frTable_Click();
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+namespace {
+
+// Appends transcript text [from, to) with its colour runs; CR LF becomes a new paragraph.
+void AppendColoured(QTextCursor& cursor, const Transcript& t, std::size_t from,
+                    std::size_t runIndex) {
+    const std::string& text = t.text();
+    const auto& runs = t.runs();
+    std::size_t at = from;
+    auto insert = [&](std::size_t end, const QTextCharFormat& format) {
+        QString piece = FromCodePage(text.substr(at, end - at));
+        piece.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+        cursor.insertText(piece, format);
+        at = end;
+    };
+    QTextCharFormat plain;
+    plain.setForeground(Qt::black);
+    plain.setFontWeight(QFont::Normal);
+    for (std::size_t r = runIndex; r < runs.size(); ++r) {
+        const ColourRun& run = runs[r];
+        if (run.start > at) insert(run.start, plain);
+        QTextCharFormat format;
+        format.setForeground(QColor(run.colour.red, run.colour.green, run.colour.blue));
+        format.setFontWeight(run.bold ? QFont::Bold : QFont::Normal);
+        insert(run.start + run.length, format);
+    }
+    if (at < text.size()) insert(text.size(), plain);
+}
+
+}  // namespace
+
+void Form1::ChatLineAdded(const Transcript& t) {
+    // Only the new line is written and coloured, so a long conversation costs no more per line.
+    rtbConvo_->setUpdatesEnabled(false);
+    QTextCursor cursor(rtbConvo_->document());
+    cursor.movePosition(QTextCursor::End);
+    if (t.lastLineStart() > 0) cursor.insertBlock();
+    AppendColoured(cursor, t, t.lastLineStart(), t.lastLineFirstRun());
+    rtbConvo_->setUpdatesEnabled(true);
+    rtbConvo_->verticalScrollBar()->setValue(rtbConvo_->verticalScrollBar()->maximum());
+}
+
+void Form1::ColorizeRTB() {
+    Procedure("ColorizeRTB", [&](Steps& steps) {
+        steps([&] {
+            const Transcript& t = table_->transcript();
+            rtbConvo_->setUpdatesEnabled(false);
+            rtbConvo_->clear();
+            QTextCursor cursor(rtbConvo_->document());
+            AppendColoured(cursor, t, 0, 0);
+            rtbConvo_->setUpdatesEnabled(true);
+            rtbConvo_->verticalScrollBar()->setValue(rtbConvo_->verticalScrollBar()->maximum());
+        });
+    });
+}
+
+void Form1::ClearChatInput() {
+    txtSay_->clear();
+}
+
+}  // namespace kelvane

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QDialog>
+
+class QLabel;
+class QPushButton;
+
+namespace kelvane {
+
+// The small modeless window that tells a round's or a game's result. It goes away at OK, and as
+// soon as its button loses the focus to anything else in the program: the game never waits on it.
+class ResultsDialog : public QDialog {
+    Q_OBJECT
+
+  public:
+    explicit ResultsDialog(QWidget* parent);
+    // Shows the window, or only replaces its text while it is open.
+    void ShowMessage(const QString& text);
+    QString message() const;
+    QPushButton* okButton() const { return okButton_; }
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    QLabel* label1_;
+    QPushButton* okButton_;
+};
+
+}  // namespace kelvane
