@@ -14,6 +14,7 @@
 #include <QThread>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 #include "net/qt/qt_socket.h"
 #include "ui/card_image.h"
@@ -29,12 +30,15 @@ namespace {
 const QString kAppTitle = QStringLiteral("Kelvane");
 }
 
-Form1::Form1(QtSocket& socket, Deck& deck, QWidget* parent)
+Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffles, QWidget* parent)
     : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
     setObjectName("Form1");
-    table_ = std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this});
+    table_ =
+        std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this}, std::move(shuffles));
     BuildControls();
     BuildMenus();
+    // The design size is the client area's; the menu bar, complete now, comes on top of it.
+    resize(Px(11490), Px(8715) + menuBar()->sizeHint().height());
     WireSocket();
     Form_Load();
 }
@@ -107,6 +111,14 @@ void Form1::TakeStatusFontSize() {
 void Form1::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
     Form_Resize();
+}
+
+void Form1::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    // The resize that comes with the first showing arrives before the window counts as visible,
+    // so the layout would be recorded only at the next change of size, against a window that has
+    // already left its design size. The first showing is the window's first visible size.
+    if (!std::exchange(shown_, true)) Form_Resize();
 }
 
 void Form1::Form_Resize() {

@@ -31,8 +31,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     Q_OBJECT
 
   public:
-    // `socket` is the session's socket; the window wires its events to the engine.
-    Form1(QtSocket& socket, Deck& deck, QWidget* parent = nullptr);
+    // `socket` is the session's socket; the window wires its events to the engine. `shuffles`
+    // gives the server's shuffles: the clock by default, a fixed order where a test needs one.
+    Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffles = ClockSeededRandom,
+          QWidget* parent = nullptr);
     ~Form1() override;
 
     Table& table() { return *table_; }
@@ -87,6 +89,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
   protected:
     void closeEvent(QCloseEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -142,6 +145,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     int statusFontSize_ = 10;
     bool statusRed_ = false;
     bool closing_ = false;
+    bool shown_ = false;
 };
 
 }  // namespace kelvane

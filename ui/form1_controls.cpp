@@ -42,7 +42,6 @@ void Form1::BuildControls() {
     client_ = new QWidget(this);
     client_->setObjectName("client");
     setCentralWidget(client_);
-    resize(Px(11490), Px(8715) + menuBar()->sizeHint().height());
 
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));
     imgMeld_.push_back(NewCardImage(frTable_, nullptr, 0));

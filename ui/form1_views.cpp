@@ -10,6 +10,7 @@
 #include "game/stock.h"
 #include "play/transcript.h"
 #include "ui/card_image.h"
+#include "ui/card_layout.h"
 #include "ui/codepage.h"
 #include "ui/form1.h"
 #include "ui/geometry.h"
@@ -17,20 +18,6 @@
 namespace kelvane {
 
 namespace {
-
-// How high a hand card stands: the suits step down from hearts to spades.
-double SuitHeight(Int16 card) {
-    switch (GetCardName(card, false).back()) {
-        case 'H':
-            return 0.2;
-        case 'C':
-            return 0.3;
-        case 'D':
-            return 0.4;
-        default:
-            return 0.5;
-    }
-}
 
 void Clear(CardImage* slot) {
     slot->clearPicture();
@@ -60,9 +47,6 @@ void Form1::RefreshHands(char which) {
             if (local)
                 steps([&] {
                     CardImage* slot = imgLocal_[static_cast<std::size_t>(i)];
-                    const double step = imgLocal_[0]->width() / 4.0;
-                    const int x0 =
-                        Round((frLocalHand_->width() - step * (s.LocalCount.value() + 3)) / 2);
                     if (i + 1 > s.LocalCount.value()) {
                         slot->hide();
                         Clear(slot);
@@ -70,8 +54,11 @@ void Form1::RefreshHands(char which) {
                     }
                     const Int16 card = s.LocalHand[i];
                     Show(slot, card, true);
-                    slot->move(Round(x0 + i * step),
-                               Round(frLocalHand_->height() * SuitHeight(card)));
+                    slot->move(Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
+                                                       Tw(imgLocal_[0]->width()),
+                                                       s.LocalCount.value(), i)),
+                               Px(layout::LocalTop(Tw(frLocalHand_->height()),
+                                                   GetCardName(card, false).back())));
                     slot->setSelected(false);
                     slot->show();
                 });
@@ -89,14 +76,9 @@ void Form1::RefreshHands(char which) {
                     // the hidden mode turns them up.
                     const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
                     Show(slot, faceUp ? card : Int16(kBackPicture), false);
-                    const int fw = frRemoteHand_->width();
-                    const int w = imgRemote_[0]->width();
-                    int left = (fw - w) / 2;
-                    if (n > 1) {
-                        const double m = fw / 42.0;
-                        left = Round(m + i * Round((fw - 2 * m - w) / (n - 1)));
-                    }
-                    slot->move(left, Round(frRemoteHand_->height() / 5.0));
+                    slot->move(Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
+                                                     Tw(imgRemote_[0]->width()), n, i)),
+                               Px(layout::RemoteTop(Tw(frRemoteHand_->height()))));
                     slot->show();
                 });
         }
@@ -141,8 +123,9 @@ void Form1::RefreshUpPile() {
                 }
                 slot->setPicture(s.UpPile[i].value());
                 slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
-                const double w = imgUpPile_[0]->width();
-                slot->move(Round(frUpPile_->width() / 85.0 + w * 0.4 * i), Px(120));
+                slot->move(
+                    Px(layout::UpPileLeft(Tw(frUpPile_->width()), Tw(imgUpPile_[0]->width()), i)),
+                    Px(layout::kUpPileTop));
                 slot->show();
             });
         }
@@ -167,14 +150,11 @@ void Form1::ShowCardsLeft() {
 }
 
 void Form1::PlaceMeldSlot(int slot) {
-    const double w = imgMeld_[0]->width();
-    const double tableW = frTable_->width();
-    const double tableH = frTable_->height();
-    const int column = slot / kSlotsPerColumn;
-    const int row = slot % kSlotsPerColumn;
     imgMeld_[static_cast<std::size_t>(slot)]->setGeometry(
-        Round(tableW / 42 + column * w * 1.1), Round(tableH / 15 + row * (tableH / 13)),
-        imgMeld_[0]->width(), imgMeld_[0]->height());
+        Px(layout::MeldLeft(Tw(frTable_->width()), Tw(imgMeld_[0]->width()),
+                            slot / kSlotsPerColumn)),
+        Px(layout::MeldTop(Tw(frTable_->height()), slot % kSlotsPerColumn)), imgMeld_[0]->width(),
+        imgMeld_[0]->height());
 }
 
 void Form1::CreateMeldColumn(Int16 column) {

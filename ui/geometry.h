@@ -17,6 +17,11 @@ inline int Px(double twips) {
     return Round(twips / kTwipsPerPixel);
 }
 
+// A size measured on the screen, back in the design unit.
+inline double Tw(int pixels) {
+    return pixels * kTwipsPerPixel;
+}
+
 inline QRect Twips(double left, double top, double width, double height) {
     return {Px(left), Px(top), Px(width), Px(height)};
 }
