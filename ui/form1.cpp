@@ -137,7 +137,7 @@ void Form1::Form_Resize() {
         steps([&] {
             if (table_->state().Role == kRoleNotConnected) {
                 statusRed_ = false;
-                lblStatus_->setStyleSheet("color: rgb(0, 0, 0)");
+                SetStatusColour(Qt::black);
                 lblStatus_->setText(QString::fromStdString(table_->state().Role));
             }
         });

@@ -106,6 +106,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ColorizeRTB();
     void TakeStatusFontSize();
     void WriteStatusLine();
+    void SetStatusColour(const QColor& colour);
     CardImage* NewCardImage(QWidget* parent, const CardImage* model, int index);
     // Runs a window procedure's steps under its own name, as the engine's procedures do.
     void Procedure(const char* name, const std::function<void(Steps&)>& body);

@@ -2,6 +2,7 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QPainter>
 #include <QPushButton>
 #include <QTextEdit>
 
@@ -22,9 +23,34 @@ QGroupBox* Frame(QWidget* parent, const char* name, const char* caption, QRect a
     return frame;
 }
 
+// The status line keeps the font size the game gives it, but a text longer than its two lines
+// (the server's waiting text with its address) is drawn smaller rather than cut off.
+class StatusLabel : public QLabel {
+  public:
+    using QLabel::QLabel;
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        const QRect box = contentsRect();
+        const int flags = Qt::TextWordWrap | Qt::AlignLeft | Qt::AlignVCenter;
+        QFont face = font();
+        while (face.pointSizeF() > kSmallest &&
+               QFontMetrics(face).boundingRect(box, flags, text()).height() > box.height())
+            face.setPointSizeF(face.pointSizeF() - 0.5);
+        QPainter painter(this);
+        painter.setFont(face);
+        painter.setPen(palette().color(QPalette::WindowText));
+        painter.drawText(box, flags, text());
+    }
+
+  private:
+    static constexpr double kSmallest = 6;
+};
+
+template <typename L = QLabel>
 QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, double points = 0,
               bool bold = false) {
-    auto* label = new QLabel(text, parent);
+    auto* label = new L(text, parent);
     label->setObjectName(name);
     label->setGeometry(at);
     if (points > 0) {
@@ -41,6 +67,11 @@ QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, dou
 void Form1::BuildControls() {
     client_ = new QWidget(this);
     client_->setObjectName("client");
+    // The design's measures were made for a small 8.25-point face; at the desktop's larger default
+    // the captions and scores would outgrow their places.
+    QFont small = client_->font();
+    small.setPointSizeF(8.25);
+    client_->setFont(small);
     setCentralWidget(client_);
 
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));
@@ -62,7 +93,8 @@ void Form1::BuildControls() {
     imgStack_->show();
 
     lblCardsleft_ = Label(client_, "lblCardsleft", "", Twips(120, 1320, 975, 255));
-    lblStatus_ = Label(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
+    lblStatus_ =
+        Label<StatusLabel>(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
     lblStatus_->setWordWrap(true);
     lblScores_ = Label(client_, "lblScores", "Become server or client to begin new game",
                        Twips(3360, 0, 4575, 255));

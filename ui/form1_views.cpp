@@ -100,13 +100,19 @@ void Form1::WriteStatusLine() {
     QFont font = lblStatus_->font();
     font.setPointSize(s.MyTurn ? 2 * statusFontSize_ : statusFontSize_);
     lblStatus_->setFont(font);
-    lblStatus_->setStyleSheet(s.MyTurn ? "color: rgb(255, 0, 0)" : "color: rgb(0, 0, 255)");
+    SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
     if (s.MyTurn) {
         lblStatus_->setText(s.HasDrawn ? "Discard" : "Draw");
     } else {
         lblStatus_->setText(QStringLiteral("Waiting for your opponent to ") +
                             (s.HasDrawn ? "discard" : "draw"));
     }
+}
+
+void Form1::SetStatusColour(const QColor& colour) {
+    QPalette palette = lblStatus_->palette();
+    palette.setColor(QPalette::WindowText, colour);
+    lblStatus_->setPalette(palette);
 }
 
 void Form1::RefreshUpPile() {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -49,6 +50,30 @@ TEST(CardLayout, WorkedExamplesAtTheDesignSizes) {
     // 28 cards fit the up pile's frame; the 29th runs past its right edge.
     EXPECT_LE(UpPileLeft(10215, 855, 27) + 855, 10215);
     EXPECT_GT(UpPileLeft(10215, 855, 28) + 855, 10215);
+}
+
+// Every picture code the views ask for, from the installed theme and from the deck drawn by hand,
+// each drawn once per size however often it is asked for.
+TEST(CardPictures, EveryCodeDrawsOncePerSize) {
+    Deck themed;
+    Deck drawn(QDir::tempPath() + "/kelvane-no-theme-here");
+    EXPECT_TRUE(themed.usesTheme()) << "install kdegames-card-data-kf5";
+    EXPECT_FALSE(drawn.usesTheme());
+    std::vector<int> codes = {kBackPicture, kEmptyStackPicture};
+    for (int code = 1; code <= kCardsInDeck; ++code) codes.push_back(code);
+    const QSize sizes[] = {{41, 49}, {73, 105}, {146, 210}};
+    for (Deck* deck : {&themed, &drawn}) {
+        for (int round = 0; round < 2; ++round)
+            for (QSize size : sizes)
+                for (int code : codes) {
+                    const QPixmap picture = deck->Picture(code, size);
+                    ASSERT_EQ(picture.size(), size) << code;
+                    ASSERT_FALSE(picture.toImage().allGray() && code <= kCardsInDeck &&
+                                 (code - 1) / 13 % 2 == 1)
+                        << "red suits must show red: " << code;
+                }
+        EXPECT_EQ(deck->renders(), int(codes.size() * std::size(sizes)));
+    }
 }
 
 class WindowViews : public ::testing::Test {
