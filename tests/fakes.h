@@ -2,43 +2,62 @@
 
 #include <deque>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
-#include "fake_error_prompt.h"
+#include "game/card_text.h"
+#include "game/steps.h"
 #include "play/table.h"
 
 namespace kelvane::test {
+
+// Answers failure reports from a script (Yes when the script runs out) and records what the
+// player would have seen and what the clipboard would hold.
+class FakeErrorPrompt : public ErrorPrompt {
+  public:
+    std::deque<bool> answers;
+    std::vector<std::string> shown, clipboard;
+    bool ended = false;
+
+    void SetClipboardText(const std::string& text) override { clipboard.push_back(text); }
+    bool AskToContinue(const std::string& text) override {
+        shown.push_back(text);
+        if (answers.empty()) return true;
+        const bool yes = answers.front();
+        answers.pop_front();
+        return yes;
+    }
+    void EndProgram() override {
+        ended = true;
+        throw ProgramEnded{};
+    }
+};
 
 // Writes every view call into one log, in order, so a test can check what the player saw.
 class RecordingScreen : public Screen {
   public:
     std::vector<std::string> log;
     int chatLines = 0;
+    ScoreBoardTexts scoreBoard;
 
-    void RefreshHands(char which) override { Log(std::string("RefreshHands ") + which); }
+    void RefreshHands(char which) override { Log("RefreshHands", std::string(1, which)); }
     void RefreshUpPile() override { Log("RefreshUpPile"); }
-    void MarkUpPileSlot(Int16 i, bool on) override {
-        Log("MarkUpPileSlot " + std::to_string(i.value()) + (on ? " on" : " off"));
-    }
-    void ShowStack(Int16 picture) override { Log("ShowStack " + std::to_string(picture.value())); }
+    void MarkUpPileSlot(Int16 i, bool on) override { Log("MarkUpPileSlot", i, on); }
+    void ShowStack(Int16 picture) override { Log("ShowStack", picture); }
     void ShowCardsLeft() override { Log("ShowCardsLeft"); }
-    void CreateMeldColumn(Int16 c) override {
-        Log("CreateMeldColumn " + std::to_string(c.value()));
-    }
-    void ShowMeldColumn(Int16 c) override { Log("ShowMeldColumn " + std::to_string(c.value())); }
+    void CreateMeldColumn(Int16 c) override { Log("CreateMeldColumn", c); }
+    void ShowMeldColumn(Int16 c) override { Log("ShowMeldColumn", c); }
     void ClearTable() override { Log("ClearTable"); }
     void RefreshScoreBoard(const ScoreBoardTexts& t) override {
         scoreBoard = t;
         Log("RefreshScoreBoard");
     }
-    void ShowSelection(Int16 i, bool on) override {
-        Log("ShowSelection " + std::to_string(i.value()) + (on ? " on" : " off"));
-    }
-    void ShowResult(const std::string& text) override { Log("ShowResult " + text); }
-    void SetStatus(const std::string& text) override { Log("SetStatus " + text); }
+    void ShowSelection(Int16 i, bool on) override { Log("ShowSelection", i, on); }
+    void ShowResult(const std::string& text) override { Log("ShowResult", text); }
+    void SetStatus(const std::string& text) override { Log("SetStatus", text); }
     void EnableSessionMenus(bool on) override { Log(on ? "EnableMenus" : "DisableMenus"); }
-    void ShowWarnMeldChecked(bool on) override { Log(on ? "WarnMeld on" : "WarnMeld off"); }
+    void ShowWarnMeldChecked(bool on) override { Log("WarnMeld", on); }
     void ChatLineAdded(const Transcript&) override {
         ++chatLines;
         Log("ChatLineAdded");
@@ -46,10 +65,15 @@ class RecordingScreen : public Screen {
     void ClearChatInput() override { Log("ClearChatInput"); }
     void CloseWindow() override { Log("CloseWindow"); }
 
-    ScoreBoardTexts scoreBoard;
-
   private:
-    void Log(std::string entry) { log.push_back(std::move(entry)); }
+    static std::string Text(const std::string& s) { return s; }
+    static std::string Text(Int16 n) { return std::to_string(n.value()); }
+    static std::string Text(bool on) { return on ? "on" : "off"; }
+    template <typename... Parts>
+    void Log(std::string entry, const Parts&... parts) {
+        ((entry += " " + Text(parts)), ...);
+        log.push_back(std::move(entry));
+    }
 };
 
 // Answers boxes from a script (Yes, or OK, when it runs out) and records each one.
@@ -60,6 +84,11 @@ class ScriptedPrompts : public Prompts {
         Buttons buttons;
         Icon icon;
         std::string title;
+        friend bool operator==(const Box&, const Box&) = default;
+        friend std::ostream& operator<<(std::ostream& out, const Box& b) {
+            return out << '"' << b.text << "\" buttons " << static_cast<int>(b.buttons) << " icon "
+                       << static_cast<int>(b.icon) << " \"" << b.title << '"';
+        }
     };
     std::vector<Box> boxes;
     std::deque<Answer> answers;
@@ -79,6 +108,11 @@ class ScriptedPrompts : public Prompts {
         return inputAnswer;
     }
     void Pause(int ms) override { pauses.push_back(ms); }
+    std::vector<std::string> Texts() const {
+        std::vector<std::string> texts;
+        for (const Box& b : boxes) texts.push_back(b.text);
+        return texts;
+    }
 };
 
 // Sockets whose states a test sets, recording what is sent and serving what a test queues.
@@ -113,15 +147,6 @@ class MemorySocket : public Socket {
     }
 };
 
-// One engine with recording ports, connected as the client unless a test says otherwise.
-struct TableUnderTest {
-    RecordingScreen screen;
-    ScriptedPrompts prompts;
-    MemorySocket socket;
-    FakeErrorPrompt errors;
-    Table table{{screen, prompts, socket, errors}, [] { return SeededRandom(1); }};
-};
-
 }  // namespace kelvane::test
 
 namespace kelvane {
@@ -130,3 +155,28 @@ struct TablePeer {
     static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
 };
 }  // namespace kelvane
+
+namespace kelvane::test {
+
+// One engine with recording ports, not connected until a test says so.
+struct TableUnderTest {
+    RecordingScreen screen;
+    ScriptedPrompts prompts;
+    MemorySocket socket;
+    FakeErrorPrompt errors;
+    Table table{{screen, prompts, socket, errors}, [] { return SeededRandom(1); }};
+    GameState& s = TablePeer::State(table);
+
+    // Connected as the client in the middle of a round; the stock holds KS down to 4S from the
+    // top.
+    void MidRound(const char* hand, const char* upPile) {
+        s.Role = kRoleClient;
+        socket.states[0] = kSocketConnected;
+        SetHand(s, hand);
+        SetUpPile(s, upPile);
+        for (int i = 0; i < 10; ++i) s.Stack[i] = Card("KS") - i;
+        s.StackCount = 10;
+    }
+};
+
+}  // namespace kelvane::test

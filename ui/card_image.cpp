@@ -41,12 +41,12 @@ void CardImage::mousePressEvent(QMouseEvent* event) {
     const int button = event->button() == Qt::LeftButton    ? 1
                        : event->button() == Qt::RightButton ? 2
                                                             : 4;
-    emit pressed(index_, button);
+    Q_EMIT pressed(index_, button);
 }
 
 void CardImage::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton && rect().contains(event->position().toPoint()))
-        emit clicked(index_);
+        Q_EMIT clicked(index_);
 }
 
 }  // namespace kelvane

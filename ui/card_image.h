@@ -22,7 +22,7 @@ class CardImage : public QWidget {
     bool selected() const { return selected_; }
     void setSelected(bool selected);
 
-  signals:
+  Q_SIGNALS:
     void clicked(int index);
     // Button: 1 left, 2 right, 4 middle.
     void pressed(int index, int button);

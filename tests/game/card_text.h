@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sstream>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -9,30 +12,62 @@
 // Cards spelled the way people read them in tests: "7S 7D 7C", "QH KH AH", "TD" for ten.
 namespace kelvane::test {
 
-Int16 Card(std::string_view shortName);
-std::vector<Int16> Cards(std::string_view shortNames);
+inline Int16 Card(std::string_view name) {
+    const auto rank = std::string_view("A23456789TJQK").find(name.substr(0, 1));
+    const auto suit = std::string_view("SDCH").find(name.substr(1, 1));
+    if (name.size() != 2 || rank == std::string_view::npos || suit == std::string_view::npos)
+        throw std::invalid_argument("unknown card " + std::string(name));
+    return MakeCard(static_cast<int>(suit) + 1, static_cast<int>(rank) + 1);
+}
+
+inline std::vector<Int16> Cards(std::string_view names) {
+    std::vector<Int16> cards;
+    std::istringstream in{std::string(names)};
+    for (std::string word; in >> word;) cards.push_back(Card(word));
+    return cards;
+}
+
+// Writes the cards from slot 0 on and blanks the rest; returns how many there are.
+template <typename Array>
+Int16 Fill(Array& slots, std::string_view names) {
+    slots.fill(0);
+    int n = 0;
+    for (Int16 c : Cards(names)) slots[n++] = c;
+    return n;
+}
 
 // A meld list holding the cards in the order written; second is the count.
-std::pair<MeldList, Int16> Meld(std::string_view shortNames);
+inline std::pair<MeldList, Int16> Meld(std::string_view names) {
+    MeldList meld{};
+    const Int16 n = Fill(meld, names);
+    return {meld, n};
+}
+
+inline void SetHand(GameState& s, std::string_view names) {
+    s.LocalCount = Fill(s.LocalHand, names);
+}
+inline void SetRemoteHand(GameState& s, std::string_view names) {
+    s.RemoteCount = Fill(s.RemoteHand, names);
+}
+inline void SetUpPile(GameState& s, std::string_view names) {
+    s.UpCount = Fill(s.UpPile, names);
+}
+
+// Opens a column on the table for each meld, in order, melds separated by "|" as in
+// "4C 5C 6C | 9S 9D 9C"; returns the last column's index.
+inline Int16 AddTableMelds(GameState& s, std::string_view melds) {
+    Int16 col = -1;
+    std::istringstream in{std::string(melds)};
+    for (std::string meld; std::getline(in, meld, '|');)
+        if (!Cards(meld).empty()) Fill(s.TableMelds.Column(col = s.TableMelds.AddColumn()), meld);
+    return col;
+}
 
 // The short names of the first n cards of an array, space-separated: for readable failures.
 template <typename Array>
-std::string Names(const Array& cards, int n);
-
-// Gives the local hand exactly these cards, in this order.
-void SetHand(GameState& state, std::string_view shortNames);
-void SetRemoteHand(GameState& state, std::string_view shortNames);
-void SetUpPile(GameState& state, std::string_view shortNames);
-// Opens a column on the table holding these cards in this order; returns its index.
-Int16 AddTableMeld(GameState& state, std::string_view shortNames);
-
-template <typename Array>
-std::string Names(const Array& cards, int n) {
+std::string Names(const Array& cards, Int16 n) {
     std::string text;
-    for (int i = 0; i < n; ++i) {
-        if (i > 0) text += ' ';
-        text += GetCardName(cards[i], false);
-    }
+    for (Int16 i = 0; i < n; ++i) text += (i > 0 ? " " : "") + GetCardName(cards[i], false);
     return text;
 }
 

@@ -3,9 +3,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "fake_error_prompt.h"
-#include "game/checked_array.h"
-#include "game/game_state.h"
+#include "fakes.h"
 
 namespace kelvane {
 namespace {
@@ -24,16 +22,14 @@ int NumberOf(auto&& action) {
 TEST(CheckedTypes, LeavingTheRangeIsAFailureNeverAWrap) {
     Int16 max = std::numeric_limits<std::int16_t>::max();
     Int16 min = std::numeric_limits<std::int16_t>::min();
-    Int16 zero = 0;
     CardArray cards{};
     MeldTable table;
     EXPECT_EQ(NumberOf([&] { max += 1; }), kOverflow);
     EXPECT_EQ(NumberOf([&] { (void)(min - Int16(1)); }), kOverflow);
     EXPECT_EQ(NumberOf([&] { (void)-min; }), kOverflow);
     EXPECT_EQ(NumberOf([&] { (void)(Int16(200) * Int16(200)); }), kOverflow);
-    EXPECT_EQ(NumberOf([] { (void)Int16(40000); }), kOverflow);
     EXPECT_EQ(NumberOf([] { (void)Int16(std::size_t{70000}); }), kOverflow);
-    EXPECT_EQ(NumberOf([&] { (void)(Int16(5) / zero); }), kDivisionByZero);
+    EXPECT_EQ(NumberOf([&] { (void)(Int16(5) / Int16(0)); }), kDivisionByZero);
     EXPECT_EQ(NumberOf([&] { cards[52] = 1; }), kSubscriptOutOfRange);
     EXPECT_EQ(NumberOf([&] { (void)cards[-1]; }), kSubscriptOutOfRange);
     EXPECT_EQ(NumberOf([&] { (void)table.Column(0); }), kSubscriptOutOfRange);
@@ -44,6 +40,8 @@ TEST(CheckedTypes, LeavingTheRangeIsAFailureNeverAWrap) {
 TEST(ErrorReport, TextNamesTheProcedureTheNumberAndTheAddress) {
     FakeErrorPrompt prompt;
     ErrorReporter reporter(prompt);
+    reporter.ReportError("RefreshHands", Failure(0, ""));
+    EXPECT_TRUE(prompt.shown.empty()) << "no pending failure shows nothing";
     reporter.ReportError("Data_Process", Failure(kTypeMismatch));
     const std::string expected =
         "An error has occurred in Data_Process:\r\n\r\n13: Type mismatch\r\n\r\n"
@@ -51,16 +49,8 @@ TEST(ErrorReport, TextNamesTheProcedureTheNumberAndTheAddress) {
         "(Also, this error has been copied to the clipboard.\r\n"
         "Please paste into an email to " +
         std::string(kSupportAddress) + ")";
-    ASSERT_EQ(prompt.shown.size(), 1u);
-    EXPECT_EQ(prompt.shown[0], expected);
+    EXPECT_EQ(prompt.shown, std::vector<std::string>{expected});
     EXPECT_EQ(prompt.clipboard, std::vector<std::string>{expected});
-}
-
-TEST(ErrorReport, NoPendingFailureShowsNothingAndLeavesTheClipboard) {
-    FakeErrorPrompt prompt;
-    ErrorReporter(prompt).ReportError("RefreshHands", Failure(0, ""));
-    EXPECT_TRUE(prompt.shown.empty());
-    EXPECT_TRUE(prompt.clipboard.empty());
 }
 
 TEST(Steps, YesResumesWithTheNextStepAndEachFailureIsReportedOnItsOwn) {

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <random>
-#include <sstream>
-#include <string>
 
 #include "card_text.h"
 #include "game/meld_rules.h"
@@ -13,72 +11,41 @@
 namespace kelvane {
 namespace {
 
-struct Case {
-    const char* table;   // the meld columns in table order, separated by '|'
-    const char* upPile;  // bottom first
-    const char* hand;
-    const char* card;
-    bool meldable;
-};
-
-void ExpectCases(std::initializer_list<Case> cases) {
-    for (const Case& c : cases) {
+TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
+    struct Case {
+        const char* table;   // the meld columns in table order, separated by "|"
+        const char* upPile;  // bottom first
+        const char* hand;
+        const char* card;
+        bool meldable;
+    };
+    for (const Case& c : {
+             Case{"", "", "7S 7D 7C", "7C", true},
+             {"", "7H", "7S 7D", "7C", false},  // a card from nowhere does not count itself
+             {"", "", "QH AH KH", "KH", true},
+             {"", "", "KH 2H AH", "AH", false},
+             {"", "5H 7H 6H QS", "8H", "6H", false},  // 5H lies below the card taken
+             {"9S 9D 9C", "", "2C 5D", "9H", true},
+             {"4C 5C 6C", "", "", "3C", true},
+             {"4C 5C 6C", "", "", "7D", false},
+             {"4C 5C 6C", "", "2D", "8C", false},
+             {"4C 5C 6C", "", "7C", "8C", true},
+             // A run column never helps a set, nor a set column a run.
+             {"8D 9D TD", "", "8S 8C", "8S", false},
+             {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
+             {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
+             {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
+             // A quick test, not a search: the ace closing Q K A still counts below the two.
+             {"QC KC AC", "", "2C", "3C", true},
+         }) {
         GameState s;
-        std::istringstream melds{std::string(c.table)};
-        for (std::string meld; std::getline(melds, meld, '|');) test::AddTableMeld(s, meld);
+        test::AddTableMelds(s, c.table);
         test::SetUpPile(s, c.upPile);
         test::SetHand(s, c.hand);
         EXPECT_EQ(CheckMeld(s, test::Card(c.card)), c.meldable)
             << "table " << c.table << ", up pile " << c.upPile << ", hand " << c.hand << ", card "
             << c.card;
     }
-}
-
-TEST(CheckMeld, NewMeldFromTheHand) {
-    ExpectCases({
-        {"", "", "7S 7D 7C", "7C", true},
-        {"", "", "7S 7D", "7C", false},  // a card from nowhere does not count itself
-        {"", "", "5H 6H 7H", "7H", true},
-        {"", "", "5H 6H 8H", "8H", false},
-        {"", "", "AC 2C 3C", "2C", true},
-        {"", "", "JD QD KD", "JD", true},
-        {"", "", "2H 3H AH", "AH", true},
-        {"", "", "QH KH AH", "AH", true},
-        {"", "", "KH 2H AH", "AH", false},
-        {"", "", "QH AH KH", "KH", true},
-        {"", "", "KH AH QH", "QH", true},
-        {"", "", "KS AS 2S", "2S", false},
-        {"", "", "5H 6D 7H", "7H", false},
-    });
-}
-
-TEST(CheckMeld, SetColumnsHelpSetsAndRunColumnsHelpRuns) {
-    ExpectCases({
-        {"9S 9D 9C", "", "", "9H", true},
-        {"9S 9D 9C", "", "2C 5D", "9H", true},
-        {"4C 5C 6C", "", "", "7C", true},
-        {"4C 5C 6C", "", "", "3C", true},
-        {"4C 5C 6C", "", "2D", "8C", false},
-        {"4C 5C 6C", "", "7C", "8C", true},
-        {"4C 5C 6C", "", "", "7D", false},
-        {"8D 9D TD", "", "8S 8C", "8S", false},
-        {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
-        {"5S 5D 5C", "", "7S 7D", "7C", false},
-        {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
-        {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
-        // A quick test, not a search: the ace closing Q K A still counts below the two.
-        {"QC KC AC", "", "2C", "3C", true},
-    });
-}
-
-TEST(CheckMeld, UpPileCardBringsOnlyTheCardsAboveIt) {
-    ExpectCases({
-        {"", "5H 7H 6H QS", "8H", "7H", true},
-        {"", "5H 7H 6H QS", "8H", "6H", false},
-        {"", "9S 9D KC 9C", "4S", "9S", true},
-        {"", "9S 9D KC 9C", "4S", "9D", false},
-        {"", "7H", "7S 7D", "7C", false},
-    });
 }
 
 // With nothing on the table, a card of the hand or up pile is meldable exactly when it makes a
@@ -99,16 +66,14 @@ TEST(CheckMeld, OnAnEmptyTableMatchesTheThreeCardMeldsAtHand) {
         GameState s;
         s.UpCount = static_cast<int>(random() % 6);
         s.LocalCount = 3 + static_cast<int>(random() % 8);
-        for (int i = 0; i < s.UpCount.value(); ++i) s.UpPile[i] = deck[i];
-        for (int i = 0; i < s.LocalCount.value(); ++i) s.LocalHand[i] = deck[s.UpCount.value() + i];
-        const int from = static_cast<int>(random() % (s.UpCount + s.LocalCount).value());
+        const int up = s.UpCount.value(), total = up + s.LocalCount.value();
+        for (int i = 0; i < total; ++i) (i < up ? s.UpPile[i] : s.LocalHand[i - up]) = deck[i];
+        const int from = static_cast<int>(random() % total);
         const Int16 card = deck[from];
 
         // Dealt in order, so the held cards are a stretch of the deck: the hand, and before it the
         // up pile from the card upward when the card lies there.
-        const int first = std::min(from, s.UpCount.value());
-        const std::vector<int> held(deck.begin() + first,
-                                    deck.begin() + (s.UpCount + s.LocalCount).value());
+        const std::vector<int> held(deck.begin() + std::min(from, up), deck.begin() + total);
         bool found = false;
         for (std::size_t i = 0; i < held.size(); ++i)
             for (std::size_t j = i + 1; j < held.size(); ++j) {
@@ -121,8 +86,8 @@ TEST(CheckMeld, OnAnEmptyTableMatchesTheThreeCardMeldsAtHand) {
                 found = found || ValidMeld(meld, 3);
             }
         ASSERT_EQ(CheckMeld(s, card), found)
-            << GetCardName(card, false) << " up pile " << test::Names(s.UpPile, s.UpCount.value())
-            << ", hand " << test::Names(s.LocalHand, s.LocalCount.value());
+            << GetCardName(card, false) << " up pile " << test::Names(s.UpPile, s.UpCount)
+            << ", hand " << test::Names(s.LocalHand, s.LocalCount);
         meldable += found;
     }
     EXPECT_GT(meldable, trials / 4);

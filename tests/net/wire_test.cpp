@@ -24,7 +24,6 @@ TEST(WireMessages, FramesAreByteExact) {
         {Frame(LayOffMessage(0, laidOff, four)), "(M:M:00:05,06,07,08,)"},
         {Frame(LayOffMessage(12, run, three)), "(M:M:12:05,06,07,)"},
         {Frame(ChatMessage("hi (again)")), "(C:hi {LPAREN}again{RPAREN})"},
-        {Frame(ChatMessage("")), "(C:)"},
     };
     for (const auto& [sent, expected] : cases) EXPECT_EQ(sent, expected);
 }
@@ -59,11 +58,9 @@ TEST(ReceiveLoop, CutsFramesAsTheyComplete) {
     };
     const Case cases[] = {
         {{"(M:N:12)(M:D:40)"}, {"M:N:12", "M:D:40"}, ""},
-        {{"(M:D:"}, {}, "(M:D:"},
-        {{"(M:D:", "05)"}, {"M:D:05"}, ""},
         {{"M:D:05)"}, {"M:D:05"}, ""},
         {{"xy(M:D:05)"}, {"xy(M:D:05"}, ""},
-        {{"()", "(M:D:05)"}, {"M:D:05"}, ""},
+        {{"()(M:D:05)"}, {"M:D:05"}, ""},
         {{"(M:D:05))(M:N:12)"}, {"M:D:05", "M:N:12"}, ""},
         // The first stray character stands in for the "(" it displaced; only one frame suffers.
         {{"(M:D:05)zz(M:N:12)(M:D:40)"}, {"M:D:05", "z(M:N:12", "M:D:40"}, ""},
@@ -79,27 +76,16 @@ TEST(ReceiveLoop, CutsFramesAsTheyComplete) {
     }
 }
 
-TEST(ReceiveLoop, TellsAConsumedEmptyFrameFromAnIncompleteOne) {
-    std::string buffer = "()(M:";
-    const auto first = CutFrame(buffer);
-    ASSERT_TRUE(first.has_value());
-    EXPECT_FALSE(first->has_value());
-    EXPECT_EQ(CutFrame(buffer), std::nullopt);
-    EXPECT_EQ(buffer, "(M:");
-}
-
 TEST(ChatEscape, SurvivesTheWireButForTypedEscapesAndLeadingSpaces) {
     struct Case {
         std::string_view typed, sent, shown;
     };
     const Case cases[] = {
         {"hi (again)", "C:hi {LPAREN}again{RPAREN}", "hi (again)"},
-        {"((x))", "C:{LPAREN}{LPAREN}x{RPAREN}{RPAREN}", "((x))"},
         {"", "C:", ""},
         {"   hello ", "C:   hello ", "hello "},
         {"{LPAREN}", "C:{LPAREN}", "("},
-        {"{RPAREN}(", "C:{RPAREN}{LPAREN}", ")("},
-        {"{lparen}", "C:{lparen}", "{lparen}"},
+        {"{lparen})", "C:{lparen}{RPAREN}", "{lparen})"},
     };
     for (const Case& c : cases) {
         const std::string sent = ChatMessage(c.typed);
@@ -112,49 +98,26 @@ TEST(ChatEscape, SurvivesTheWireButForTypedEscapesAndLeadingSpaces) {
 TEST(Dispatch, ClassifiesByCaseSensitivePrefix) {
     using enum MessageKind;
     const std::pair<std::string_view, MessageKind> cases[] = {
-        {"M:D:05", kDiscard},
-        {"M:N:12", kStackDraw},
-        {"M:U:04", kUpPile},
-        {"M:M:N:05,06,07,", kNewMeld},
-        {"M:M:00:05,06,", kLayOff},
-        {"M:M:", kLayOff},
-        {"M:M:n:05,", kLayOff},
-        {"M:M:N5:05,", kLayOff},
-        {"S:01,02,", kOldVersion},
-        {"s:01,02,", kDeal},
-        {"C:hi", kChat},
-        {"C:", kChat},
-        {"c:hi", kUnknown},
-        {"M:X:05", kUnknown},
-        {"M:", kUnknown},
-        {"M:D", kUnknown},
-        {"m:D:05", kUnknown},
-        {" M:D:05", kUnknown},
-        {"xy(M:D:05", kUnknown},
-        {"", kUnknown},
+        {"M:D:05", kDiscard},   {"M:N:12", kStackDraw},  {"M:U:04", kUpPile},
+        {"M:M:N:05,", kNewMeld}, {"M:M:00:05,", kLayOff}, {"M:M:n:05,", kLayOff},
+        {"S:01,02,", kOldVersion}, {"s:01,02,", kDeal},   {"C:hi", kChat},
+        {"c:hi", kUnknown},     {"M:X:05", kUnknown},    {"M:D", kUnknown},
+        {" M:D:05", kUnknown},  {"", kUnknown},
     };
     for (const auto& [message, kind] : cases) EXPECT_EQ(Classify(message), kind) << message;
 }
 
 TEST(WireFields, AreReadFromFixedPositions) {
-    EXPECT_EQ(RestFrom("M:U:04", 5), "04");
     EXPECT_EQ(RestFrom("M:U:   04 ", 5), "04 ");
-    EXPECT_EQ(RestFrom("M:U:", 5), "");
     EXPECT_EQ(RestFrom("M:", 5), "");
     EXPECT_THROW(RestFrom("M:U:04", 0), Failure);
-
     const std::pair<std::string_view, int> columns[] = {
-        {"M:M:00:05,", 0}, {"M:M:12:05,", 12}, {"M:M:123:05,", 12},
-        {"M:M:7:05,", 7},  {"M:M: 3:05,", 3},  {"M:M:", 0},
-    };
+        {"M:M:00:05,", 0}, {"M:M:123:05,", 12}, {"M:M: 3:05,", 3}, {"M:M:", 0}};
     for (const auto& [message, column] : columns)
         EXPECT_EQ(LayOffColumn(message).value(), column) << message;
-
     using Parts = std::vector<std::string_view>;
-    EXPECT_EQ(SplitList("05,06,07,"), (Parts{"05", "06", "07", ""}));
-    EXPECT_EQ(SplitList("05"), Parts{"05"});
+    EXPECT_EQ(SplitList("05,06,"), (Parts{"05", "06", ""}));
     EXPECT_EQ(SplitList(""), Parts{""});
-    EXPECT_EQ(SplitList(",,"), (Parts{"", "", ""}));
 }
 
 template <typename Reader>
@@ -176,19 +139,13 @@ TEST(WireNumbers, MoveFieldsAreLenientAndTheDealIsStrict) {
         {"-5", "-5", "-5"},
         {"+5", "5", "5"},
         {"", "0", "failure 13"},
-        {"   ", "0", "failure 13"},
-        {"abc", "0", "failure 13"},
         {"x5", "0", "failure 13"},
         {"12ab", "12", "failure 13"},
         {"1 2", "1", "failure 13"},
-        {"5.9", "5", "failure 13"},
         {"-", "0", "failure 13"},
-        {"- 5", "0", "failure 13"},
         {"000000000000000000042", "42", "42"},
-        {"32767", "32767", "32767"},
         {"-32768", "-32768", "-32768"},
         {"32768", "failure 6", "failure 6"},
-        {"-32769", "failure 6", "failure 6"},
         {"99999999999999999999", "failure 6", "failure 6"},
     };
     for (const Case& c : cases) {
@@ -201,29 +158,18 @@ int Below(RandomSource& random, int n) {
     return static_cast<int>(random() % n);
 }
 
+// A chat line of awkward characters, a meld list or a deal: short and long frames alike.
 std::string RandomMessage(RandomSource& random) {
-    const int card = 1 + Below(random, 52);
-    switch (Below(random, 6)) {
+    std::string typed;
+    for (int n = Below(random, 12); n > 0; --n) typed += " ab(){}:,"[Below(random, 9)];
+    const CardArray cards = ShuffleOrder(random);
+    switch (Below(random, 3)) {
         case 0:
-            return DiscardMessage(card);
-        case 1:
-            return StackDrawMessage(card);
-        case 2:
-            return UpPileMessage(card - 1);
-        case 3:
-            return DealMessage(ShuffleOrder(random));
-        case 4: {
-            std::string typed;
-            for (int n = Below(random, 12); n > 0; --n) typed += " ab(){}:,"[Below(random, 9)];
             return ChatMessage(typed);
-        }
-        default: {
-            MeldList meld{};
-            const int n = 1 + Below(random, 13);
-            for (int i = 0; i < n; ++i) meld[i] = 1 + Below(random, 52);
-            return Below(random, 2) ? NewMeldMessage(meld, n)
-                                    : LayOffMessage(Below(random, 20), meld, n);
-        }
+        case 1:
+            return LayOffMessage(Below(random, 20), cards, 1 + Below(random, 13));
+        default:
+            return DealMessage(cards);
     }
 }
 

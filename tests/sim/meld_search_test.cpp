@@ -25,9 +25,7 @@ GameState Seat(const char* hand, const char* table = "", const char* upPile = ""
     test::SetHand(s, hand);
     SortHand(s);
     test::SetUpPile(s, upPile);
-    std::istringstream melds{std::string(table)};
-    for (std::string meld; std::getline(melds, meld, '|');)
-        if (meld.find_first_not_of(' ') != std::string::npos) test::AddTableMeld(s, meld);
+    test::AddTableMelds(s, table);
     return s;
 }
 
