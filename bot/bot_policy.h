@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "game/game_state.h"
+#include "sim/meld_search.h"
+#include "sim/policy.h"
+
+namespace kelvane::bot {
+
+// The rest of a turn once the bot has drawn: the melds to lay, the must-meld card's first, then
+// the card to discard, or none when the melds empty the hand and the bot floats.
+struct TurnPlan {
+    std::vector<sim::MeldMove> melds;
+    Int16 discard = 0;
+    // Points melded now plus what the hand left behind is judged worth; comparable between
+    // the plans of different draws.
+    double value = 0;
+};
+
+// The best way to finish the turn from the seat's view, or nothing when no legal sequence of
+// melds and a discard ends it (the must-meld card fits no actual meld, or the only card left
+// is one the rules will not let go).
+std::optional<TurnPlan> PlanTurn(const GameState& seen);
+
+// Where to draw: the stack, or the up pile from `position` up. A card below the top is taken
+// only when a plan after the take melds it and still ends the turn.
+struct Draw {
+    bool fromStack = true;
+    Int16 position = 0;
+};
+// Nothing when the rules leave the player no draw after which the turn can end.
+std::optional<Draw> ChooseDraw(const GameState& seen);
+
+// The bot's one gesture. Everything it decides from is the seat's view of the table (its hand,
+// the up pile, the melds, the counts and the cards the opponent took face up): the stock's
+// order and the opponent's hand are blanked before any decision, although the engine holds them.
+// Every gesture goes through the handlers a click would use, and only one the handler accepts.
+class BotPolicy : public Policy {
+  public:
+    void Act(Table& table) override;
+
+  private:
+    // The meld being selected, press by press, before the click that lays it.
+    std::optional<sim::MeldMove> meld_;
+};
+
+}  // namespace kelvane::bot

@@ -1,0 +1,281 @@
+// kelvane-bot: a computer opponent that plays one side of a session over TCP, as the window
+// would, with the same engine and no display.
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <cstdint>
+#include <iostream>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bot/bot_policy.h"
+#include "bot/options.h"
+#include "game/stock.h"
+#include "net/qt/qt_socket.h"
+#include "play/table.h"
+#include "sim/headless_ports.h"
+#include "sim/meld_search.h"
+
+namespace kelvane::bot {
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+// Selection presses send nothing; a turn never needs more of them in a row than a hand holds.
+constexpr int kGesturesPerMove = 2 * kCardsInDeck;
+
+const std::string kOpponentGone = "Your opponent just disappeared. Sorry.";
+const std::string kUnableToConnect = "Unable to Connect.";
+const std::string kOpponentSays = "OPPONENT: ";
+const std::string kStuckChat =
+    "I have nothing I may draw, so this round cannot go on. Please quit to end the session.";
+
+void Say(const std::string& line) {
+    std::cerr << "kelvane-bot: " << line << std::endl;
+}
+
+// The report's failure line ("5: Unable to listen on port 8895: ..."), without its number.
+std::string FailureText(const std::string& report) {
+    const std::size_t blank = report.find("\r\n\r\n");
+    if (blank == std::string::npos) return report;
+    const std::size_t from = blank + 4;
+    std::string line = report.substr(from, report.find("\r\n", from) - from);
+    const std::size_t colon = line.find(": ");
+    return colon == std::string::npos ? line : line.substr(colon + 2);
+}
+
+// The socket the engine talks through, counting what it sends: a gesture that sent nothing was
+// a selection press, and the next one follows without the pause between moves.
+class CountingSocket : public Socket {
+  public:
+    explicit CountingSocket(QtSocket& inner) : inner_(inner) {}
+    long sends() const { return sends_; }
+
+    void Listen(int index, int port) override { inner_.Listen(index, port); }
+    std::string LocalIP(int index) override { return inner_.LocalIP(index); }
+    void Connect(int index, const std::string& host, int port) override {
+        inner_.Connect(index, host, port);
+    }
+    int State(int index) override { return inner_.State(index); }
+    void Accept(int index, long requestId) override { inner_.Accept(index, requestId); }
+    void Refuse(int index, long requestId) override { inner_.Refuse(index, requestId); }
+    void Send(int index, const std::string& bytes) override {
+        inner_.Send(index, bytes);
+        ++sends_;
+    }
+    std::string Read(int index) override { return inner_.Read(index); }
+    void Close(int index) override { inner_.Close(index); }
+
+  private:
+    QtSocket& inner_;
+    long sends_ = 0;
+};
+
+// The window's views reduced to what the bot tells: results and the opponent's chat.
+class BotScreen : public sim::HeadlessScreen {
+  public:
+    std::function<void(const std::string&)> onResult;
+    std::function<void(const std::string&)> onChatLine;
+
+    void ShowResult(const std::string& text) override {
+        HeadlessScreen::ShowResult(text);
+        onResult(text);
+    }
+    void ChatLineAdded(const Transcript& transcript) override {
+        onChatLine(transcript.text().substr(transcript.lastLineStart()));
+    }
+};
+
+// A failure inside the engine is told on standard error and play goes on, as a player
+// answering Yes to the report would.
+class BotErrors : public ErrorPrompt {
+  public:
+    std::vector<std::string> reports;
+
+    void SetClipboardText(const std::string&) override {}
+    bool AskToContinue(const std::string& text) override {
+        reports.push_back(text);
+        return true;
+    }
+    [[noreturn]] void EndProgram() override { throw ProgramEnded{}; }
+};
+
+std::function<RandomSource()> Shuffles(const BotOptions& options) {
+    if (!options.seed) return ClockSeededRandom;
+    auto generator = std::make_shared<std::mt19937_64>(*options.seed);
+    return [generator] { return SeededRandom((*generator)()); };
+}
+
+// One session: the engine wired to a TCP socket as the window wires it, the bot's policy in
+// place of the player's clicks, and the lines a person or a script reads.
+class Session {
+  public:
+    explicit Session(const BotOptions& options)
+        : options_(options),
+          counted_(socket_),
+          prompts_(options.host),
+          table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
+        table_.UsePort(options.port);
+        // Every socket event enters the engine through its handlers, whose gate holds data
+        // that arrives during another handler until that handler is over.
+        socket_.onConnectionRequest = [this](int index, long id) {
+            table_.tcpTalker_ConnectionRequest(index, id);
+            AfterEvent();
+        };
+        socket_.onDataArrival = [this](int index) {
+            table_.tcpTalker_DataArrival(index);
+            AfterEvent();
+        };
+        socket_.onClose = [this](int index) {
+            table_.tcpTalker_Close(index);
+            AfterEvent();
+        };
+        socket_.onConnectFailed = [this] {
+            table_.ConnectionFailed();
+            AfterEvent();
+        };
+        screen_.onResult = [this](const std::string& text) { ShowResult(text); };
+        screen_.onChatLine = [](const std::string& line) {
+            if (line.starts_with(kOpponentSays)) std::cerr << line << std::endl;
+        };
+        mover_.setSingleShot(true);
+        QObject::connect(&mover_, &QTimer::timeout, [this] { Move(); });
+    }
+
+    // Starts serving or connecting; false, having said why, when that cannot even begin.
+    bool Start() {
+        if (options_.serve) {
+            table_.mnuServer_Click();
+            if (counted_.State(0) != kSocketListening) {
+                const std::string why =
+                    errors_.reports.empty() ? "" : ": " + FailureText(errors_.reports.front());
+                Say("cannot listen on port " + std::to_string(options_.port) + why);
+                return false;
+            }
+            errors_.reports.clear();
+            Say("waiting for an opponent on port " + std::to_string(socket_.LocalPort(0)));
+            return true;
+        }
+        table_.mnuClient_Click();
+        if (table_.state().Role != kRoleClient) {
+            CannotConnect();
+            return false;
+        }
+        return true;
+    }
+
+  private:
+    void CannotConnect() {
+        Say("cannot connect to " + options_.host + " on port " + std::to_string(options_.port) +
+            " (refused, unreachable or timed out)");
+    }
+
+    void Leave(int code) {
+        if (left_) return;
+        left_ = true;
+        mover_.stop();
+        QCoreApplication::exit(code);
+    }
+
+    void ShowResult(const std::string& text) {
+        const GameState& s = table_.state();
+        if (text.ends_with(" that round")) {
+            const sim::HeadlessScreen::RoundEnd& round = screen_.rounds().back();
+            ++roundsFinished_;
+            std::cout << RoundLine(roundsFinished_, round.localPoints, round.remotePoints,
+                                   s.LocalScore.value(), s.RemoteScore.value())
+                      << std::endl;
+        } else {
+            // Shown before the totals return to 0 for the next game.
+            std::cout << GameLine(s.LocalScore.value(), s.RemoteScore.value()) << std::endl;
+        }
+    }
+
+    // After every event the engine handled: tell what it showed, leave when the session is
+    // over, and schedule the bot's next move when the turn is its own.
+    void AfterEvent() {
+        if (left_) return;
+        for (const std::string& report : errors_.reports) Say("engine failure: " + report);
+        errors_.reports.clear();
+        bool connectFailed = false;
+        for (const sim::HeadlessPrompts::Box& box : prompts_.boxes()) {
+            if (box.title == "Confirm Discard" || box.text == kOpponentGone) continue;
+            if (box.text == kUnableToConnect)
+                connectFailed = true;
+            else
+                Say("the table said: " + box.text);
+        }
+        prompts_.ClearBoxes();
+        if (connectFailed) {
+            CannotConnect();
+            return Leave(kExitFailure);
+        }
+        if (options_.rounds && roundsFinished_ >= *options_.rounds) return Leave(0);
+        if (table_.ended() || screen_.closed()) {
+            std::cout << "Your opponent left." << std::endl;
+            return Leave(0);
+        }
+        if (table_.state().MyTurn && !mover_.isActive()) mover_.start(options_.delayMs);
+    }
+
+    // One move: gestures until one sends something (selection presses send nothing), then the
+    // pause before the next.
+    void Move() {
+        const long sentBefore = counted_.sends();
+        for (int i = 0; i < kGesturesPerMove && !left_; ++i) {
+            if (!table_.state().MyTurn || table_.ended()) break;
+            policy_.Act(table_);
+            if (counted_.sends() != sentBefore) break;
+        }
+        if (counted_.sends() == sentBefore && table_.state().MyTurn && !table_.ended())
+            return TellStuck();
+        AfterEvent();
+    }
+
+    // The rules can leave the player to move nothing he may draw; the round cannot go on and
+    // only the opponent's quitting ends the session.
+    void TellStuck() {
+        if (stuckTold_) return;
+        stuckTold_ = true;
+        const std::string why = sim::WhyTurnCannotEnd(sim::SeatView(table_.state()));
+        Say("the rules leave me no move" + (why.empty() ? "" : " (" + why + ")") +
+            "; waiting for the opponent to quit");
+        table_.cmdSend_Click(kStuckChat);
+        AfterEvent();
+    }
+
+    BotOptions options_;
+    QtSocket socket_;
+    CountingSocket counted_;
+    BotScreen screen_;
+    sim::HeadlessPrompts prompts_;
+    BotErrors errors_;
+    Table table_;
+    BotPolicy policy_;
+    QTimer mover_;
+    int roundsFinished_ = 0;
+    bool stuckTold_ = false;
+    bool left_ = false;
+};
+
+}  // namespace
+}  // namespace kelvane::bot
+
+int main(int argc, char** argv) {
+    using namespace kelvane::bot;
+    const ParsedOptions parsed = ParseOptions(std::vector<std::string>(argv + 1, argv + argc));
+    if (!parsed.error.empty()) {
+        std::cerr << "kelvane-bot: " << parsed.error << "\n\n" << UsageText();
+        return kExitUsage;
+    }
+    if (parsed.options.help) {
+        std::cout << UsageText();
+        return 0;
+    }
+    QCoreApplication app(argc, argv);
+    Session session(parsed.options);
+    if (!session.Start()) return kExitFailure;
+    return QCoreApplication::exec();
+}

@@ -1,0 +1,114 @@
+#include "bot/options.h"
+
+#include <charconv>
+#include <limits>
+
+namespace kelvane::bot {
+
+namespace {
+
+constexpr int kHighestPort = 65535;
+constexpr int kLongestDelayMs = 60000;
+
+// The whole text as a number in [lowest, highest], or nothing.
+template <typename T>
+std::optional<T> Number(const std::string& text, T lowest, T highest) {
+    T value{};
+    const char* end = text.data() + text.size();
+    const auto [at, error] = std::from_chars(text.data(), end, value);
+    if (text.empty() || error != std::errc{} || at != end || value < lowest || value > highest)
+        return std::nullopt;
+    return value;
+}
+
+}  // namespace
+
+ParsedOptions ParseOptions(const std::vector<std::string>& args) {
+    ParsedOptions parsed;
+    BotOptions& o = parsed.options;
+    bool connect = false;
+    auto fail = [&](std::string error) {
+        parsed.error = std::move(error);
+        return parsed;
+    };
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& arg = args[i];
+        const bool flag = arg == "--help" || arg == "-h" || arg == "--serve";
+        const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
+                                arg == "--seed" || arg == "--delay";
+        if (!flag && !takesValue) {
+            if (!arg.starts_with("-")) return fail("unexpected argument '" + arg + "'");
+            return fail("unknown option '" + arg + "'");
+        }
+        if (takesValue && (i + 1 >= args.size() || args[i + 1].starts_with("--")))
+            return fail(arg + " needs a value");
+        const std::string value = takesValue ? args[++i] : "";
+        if (arg == "--help" || arg == "-h") {
+            o.help = true;
+        } else if (arg == "--serve") {
+            if (connect) return fail("choose one of --serve and --connect");
+            o.serve = true;
+        } else if (arg == "--connect") {
+            if (o.serve || connect) return fail("choose one of --serve and --connect");
+            connect = true;
+            o.host = value;
+        } else if (arg == "--port") {
+            const auto port = Number(value, 0, kHighestPort);
+            if (!port) return fail("--port needs a number from 0 to 65535, not '" + value + "'");
+            o.port = *port;
+        } else if (arg == "--rounds") {
+            const auto rounds = Number(value, 1, std::numeric_limits<int>::max());
+            if (!rounds)
+                return fail("--rounds needs a whole number of 1 or more, not '" + value + "'");
+            o.rounds = *rounds;
+        } else if (arg == "--seed") {
+            const auto seed =
+                Number<std::uint64_t>(value, 0, std::numeric_limits<std::uint64_t>::max());
+            if (!seed) return fail("--seed needs a whole number of 0 or more, not '" + value + "'");
+            o.seed = *seed;
+        } else {
+            const auto delay = Number(value, 0, kLongestDelayMs);
+            if (!delay)
+                return fail("--delay needs milliseconds from 0 to 60000, not '" + value + "'");
+            o.delayMs = *delay;
+        }
+    }
+    if (o.help) return parsed;
+    if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
+    if (connect && o.host.empty()) return fail("--connect needs a host");
+    if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
+    return parsed;
+}
+
+std::string UsageText() {
+    return "Usage: kelvane-bot --serve [options]\n"
+           "       kelvane-bot --connect HOST [options]\n"
+           "\n"
+           "Plays Kelvane against the window (or another kelvane-bot) over the network.\n"
+           "\n"
+           "  --serve         wait for the opponent to connect, and deal\n"
+           "  --connect HOST  connect to an opponent who serves on HOST\n"
+           "  --port N        the game port (default 8895); with --serve, 0 lets the system\n"
+           "                  choose a free port and names it on standard error\n"
+           "  --rounds N      leave after N finished rounds (default: play until the opponent\n"
+           "                  leaves)\n"
+           "  --seed S        repeatable shuffles (when serving) and play\n"
+           "  --delay MS      pause between the bot's own moves (default 700, 0 for none)\n"
+           "  --help          show this text\n"
+           "\n"
+           "One line per finished round on standard output; chat from the opponent on standard\n"
+           "error.\n";
+}
+
+std::string RoundLine(int round, int you, int opponent, int totalYou, int totalOpponent) {
+    return "Round " + std::to_string(round) + ": you " + std::to_string(you) + ", opponent " +
+           std::to_string(opponent) + ". Totals: you " + std::to_string(totalYou) + ", opponent " +
+           std::to_string(totalOpponent) + ".";
+}
+
+std::string GameLine(int you, int opponent) {
+    return std::string("Game: you ") + (you > opponent ? "won " : "lost ") + std::to_string(you) +
+           " to " + std::to_string(opponent) + ".";
+}
+
+}  // namespace kelvane::bot

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvane::bot {
+
+// Long enough for a person to follow each of the bot's moves on the table, short enough that a
+// game does not drag.
+inline constexpr int kDefaultDelayMs = 700;
+
+// What the command line asks of kelvane-bot.
+struct BotOptions {
+    bool help = false;
+    bool serve = false;
+    std::string host;  // the server to connect to, when not serving
+    int port = 8895;   // 0 with --serve: a free port the system chooses, told on standard error
+    std::optional<int> rounds;
+    std::optional<std::uint64_t> seed;
+    int delayMs = kDefaultDelayMs;
+};
+
+// The options, or the reason they cannot be used (a message for standard error).
+struct ParsedOptions {
+    BotOptions options;
+    std::string error;
+};
+
+// The arguments after the program's name.
+ParsedOptions ParseOptions(const std::vector<std::string>& args);
+
+std::string UsageText();
+
+// The lines a person or a script reads on standard output. Points are the bot's first.
+std::string RoundLine(int round, int you, int opponent, int totalYou, int totalOpponent);
+std::string GameLine(int you, int opponent);
+
+}  // namespace kelvane::bot
