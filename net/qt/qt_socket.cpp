@@ -203,6 +203,13 @@ bool QtSocket::Listening() const {
 void QtSocket::Attach(int index, QTcpSocket* socket) {
     socket->setParent(this);
     connections_[static_cast<std::size_t>(index)] = socket;
+    // Each move is a few bytes and the peer answers with its own: without this, a second message
+    // of the same turn would wait for the first one's acknowledgement, up to 40 ms each time.
+    const auto sendAtOnce = [socket] {
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    };
+    if (socket->state() == QAbstractSocket::ConnectedState) sendAtOnce();
+    connect(socket, &QAbstractSocket::connected, socket, sendAtOnce);
     // channelReadyRead, unlike readyRead, is raised again while an earlier arrival's handler
     // waits in a modal box: the engine must hear of those bytes to apply them afterwards.
     connect(socket, &QIODevice::channelReadyRead, this,
