@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QSvgRenderer>
+#include <utility>
 #include <array>
 
 namespace kelvane {
@@ -39,19 +40,25 @@ QString Deck::DefaultThemeFolder() {
     return "/usr/share/carddecks/svg-standard";
 }
 
-Deck::Deck(QString themeFolder) {
-    const QDir dir(themeFolder.isEmpty() ? DefaultThemeFolder() : themeFolder);
+Deck::Deck(QString themeFolder)
+    : themeFolder_(themeFolder.isEmpty() ? DefaultThemeFolder() : std::move(themeFolder)) {}
+
+QSvgRenderer* Deck::Theme() const {
+    if (themeRead_) return svg_.get();
+    themeRead_ = true;
+    const QDir dir(themeFolder_);
     const QStringList files = dir.entryList({"*.svgz", "*.svg"}, QDir::Files);
-    if (files.isEmpty()) return;
+    if (files.isEmpty()) return nullptr;
     auto svg = std::make_unique<QSvgRenderer>(dir.filePath(files.front()));
     if (svg->isValid() && svg->elementExists("1_spade") && svg->elementExists("back"))
         svg_ = std::move(svg);
+    return svg_.get();
 }
 
 Deck::~Deck() = default;
 
 bool Deck::usesTheme() const {
-    return svg_ != nullptr;
+    return Theme() != nullptr;
 }
 
 QPixmap Deck::Picture(int code, QSize size) {
@@ -74,12 +81,13 @@ QPixmap Deck::Render(int code, QSize size) {
         blank.fill(Qt::transparent);
         return blank;
     }
-    if (!svg_) return face ? DrawFace(code, size) : DrawBack(size);
+    QSvgRenderer* theme = Theme();
+    if (!theme) return face ? DrawFace(code, size) : DrawBack(size);
     QPixmap picture(size);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    svg_->render(&painter, ElementId(code), QRectF(QPointF(0, 0), QSizeF(size)));
+    theme->render(&painter, ElementId(code), QRectF(QPointF(0, 0), QSizeF(size)));
     return picture;
 }
 

@@ -27,12 +27,17 @@ class Deck {
     static QString DefaultThemeFolder();
 
   private:
+    // The theme's renderer, read on first use: no card is drawn before the first deal, so
+    // start-up does not wait for the theme. Null when no usable theme is installed.
+    QSvgRenderer* Theme() const;
     QPixmap Render(int pictureCode, QSize size);
     QPixmap DrawFace(int pictureCode, QSize size) const;
     QPixmap DrawBack(QSize size) const;
     QPixmap DrawEmptyMark(QSize size) const;
 
-    std::unique_ptr<QSvgRenderer> svg_;
+    QString themeFolder_;
+    mutable std::unique_ptr<QSvgRenderer> svg_;
+    mutable bool themeRead_ = false;
     QHash<quint64, QPixmap> cache_;
     int renders_ = 0;
 };
