@@ -3,6 +3,7 @@
 
 #include "net/qt/qt_socket.h"
 #include "ui/deck.h"
+#include "ui/first_paint_probe.h"
 #include "ui/form1.h"
 
 int main(int argc, char* argv[]) {
@@ -12,6 +13,7 @@ int main(int argc, char* argv[]) {
     kelvane::Deck deck;
     kelvane::QtSocket socket;
     kelvane::Form1 window(socket, deck);
+    kelvane::FirstPaintProbe probe(window);
     window.show();
     return QApplication::exec();
 }

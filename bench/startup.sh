@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Start-up to the first painted window: Kelvane beside the least a Qt Widgets program with a menu
+# bar does (kelvane_minimal_window), started in turns so both meet the same machine state. Each
+# program leaves right after its first frame is drawn (KELVANE_EXIT_AFTER_FIRST_PAINT=1).
+#
+#   bench/startup.sh [BUILD_DIR] [RUNS]      defaults: build/release 30
+#
+# Without a display the offscreen platform is used; under X (or Xvfb) set QT_QPA_PLATFORM=xcb.
+set -euo pipefail
+
+build=${1:-build/release}
+runs=${2:-30}
+game=$build/app/kelvane
+minimal=$build/bench/kelvane_minimal_window
+for program in "$game" "$minimal"; do
+  [[ -x $program ]] || { echo "startup.sh: $program is not built" >&2; exit 1; }
+done
+export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
+export KELVANE_EXIT_AFTER_FIRST_PAINT=1
+
+# Milliseconds from exec to exit after the first paint.
+elapsed_ms() {
+  local start end
+  start=$(date +%s%N)
+  "$1" >/dev/null 2>&1
+  end=$(date +%s%N)
+  echo $(((end - start) / 1000000))
+}
+
+median() { sort -n | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+
+# One untimed start of each fills the file cache (libraries, fonts, the card theme).
+elapsed_ms "$game" >/dev/null
+elapsed_ms "$minimal" >/dev/null
+
+game_times=() minimal_times=()
+for ((i = 0; i < runs; i++)); do
+  game_times+=("$(elapsed_ms "$game")")
+  minimal_times+=("$(elapsed_ms "$minimal")")
+done
+
+game_median=$(printf '%s\n' "${game_times[@]}" | median)
+minimal_median=$(printf '%s\n' "${minimal_times[@]}" | median)
+echo "platform:        $QT_QPA_PLATFORM, $runs starts each"
+echo "kelvane:         median $game_median ms  (min $(printf '%s\n' "${game_times[@]}" | sort -n | head -1))"
+echo "minimal window:  median $minimal_median ms  (min $(printf '%s\n' "${minimal_times[@]}" | sort -n | head -1))"
+awk -v g="$game_median" -v m="$minimal_median" 'BEGIN { printf "ratio:           %.2f (limit 1.5)\n", g / m }'
