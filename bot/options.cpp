@@ -1,5 +1,6 @@
 #include "bot/options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -31,9 +32,16 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         parsed.error = std::move(error);
         return parsed;
     };
+    // Asking for help is answered whatever else the line holds.
+    if (std::find_if(args.begin(), args.end(), [](const std::string& a) {
+            return a == "--help" || a == "-h";
+        }) != args.end()) {
+        o.help = true;
+        return parsed;
+    }
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
-        const bool flag = arg == "--help" || arg == "-h" || arg == "--serve";
+        const bool flag = arg == "--serve";
         const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
                                 arg == "--seed" || arg == "--delay";
         if (!flag && !takesValue) {
@@ -43,9 +51,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         if (takesValue && (i + 1 >= args.size() || args[i + 1].starts_with("--")))
             return fail(arg + " needs a value");
         const std::string value = takesValue ? args[++i] : "";
-        if (arg == "--help" || arg == "-h") {
-            o.help = true;
-        } else if (arg == "--serve") {
+        if (arg == "--serve") {
             if (connect) return fail("choose one of --serve and --connect");
             o.serve = true;
         } else if (arg == "--connect") {
@@ -73,7 +79,6 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
             o.delayMs = *delay;
         }
     }
-    if (o.help) return parsed;
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
     if (connect && o.host.empty()) return fail("--connect needs a host");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");

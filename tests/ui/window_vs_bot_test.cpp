@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -61,25 +60,30 @@ TEST_P(WindowAgainstBot, PlaysAWholeGame) {
     window.show();
     sim::RandomPolicy player(5);
     QProcess bot;
+    bot.setReadChannel(QProcess::StandardError);
     QStringList args{"--delay", "0", "--seed", "3", "--port"};
     if (windowServes) {
         window.table().UsePort(0);
         window.table().mnuServer_Click();
-        bot.start(KELVANE_BOT_PATH,
-                  args << QString::number(socket.LocalPort(0)) << "--connect" << "127.0.0.1");
+        bot.start(KELVANE_BOT_PATH, args << QString::number(socket.LocalPort(0)) << "--connect"
+                                         << "127.0.0.1");
     } else {
-        bot.start(KELVANE_BOT_PATH, args << "0" << "--serve");
-        // Told on standard error once it listens.
-        bot.setReadChannel(QProcess::StandardError);
-        ASSERT_TRUE(bot.waitForReadyRead(10'000));
-        bot.setReadChannel(QProcess::StandardOutput);
-        const auto port = QRegularExpression("port (\\d+)").match(bot.readAllStandardError());
-        ASSERT_TRUE(port.hasMatch());
+        bot.start(KELVANE_BOT_PATH, args << "0"
+                                         << "--serve");
+        // Told on standard error once it listens, perhaps in pieces.
+        QString told;
+        QRegularExpressionMatch port;
+        while (!port.hasMatch() && bot.waitForReadyRead(10'000)) {
+            told += bot.readAllStandardError();
+            port = QRegularExpression("on port (\\d+)\n").match(told);
+        }
+        ASSERT_TRUE(port.hasMatch()) << told.toStdString();
         window.table().UsePort(port.captured(1).toInt());
         window.table().mnuClient_Click();
     }
 
     ASSERT_TRUE(bot.waitForStarted(10'000));
+    bot.setReadChannel(QProcess::StandardOutput);
     QString out;
     const QDeadlineTimer deadline(120'000);
     while (!out.contains("Game:") && bot.state() == QProcess::Running && !deadline.hasExpired() &&
@@ -114,8 +118,9 @@ TEST_P(WindowAgainstBot, PlaysAWholeGame) {
         EXPECT_TRUE(box.starts_with("Discard the ") || box == "Sure you want to quit?") << box;
 }
 
-INSTANTIATE_TEST_SUITE_P(BothSeats, WindowAgainstBot, ::testing::Bool(),
-                         [](const auto& seat) { return seat.param ? "WindowServes" : "BotServes"; });
+INSTANTIATE_TEST_SUITE_P(BothSeats, WindowAgainstBot, ::testing::Bool(), [](const auto& seat) {
+    return seat.param ? "WindowServes" : "BotServes";
+});
 
 }  // namespace
 }  // namespace kelvane

@@ -1,0 +1,79 @@
+#include "bot/options.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace kelvane::bot {
+namespace {
+
+// The options that differ from a bare command line's, in words; a refusal as "refused: why".
+std::string Summary(const ParsedOptions& parsed) {
+    if (!parsed.error.empty()) return "refused: " + parsed.error;
+    const BotOptions& o = parsed.options;
+    const BotOptions bare;
+    std::string text = o.help ? "help" : "";
+    if (o.serve) text += " serve";
+    if (!o.host.empty()) text += " host=" + o.host;
+    if (o.port != bare.port) text += " port=" + std::to_string(o.port);
+    if (o.rounds) text += " rounds=" + std::to_string(*o.rounds);
+    if (o.seed) text += " seed=" + std::to_string(*o.seed);
+    if (o.delayMs != bare.delayMs) text += " delay=" + std::to_string(o.delayMs);
+    return text;
+}
+
+TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
+    struct Case {
+        std::vector<std::string> args;
+        std::string expected;  // for a refusal, how its message begins
+    };
+    const Case cases[] = {
+        {{"--serve"}, " serve"},
+        {{"--serve", "--port", "0"}, " serve port=0"},
+        {{"--delay", "0", "--seed", "0", "--serve"}, " serve seed=0 delay=0"},
+        {{"--connect", "10.0.0.2", "--port", "65535", "--rounds", "1", "--seed",
+          "18446744073709551615", "--delay", "60000"},
+         " host=10.0.0.2 port=65535 rounds=1 seed=18446744073709551615 delay=60000"},
+        {{"--help"}, "help"},
+        {{"--port", "x", "-h"}, "help"},
+        {{"--serve", "--port", "65536"}, "refused: --port needs a number"},
+        {{"--serve", "--port", "-1"}, "refused: --port needs a number"},
+        {{"--serve", "--rounds", "0"}, "refused: --rounds needs a whole number"},
+        {{"--serve", "--seed", "-3"}, "refused: --seed needs a whole number"},
+        {{"--serve", "--seed", "18446744073709551616"}, "refused: --seed needs a whole number"},
+        {{"--serve", "--delay", "60001"}, "refused: --delay needs milliseconds"},
+        {{"--serve", "--colour", "red"}, "refused: unknown option '--colour'"},
+        {{"--serve", "extra"}, "refused: unexpected argument 'extra'"},
+        {{"--serve", "--port"}, "refused: --port needs a value"},
+        {{"--port", "--serve"}, "refused: --port needs a value"},
+        {{"--serve", "--connect", "h"}, "refused: choose one of --serve and --connect"},
+        {{"--connect", "h", "--serve"}, "refused: choose one of --serve and --connect"},
+        {{}, "refused: choose --serve or --connect"},
+        {{"--connect"}, "refused: --connect needs a value"},
+        {{"--connect", ""}, "refused: --connect needs a host"},
+        {{"--connect", "h", "--port", "0"}, "refused: --connect needs a port"},
+    };
+    for (const Case& c : cases) {
+        std::string line;
+        for (const std::string& arg : c.args) line += " '" + arg + "'";
+        const std::string got = Summary(ParseOptions(c.args));
+        if (c.expected.starts_with("refused"))
+            EXPECT_TRUE(got.starts_with(c.expected)) << line << " gave " << got;
+        else
+            EXPECT_EQ(got, c.expected) << line;
+    }
+}
+
+// Scripts read these lines; the bot's own points come first on each side.
+TEST(BotOptions, ResultLinesReadAsTheBotsOwnScore) {
+    EXPECT_EQ(RoundLine(1, -15, 40, -15, 40),
+              "Round 1: you -15, opponent 40. Totals: you -15, opponent 40.");
+    EXPECT_EQ(RoundLine(12, 165, 0, 475, 505),
+              "Round 12: you 165, opponent 0. Totals: you 475, opponent 505.");
+    EXPECT_EQ(GameLine(505, 470), "Game: you won 505 to 470.");
+    EXPECT_EQ(GameLine(480, 515), "Game: you lost 480 to 515.");
+}
+
+}  // namespace
+}  // namespace kelvane::bot
