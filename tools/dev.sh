@@ -4,7 +4,7 @@
 #   bash tools/dev.sh test       install what is missing, build, run every test
 #   bash tools/dev.sh sanitize   the tests again under AddressSanitizer + UBSan
 #   bash tools/dev.sh format     check the formatting of every C++ file
-#   bash tools/dev.sh bench      build and run the benchmarks
+#   bash tools/dev.sh bench      build and run the benchmarks and the start-up comparison
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,10 +34,7 @@ case "${1:-}" in
 play)
     install_missing
     build release
-    if [ -x build/release/app/kelvane ]; then
-        exec build/release/app/kelvane
-    fi
-    echo "Kelvane's rules are built and tested; the game window is not part of this build yet."
+    exec build/release/app/kelvane
     ;;
 test)
     install_missing
@@ -59,6 +56,7 @@ bench)
     install_missing
     build release
     for b in build/release/bench/kelvane_*bench; do "$b" "${@:2}"; done
+    bash bench/startup.sh build/release
     ;;
 *)
     sed -n '2,8p' "$0" | sed 's/^# \{0,1\}//'
