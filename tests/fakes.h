@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
@@ -12,14 +13,12 @@
 
 namespace kelvane::test {
 
-// Answers failure reports from a script (Yes when the script runs out) and records what the
-// player would have seen and what the clipboard would hold.
+// Answers failure reports from a script (Yes when it runs out), recording what was shown.
 class FakeErrorPrompt : public ErrorPrompt {
   public:
     std::deque<bool> answers;
     std::vector<std::string> shown, clipboard;
     bool ended = false;
-
     void SetClipboardText(const std::string& text) override { clipboard.push_back(text); }
     bool AskToContinue(const std::string& text) override {
         shown.push_back(text);
@@ -40,7 +39,6 @@ class RecordingScreen : public Screen {
     std::vector<std::string> log;
     int chatLines = 0;
     ScoreBoardTexts scoreBoard;
-
     void RefreshHands(char which) override { Log("RefreshHands", std::string(1, which)); }
     void RefreshUpPile() override { Log("RefreshUpPile"); }
     void MarkUpPileSlot(Int16 i, bool on) override { Log("MarkUpPileSlot", i, on); }
@@ -76,7 +74,7 @@ class RecordingScreen : public Screen {
     }
 };
 
-// Answers boxes from a script (Yes, or OK, when it runs out) and records each one.
+// Answers boxes from a script (Yes, or OK, when it runs out); duringBox runs while the next is up.
 class ScriptedPrompts : public Prompts {
   public:
     struct Box {
@@ -85,18 +83,16 @@ class ScriptedPrompts : public Prompts {
         Icon icon;
         std::string title;
         friend bool operator==(const Box&, const Box&) = default;
-        friend std::ostream& operator<<(std::ostream& out, const Box& b) {
-            return out << '"' << b.text << "\" buttons " << static_cast<int>(b.buttons) << " icon "
-                       << static_cast<int>(b.icon) << " \"" << b.title << '"';
-        }
+        friend std::ostream& operator<<(std::ostream& out, const Box& b) { return out << b.text; }
     };
     std::vector<Box> boxes;
     std::deque<Answer> answers;
     std::string inputAnswer = "127.0.0.1";
     std::vector<int> pauses;
-
+    std::function<void()> duringBox;
     Answer MessageBox(const std::string& text, Buttons buttons, Icon icon,
                       const std::string& title) override {
+        if (duringBox) std::exchange(duringBox, nullptr)();
         boxes.push_back({text, buttons, icon, title});
         if (buttons == Buttons::kOk) return Answer::kOk;
         if (answers.empty()) return Answer::kYes;
@@ -108,11 +104,6 @@ class ScriptedPrompts : public Prompts {
         return inputAnswer;
     }
     void Pause(int ms) override { pauses.push_back(ms); }
-    std::vector<std::string> Texts() const {
-        std::vector<std::string> texts;
-        for (const Box& b : boxes) texts.push_back(b.text);
-        return texts;
-    }
 };
 
 // Sockets whose states a test sets, recording what is sent and serving what a test queues.
@@ -123,7 +114,6 @@ class MemorySocket : public Socket {
     std::map<int, std::string> waiting;
     std::vector<std::string> calls;
     int stateAfterConnect = kSocketConnecting;
-
     void Listen(int i, int port) override {
         calls.push_back("Listen " + std::to_string(i) + " " + std::to_string(port));
         states[i] = kSocketListening;
@@ -166,9 +156,7 @@ struct TableUnderTest {
     FakeErrorPrompt errors;
     Table table{{screen, prompts, socket, errors}, [] { return SeededRandom(1); }};
     GameState& s = TablePeer::State(table);
-
-    // Connected as the client in the middle of a round; the stock holds KS down to 4S from the
-    // top.
+    // Connected as the client mid-round; the stock holds KS down to 4S from the top.
     void MidRound(const char* hand, const char* upPile) {
         s.Role = kRoleClient;
         socket.states[0] = kSocketConnected;

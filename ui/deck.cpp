@@ -5,8 +5,8 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QSvgRenderer>
-#include <utility>
 #include <array>
+#include <utility>
 
 namespace kelvane {
 

@@ -8,6 +8,7 @@
 
 #include "game/game_state.h"
 #include "game/meld_rules.h"
+#include "game/stock.h"
 
 // Cards spelled the way people read them in tests: "7S 7D 7C", "QH KH AH", "TD" for ten.
 namespace kelvane::test {
@@ -53,14 +54,21 @@ inline void SetUpPile(GameState& s, std::string_view names) {
     s.UpCount = Fill(s.UpPile, names);
 }
 
-// Opens a column on the table for each meld, in order, melds separated by "|" as in
-// "4C 5C 6C | 9S 9D 9C"; returns the last column's index.
+// Opens a column for each meld of "4C 5C 6C | 9S 9D 9C", in order; returns the last one.
 inline Int16 AddTableMelds(GameState& s, std::string_view melds) {
     Int16 col = -1;
     std::istringstream in{std::string(melds)};
     for (std::string meld; std::getline(in, meld, '|');)
         if (!Cards(meld).empty()) Fill(s.TableMelds.Column(col = s.TableMelds.AddColumn()), meld);
     return col;
+}
+
+// Draws landing on the given card codes in turn, so that a shuffle comes out as planned.
+inline RandomSource DrawingCodes(std::vector<int> codes) {
+    return [codes = std::move(codes), i = std::size_t{0}]() mutable {
+        const double u = (codes[i++ % codes.size()] - 0.5) / kCardsInDeck;
+        return static_cast<std::uint64_t>(u * 0x1.0p53) << 11;
+    };
 }
 
 // The short names of the first n cards of an array, space-separated: for readable failures.

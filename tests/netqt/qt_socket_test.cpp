@@ -9,6 +9,7 @@
 #include <QTcpSocket>
 #include <QTest>
 #include <functional>
+#include <tuple>
 
 #include "game/failure.h"
 
@@ -21,15 +22,13 @@ bool Until(const std::function<bool()>& done) {
     return QTest::qWaitFor(done, 2000);
 }
 
-// One program's end of a session, recording what its socket reports. As a server it serves the
-// first client and turns later ones away, as the session does.
+// One program's end, recording its socket's reports; as a server it serves only the first client.
 struct Peer {
     QtSocket socket;
     int refused = 0, stateAtAccept = -1, arrivals = 0, connectFailures = 0;
     std::vector<int> closes;
     bool readOnArrival = true;
     std::string received;
-
     Peer() {
         socket.onConnectionRequest = [this](int index, long id) {
             try {
@@ -58,7 +57,6 @@ struct Peer {
 struct Session {
     Peer server, client;
     int port = 0;
-
     Session() {
         server.socket.Listen(0, 0);
         port = server.socket.LocalPort(0);
@@ -72,29 +70,7 @@ struct Session {
     }
 };
 
-TEST(QtSocketSession, ServerServesTheFirstClientAndTurnsTheNextAway) {
-    Session s;
-    EXPECT_EQ(s.server.socket.State(0), kSocketListening);
-    ASSERT_TRUE(s.Join());
-    EXPECT_EQ(s.server.stateAtAccept, kSocketConnected) << "the deal goes out in the same handler";
-    EXPECT_EQ(s.server.socket.State(0), kSocketListening);
-    const QHostAddress ip(QString::fromStdString(s.server.socket.LocalIP(0)));
-    EXPECT_EQ(ip.protocol(), QAbstractSocket::IPv4Protocol);
-
-    Peer intruder;
-    intruder.socket.Connect(0, "127.0.0.1", s.port);
-    ASSERT_TRUE(Until([&] { return !intruder.closes.empty() || intruder.connectFailures > 0; }));
-    EXPECT_EQ(s.server.refused, 1) << "socket 1 cannot be created twice";
-    s.server.socket.Send(1, "(C:still here)");
-    s.client.socket.Send(0, "(C:me too)");
-    EXPECT_TRUE(Until([&] {
-        return s.client.received == "(C:still here)" && s.server.received == "(C:me too)";
-    }));
-    EXPECT_TRUE(s.server.closes.empty());
-}
-
-// A request nobody decides on must not hold its client; and a move must be on its way before the
-// game holds the thread in a pause, which a client that reads without our event loop shows.
+// An undecided request must not hold its client; a move must leave before the game pauses.
 TEST(QtSocketSession, RawClientsSeeUndecidedRequestsClosedAndMovesSentAtOnce) {
     Peer server;
     server.socket.Listen(0, 0);
@@ -102,7 +78,6 @@ TEST(QtSocketSession, RawClientsSeeUndecidedRequestsClosedAndMovesSentAtOnce) {
     const auto onRequest = std::exchange(server.socket.onConnectionRequest, [](int, long) {});
     undecided.connectToHost("127.0.0.1", static_cast<quint16>(server.socket.LocalPort(0)));
     EXPECT_TRUE(Until([&] { return undecided.state() == QAbstractSocket::UnconnectedState; }));
-
     server.socket.onConnectionRequest = onRequest;
     served.connectToHost("127.0.0.1", static_cast<quint16>(server.socket.LocalPort(0)));
     ASSERT_TRUE(Until([&] { return server.socket.State(1) == kSocketConnected; }));
@@ -111,45 +86,81 @@ TEST(QtSocketSession, RawClientsSeeUndecidedRequestsClosedAndMovesSentAtOnce) {
     EXPECT_EQ(served.readAll(), "(M:U:02)");
 }
 
-TEST(QtSocketSession, CarriesEveryByteValueBothWaysUntouched) {
-    Session s;
-    ASSERT_TRUE(s.Join());
+// Misuse throws a failure; the server serves the first client and turns the next away; every byte
+// value travels both ways untouched, bytes left unread wait for a later read, and a close reaches
+// only the peer, after the last bytes.
+TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
     std::string everyByte;
     for (int value = 0; value < 256; ++value) everyByte += static_cast<char>(value);
     const std::string payloads[] = {"(M:D:05)", "(C:caf\xE9 \x80\xFF)", everyByte,
                                     std::string(300000, '\xA4')};
-    const struct {
-        Peer& from;
-        int index;
-        Peer& to;
-    } directions[] = {{s.server, 1, s.client}, {s.client, 0, s.server}};
-    for (const auto& [from, index, to] : directions) {
-        for (const std::string& payload : payloads) {
-            to.received.clear();
-            from.socket.Send(index, payload);
-            const bool arrived = Until([&] { return to.received.size() >= payload.size(); });
-            EXPECT_TRUE(arrived && to.received == payload)
-                << "from socket " << index << ", " << payload.size() << " bytes";
+    for (const bool serverCloses : {true, false}) {
+        Session s;
+        // Operations that cannot be done throw a failure and change nothing.
+        Peer other;
+        const std::pair<const char*, std::function<void()>> operations[] = {
+            {"listen on a port in use", [&] { other.socket.Listen(0, s.port); }},
+            {"listen on no port", [&] { other.socket.Listen(0, 65536); }},
+            {"listen twice", [&] { s.server.socket.Listen(0, 0); }},
+            {"connect while listening", [&] { s.server.socket.Connect(0, "127.0.0.1", s.port); }},
+            {"send with no connection", [&] { s.server.socket.Send(1, "(C:)"); }},
+            {"read with no connection", [&] { s.server.socket.Read(1); }},
+            {"accept a request never made", [&] { s.server.socket.Accept(1, 42); }},
+            {"refuse a request never made", [&] { s.server.socket.Refuse(0, 42); }},
+            {"a socket past the array", [&] { s.server.socket.State(2); }},
+        };
+        for (const auto& [name, operation] : operations) EXPECT_THROW(operation(), Failure) << name;
+        try {
+            other.socket.Listen(0, s.port);
+        } catch (const Failure& failure) {
+            EXPECT_NE(failure.description().find(std::to_string(s.port)), std::string::npos)
+                << failure.description();
         }
+        EXPECT_EQ(other.socket.State(0), kSocketClosed);
+        EXPECT_EQ(s.server.socket.State(0), kSocketListening);
+        ASSERT_TRUE(s.Join());
+        EXPECT_EQ(s.server.stateAtAccept, kSocketConnected) << "the deal goes out in the handler";
+        EXPECT_EQ(s.server.socket.State(0), kSocketListening);
+        const QHostAddress ip(QString::fromStdString(s.server.socket.LocalIP(0)));
+        EXPECT_EQ(ip.protocol(), QAbstractSocket::IPv4Protocol);
+        Peer intruder;
+        intruder.socket.Connect(0, "127.0.0.1", s.port);
+        ASSERT_TRUE(Until([&] { return !intruder.closes.empty() || intruder.connectFailures; }));
+        EXPECT_EQ(s.server.refused, 1) << "socket 1 cannot be created twice";
+        Peer& closer = serverCloses ? s.server : s.client;
+        Peer& peer = serverCloses ? s.client : s.server;
+        const int index = serverCloses ? 1 : 0;
+        for (const std::string& payload : payloads) {
+            for (auto [from, to, at] :
+                 {std::tuple{&closer, &peer, index}, {&peer, &closer, 1 - index}}) {
+                to->received.clear();
+                from->socket.Send(at, payload);
+                const bool arrived = Until([&] { return to->received.size() >= payload.size(); });
+                EXPECT_TRUE(arrived && to->received == payload) << at << ", " << payload.size();
+            }
+        }
+        peer.readOnArrival = false;
+        for (const char* message : {"(M:N:12)", "(M:D:40)"}) {
+            const int before = peer.arrivals;
+            closer.socket.Send(index, message);
+            ASSERT_TRUE(Until([&] { return peer.arrivals > before; }));
+        }
+        EXPECT_EQ(peer.socket.Read(1 - index), "(M:N:12)(M:D:40)");
+        EXPECT_EQ(peer.socket.Read(1 - index), "");
+        peer.readOnArrival = true;
+        peer.received.clear();
+        closer.socket.Send(index, "(M:D:40)");
+        closer.socket.Close(index);
+        EXPECT_TRUE(Until([&] { return !peer.closes.empty() && peer.received == "(M:D:40)"; }));
+        EXPECT_EQ(peer.closes, std::vector<int>{1 - index});
+        EXPECT_EQ(peer.socket.State(1 - index), kSocketClosed);
+        EXPECT_TRUE(closer.closes.empty());
+        EXPECT_EQ(closer.socket.State(index), kSocketClosed);
     }
 }
 
-TEST(QtSocketSession, UnreadBytesWaitForALaterRead) {
-    Session s;
-    ASSERT_TRUE(s.Join());
-    s.client.readOnArrival = false;
-    for (const char* message : {"(M:N:12)", "(M:D:40)"}) {
-        const int before = s.client.arrivals;
-        s.server.socket.Send(1, message);
-        ASSERT_TRUE(Until([&] { return s.client.arrivals > before; }));
-    }
-    EXPECT_EQ(s.client.socket.Read(0), "(M:N:12)(M:D:40)");
-    EXPECT_EQ(s.client.socket.Read(0), "");
-}
-
-// The engine holds an arrival while a handler waits in a modal box and reads it once the handler
-// is over; bytes arriving during that box must still be announced, or the opponent's move would
-// wait for his next one.
+// Bytes arriving while a handler waits in a modal box must still be announced, or the opponent's
+// move would wait for his next one.
 TEST(QtSocketSession, AnnouncesBytesArrivingWhileAnArrivalIsHandled) {
     Session s;
     ASSERT_TRUE(s.Join());
@@ -173,24 +184,6 @@ TEST(QtSocketSession, AnnouncesBytesArrivingWhileAnArrivalIsHandled) {
     EXPECT_TRUE(Until([&] { return s.client.received == "(S:)(M:D:40)"; })) << s.client.received;
 }
 
-TEST(QtSocketSession, ClosingReachesOnlyThePeerAfterTheLastBytes) {
-    for (const bool serverCloses : {true, false}) {
-        Session s;
-        ASSERT_TRUE(s.Join());
-        Peer& closer = serverCloses ? s.server : s.client;
-        Peer& peer = serverCloses ? s.client : s.server;
-        const int index = serverCloses ? 1 : 0;
-        closer.socket.Send(index, "(M:D:40)");
-        closer.socket.Close(index);
-        EXPECT_TRUE(Until([&] { return !peer.closes.empty() && peer.received == "(M:D:40)"; }))
-            << "server closes: " << serverCloses;
-        EXPECT_EQ(peer.closes, std::vector<int>{1 - index});
-        EXPECT_EQ(peer.socket.State(1 - index), kSocketClosed);
-        EXPECT_TRUE(closer.closes.empty());
-        EXPECT_EQ(closer.socket.State(index), kSocketClosed);
-    }
-}
-
 // A port the system just handed out and took back: nothing listens there.
 int DeadPort() {
     QTcpServer probe;
@@ -211,7 +204,6 @@ TEST(QtSocketConnect, ReportsAnAttemptThatFailsLaterOnceAndAllowsAnother) {
     QTcpSocket filler;
     filler.connectToHost("127.0.0.1", ntohs(address.sin_port));
     ASSERT_TRUE(filler.waitForConnected(1000));
-
     const struct {
         const char* host;
         int port;
@@ -233,32 +225,6 @@ TEST(QtSocketConnect, ReportsAnAttemptThatFailsLaterOnceAndAllowsAnother) {
         EXPECT_EQ(s.client.socket.State(0), kSocketConnected) << why;
     }
     ::close(full);
-}
-
-TEST(QtSocketMisuse, OperationsThatCannotBeDoneThrowAFailure) {
-    Session s;
-    Peer other;
-    const std::pair<const char*, std::function<void()>> operations[] = {
-        {"listen on a port in use", [&] { other.socket.Listen(0, s.port); }},
-        {"listen on no port", [&] { other.socket.Listen(0, 65536); }},
-        {"listen twice", [&] { s.server.socket.Listen(0, 0); }},
-        {"connect while listening", [&] { s.server.socket.Connect(0, "127.0.0.1", s.port); }},
-        {"send with no connection", [&] { s.server.socket.Send(1, "(C:)"); }},
-        {"read with no connection", [&] { s.server.socket.Read(1); }},
-        {"accept a request never made", [&] { s.server.socket.Accept(1, 42); }},
-        {"refuse a request never made", [&] { s.server.socket.Refuse(0, 42); }},
-        {"a socket past the array", [&] { s.server.socket.State(2); }},
-    };
-    for (const auto& [name, operation] : operations) EXPECT_THROW(operation(), Failure) << name;
-
-    try {
-        other.socket.Listen(0, s.port);
-    } catch (const Failure& failure) {
-        EXPECT_NE(failure.description().find(std::to_string(s.port)), std::string::npos)
-            << failure.description();
-    }
-    EXPECT_EQ(other.socket.State(0), kSocketClosed);
-    EXPECT_EQ(s.server.socket.State(0), kSocketListening);
 }
 
 }  // namespace

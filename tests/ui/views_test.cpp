@@ -2,12 +2,20 @@
 
 #include <QDir>
 #include <QGroupBox>
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPushButton>
+#include <QTcpServer>
 #include <QTest>
+#include <QTextCursor>
 #include <QTextEdit>
-#include <initializer_list>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
 
 #include "fakes.h"
 #include "net/qt/qt_socket.h"
@@ -16,44 +24,12 @@
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "ui/geometry.h"
+#include "ui/results_dialog.h"
 
 namespace kelvane {
 namespace {
 
-// The figures worked out by hand for the design sizes, in twips.
-TEST(CardLayout, WorkedExamplesAtTheDesignSizes) {
-    using namespace layout;
-    const struct {
-        const char* what;
-        double got;
-        double expected;
-    } cases[] = {
-        {"fan of 7 starts", LocalFanLeft(11295, 1095, 7, 0), 4279},
-        {"second fan card", LocalFanLeft(11295, 1095, 7, 1), 4552.75},
-        {"third fan card", LocalFanLeft(11295, 1095, 7, 2), 4826.5},
-        {"38 cards still start inside", LocalFanLeft(11295, 1095, 38, 0), 36},
-        {"39 cards start left of the frame", LocalFanLeft(11295, 1095, 39, 0), -101},
-        {"hearts stand highest", LocalTop(1215, 'H'), 243},
-        {"spades stand lowest", LocalTop(1215, 'S'), 607.5},
-        {"opponent's first of 7", RemoteLeft(5040, 615, 7, 0), 120},
-        {"opponent's second of 7", RemoteLeft(5040, 615, 7, 1), 818},
-        {"opponent's last of 7", RemoteLeft(5040, 615, 7, 6), 4308},
-        {"a lone opponent card is centred", RemoteLeft(5040, 615, 1, 0), 2212.5},
-        {"the second of two ends a margin short of the edge", RemoteLeft(5040, 615, 2, 1), 4305},
-        {"opponent cards' top", RemoteTop(1095), 219},
-        {"up-pile margin", UpPileLeft(10215, 855, 0), 120.2},
-        {"up-pile step", UpPileLeft(10215, 855, 1) - UpPileLeft(10215, 855, 0), 342},
-        {"meld column 2", MeldLeft(11295, 735, 2), 1885.9},
-        {"meld row 3", MeldTop(3375, 3), 1003.8},
-    };
-    for (const auto& c : cases) EXPECT_NEAR(c.got, c.expected, 0.05) << c.what;
-    // 28 cards fit the up pile's frame; the 29th runs past its right edge.
-    EXPECT_LE(UpPileLeft(10215, 855, 27) + 855, 10215);
-    EXPECT_GT(UpPileLeft(10215, 855, 28) + 855, 10215);
-}
-
-// Every picture code the views ask for, from the installed theme and from the deck drawn by hand,
-// each drawn once per size however often it is asked for.
+// Every picture, themed and drawn by hand, drawn once per size however often asked for.
 TEST(CardPictures, EveryCodeDrawsOncePerSize) {
     Deck themed;
     Deck drawn(QDir::tempPath() + "/kelvane-no-theme-here");
@@ -79,80 +55,84 @@ TEST(CardPictures, EveryCodeDrawsOncePerSize) {
 class WindowViews : public ::testing::Test {
   protected:
     GameState& state() { return TablePeer::State(window.table()); }
-
-    static void Fill(CardArray& cards, Int16& count, std::initializer_list<int> codes) {
-        count = 0;
-        for (int code : codes) cards[count++] = code;
-    }
-
     QtSocket socket;
     Deck deck;
     Form1 window{socket, deck};
 };
 
-// Before the window is first shown every control stands at its design place, so the views must
-// put the cards where the worked examples say.
+// The figures worked out by hand for the design sizes, in twips. Before the window is first shown
+// every control stands at its design place, so the views must put the cards at those figures.
 TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
-    const int h2 = MakeCard(kHearts, 2).value();
-    Fill(state().LocalHand, state().LocalCount, {h2, 3, 4, 5, 6, 7, 8});
-    Fill(state().RemoteHand, state().RemoteCount, {20, 21, 22, 23, 24, 25, 26});
-    Fill(state().UpPile, state().UpCount, {30, 31});
+    using namespace layout;
+    test::SetHand(state(), "2H 3S 4S 5S 6S 7S 8S");
+    test::SetRemoteHand(state(), "7D 8D 9D TD JD QD KD");
+    test::SetUpPile(state(), "4C 5C");
     window.RefreshHands('B');
     window.RefreshUpPile();
     for (int column = 0; column < 3; ++column) window.CreateMeldColumn(column);
-
-    EXPECT_EQ(window.imgLocal(0)->pos(), QPoint(Px(4279), Px(243)));
-    EXPECT_EQ(window.imgLocal(1)->pos(), QPoint(Px(4552.75), Px(607.5)));
-    EXPECT_EQ(window.imgLocal(2)->x(), Px(4826.5));
-    EXPECT_EQ(window.imgRemote(1)->pos(), QPoint(Px(818), Px(219)));
-    EXPECT_EQ(window.imgRemote(6)->pos(), QPoint(Px(4308), Px(219)));
-    EXPECT_EQ(window.imgUpPile(0)->pos(), QPoint(Px(120.2), Px(120)));
-    EXPECT_EQ(window.imgUpPile(1)->pos(), QPoint(Px(462.2), Px(120)));
-    EXPECT_EQ(window.imgMeld(2 * 13 + 3)->pos(), QPoint(Px(1885.9), Px(1003.8)));
+    CardImage* meld = window.imgMeld(2 * 13 + 3);
+    const struct {
+        const char* what;
+        double got;
+        double expected;
+        std::optional<int> shown;  // where the window put the card, in pixels
+    } cases[] = {
+        {"fan of 7 starts", LocalFanLeft(11295, 1095, 7, 0), 4279, window.imgLocal(0)->x()},
+        {"second fan card", LocalFanLeft(11295, 1095, 7, 1), 4552.75, window.imgLocal(1)->x()},
+        {"third fan card", LocalFanLeft(11295, 1095, 7, 2), 4826.5, window.imgLocal(2)->x()},
+        {"38 cards still start inside", LocalFanLeft(11295, 1095, 38, 0), 36, {}},
+        {"39 cards start left of the frame", LocalFanLeft(11295, 1095, 39, 0), -101, {}},
+        {"hearts stand highest", LocalTop(1215, 'H'), 243, window.imgLocal(0)->y()},
+        {"spades stand lowest", LocalTop(1215, 'S'), 607.5, window.imgLocal(1)->y()},
+        {"opponent's first of 7", RemoteLeft(5040, 615, 7, 0), 120, window.imgRemote(0)->x()},
+        {"opponent's second of 7", RemoteLeft(5040, 615, 7, 1), 818, window.imgRemote(1)->x()},
+        {"opponent's last of 7", RemoteLeft(5040, 615, 7, 6), 4308, window.imgRemote(6)->x()},
+        {"a lone opponent card is centred", RemoteLeft(5040, 615, 1, 0), 2212.5, {}},
+        {"the second of two ends a margin short", RemoteLeft(5040, 615, 2, 1), 4305, {}},
+        {"opponent cards' top", RemoteTop(1095), 219, window.imgRemote(6)->y()},
+        {"up-pile margin", UpPileLeft(10215, 855, 0), 120.2, window.imgUpPile(0)->x()},
+        {"up-pile second card", UpPileLeft(10215, 855, 1), 462.2, window.imgUpPile(1)->x()},
+        {"meld column 2", MeldLeft(11295, 735, 2), 1885.9, meld->x()},
+        {"meld row 3", MeldTop(3375, 3), 1003.8, meld->y()},
+    };
+    for (const auto& c : cases) {
+        EXPECT_NEAR(c.got, c.expected, 0.05) << c.what;
+        EXPECT_EQ(c.shown.value_or(Px(c.expected)), Px(c.expected)) << c.what;
+    }
+    // 28 cards fit the up pile's frame; the 29th runs past its right edge.
+    EXPECT_LE(UpPileLeft(10215, 855, 27) + 855, 10215);
+    EXPECT_GT(UpPileLeft(10215, 855, 28) + 855, 10215);
     EXPECT_EQ(window.meldSlotCount(), 39);
     EXPECT_EQ(window.findChild<QGroupBox*>("frRemoteHand")->title(), "Your Opponent's Hand (7)");
 }
 
 // The opponent's cards show their faces only for cards he took from the up pile, and only once
-// the hidden phrase has turned them up.
-TEST_F(WindowViews, OpponentCardsTurnUpOnlyWhenKnownAndRevealed) {
-    Fill(state().RemoteHand, state().RemoteCount, {9, 10});
-    Fill(state().KnownCards, state().KnownCount, {10});
-    const struct {
-        bool reveal;
-        int knownSlotTag;
-    } cases[] = {{false, kBackPicture}, {true, 10}};
-    for (const auto& c : cases) {
-        state().RevealOpponent = c.reveal;
+// the hidden phrase has turned them up; only a redraw of the player's own hand drops his selection.
+TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndKeepTheSelectionUnlessTheOwnHandIsRedrawn) {
+    test::SetHand(state(), "AS 2S 3S");
+    test::SetRemoteHand(state(), "9S TS");
+    state().KnownCount = test::Fill(state().KnownCards, "TS");
+    for (const bool reveal : {false, true}) {
+        state().RevealOpponent = reveal;
         window.RefreshHands('R');
-        EXPECT_EQ(window.imgRemote(0)->tag(), kBackPicture) << c.reveal;
-        EXPECT_EQ(window.imgRemote(1)->tag(), c.knownSlotTag) << c.reveal;
+        EXPECT_EQ(window.imgRemote(0)->tag(), kBackPicture) << reveal;
+        EXPECT_EQ(window.imgRemote(1)->tag(), reveal ? 10 : kBackPicture) << reveal;
         EXPECT_TRUE(window.imgRemote(1)->toolTip().isEmpty());
         EXPECT_TRUE(window.imgRemote(2)->isHidden());
     }
-}
-
-// Redrawing the player's own hand drops every selection; redrawing only the opponent's keeps it.
-TEST_F(WindowViews, OnlyARedrawOfTheOwnHandDropsTheSelection) {
-    Fill(state().LocalHand, state().LocalCount, {1, 2, 3});
-    const struct {
-        char which;
-        bool stillSelected;
-    } cases[] = {{'R', true}, {'L', false}, {'B', false}};
-    for (const auto& c : cases) {
+    for (const char which : {'R', 'L', 'B'}) {
         window.RefreshHands('L');
         window.ShowSelection(1, true);
-        window.RefreshHands(c.which);
-        EXPECT_EQ(window.imgLocal(1)->selected(), c.stillSelected) << c.which;
+        window.RefreshHands(which);
+        EXPECT_EQ(window.imgLocal(1)->selected(), which == 'R') << which;
         EXPECT_EQ(window.imgLocal(1)->toolTip(), "Two of Spades");
     }
 }
 
-// Every control follows the window from the layout recorded at its first showing: left and width
-// with the width, top, height and font size with the height, and back to the design exactly.
+// Controls scale from the layout recorded at the first showing, and return to it exactly.
 TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
-    Fill(state().LocalHand, state().LocalCount, {1, 2, 3, 14, 27});
-    Fill(state().UpPile, state().UpCount, {40});
+    test::SetHand(state(), "AS 2S 3S AD AC");
+    test::SetUpPile(state(), "AH");
     const QSize design(Px(11490), Px(8715));
     const struct {
         QWidget* control;
@@ -165,7 +145,6 @@ TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
         {window.label("lblLocalScore"), Twips(120, 480, 2895, 255)},
     };
     const double scoreFont = window.label("lblLocalScore")->font().pointSizeF();
-
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     const struct { double rx, ry; } sizes[] = {{2, 2}, {2, 1}, {0.5, 0.75}, {1.25, 1.5}, {1, 1}};
@@ -193,6 +172,166 @@ TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
     }
     EXPECT_EQ(window.centralWidget()->size(), design);
     for (const auto& c : controls) EXPECT_EQ(c.control->geometry(), c.at);
+}
+
+// Answers every box with Yes or OK and the host question as offered; notes boxes and results.
+class BoxWatcher : public QObject {
+  public:
+    struct Seen {
+        QWidget* window;
+        QString text;
+    };
+    std::vector<Seen> boxes;
+    std::vector<Seen> results;
+    BoxWatcher() { qApp->installEventFilter(this); }
+    ~BoxWatcher() override { qApp->removeEventFilter(this); }
+    std::string BoxTexts() const {
+        QStringList texts;
+        for (const Seen& s : boxes) texts << s.text;
+        return texts.join(" | ").toStdString();
+    }
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Show) return false;
+        if (auto* box = qobject_cast<QMessageBox*>(watched)) {
+            boxes.push_back({box->parentWidget(), box->text()});
+            QTimer::singleShot(0, box, [box] {
+                QAbstractButton* yes = box->button(QMessageBox::Yes);
+                (yes ? yes : box->button(QMessageBox::Ok))->click();
+            });
+        } else if (auto* input = qobject_cast<QInputDialog*>(watched)) {
+            QTimer::singleShot(0, input, [input] { input->accept(); });
+        } else if (auto* dialog = qobject_cast<ResultsDialog*>(watched)) {
+            results.push_back({dialog->parentWidget(), dialog->message()});
+        }
+        return false;
+    }
+};
+
+struct Player {
+    Player(Deck& deck, std::function<RandomSource()> shuffles, int port)
+        : window(socket, deck, std::move(shuffles)) {
+        window.table().UsePort(port);
+        window.show();
+    }
+    const GameState& state() { return window.table().state(); }
+    CardImage* Holding(const char* card) {
+        for (int i = 0; i < state().LocalCount.value(); ++i)
+            if (window.imgLocal(i)->tag() == test::Card(card).value()) return window.imgLocal(i);
+        return nullptr;
+    }
+    void Select(const char* cards) {
+        for (Int16 card : test::Cards(cards)) {
+            CardImage* slot = Holding(GetCardName(card, false).c_str());
+            ASSERT_NE(slot, nullptr) << cards;
+            QTest::mouseClick(slot, Qt::LeftButton);
+        }
+    }
+    // A click on the table's own cloth, below and right of every meld.
+    void ClickTable() {
+        QGroupBox* table = window.frTable();
+        QTest::mouseClick(table, Qt::LeftButton, {},
+                          QPoint(table->width() - 4, table->height() - 4));
+    }
+    QString Label(const char* name) { return window.label(name)->text(); }
+    QString Theirs() { return window.findChild<QGroupBox*>("frRemoteHand")->title(); }
+    QtSocket socket;
+    Form1 window;
+};
+
+int FreePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
+bool WaitFor(const std::function<bool()>& condition) {
+    return QTest::qWaitFor(condition, 15000);
+}
+
+// The colour and weight of the transcript's character at `position`.
+std::pair<QColor, bool> StyleAt(QTextEdit* convo, int position) {
+    QTextCursor cursor(convo->document());
+    cursor.setPosition(position + 1);
+    const QTextCharFormat format = cursor.charFormat();
+    return {format.foreground().color(), format.fontWeight() == QFont::Bold};
+}
+
+// Two windows play a round over loopback TCP through mouse and keyboard events: the client draws,
+// melds twice, lays off, chats and goes out, while the server's views follow.
+TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
+    // From the top, dealt in turn from the server, then the up card and the client's draw: the
+    // client holds a spade run, three nines and a king, and draws the spade that extends the run.
+    const std::vector<Int16> top = test::Cards("7H 3S 8C 4S TD 5S JS 9H QH 9D 2D 9C 4C KD 5H 6S");
+    std::vector<int> order;
+    for (int card = 1; card <= kCardsInDeck; ++card)
+        if (std::find(top.begin(), top.end(), Int16(card)) == top.end()) order.push_back(card);
+    for (auto card = top.rbegin(); card != top.rend(); ++card) order.push_back(card->value());
+    BoxWatcher boxes;
+    Deck deck;
+    const int port = FreePort();
+    Player server(deck, std::bind(test::DrawingCodes, order), port);
+    auto client = std::make_unique<Player>(deck, ClockSeededRandom, port);
+    server.window.action("mnuServer")->trigger();
+    EXPECT_TRUE(server.Label("lblStatus").startsWith("Waiting for client to connect..."));
+    EXPECT_FALSE(server.window.action("mnuServer")->isEnabled());
+    client->window.action("mnuClient")->trigger();
+    ASSERT_TRUE(WaitFor([&] { return client->state().LocalCount == 7; }));
+    // The first deal is the client's to open.
+    EXPECT_EQ(client->Label("lblStatus"), "Draw");
+    EXPECT_EQ(server.Label("lblStatus"), "Waiting for your opponent to draw");
+    EXPECT_EQ(client->window.imgUpPile(0)->tag(), test::Card("5H").value());
+    QTest::mouseClick(client->window.imgStack(), Qt::LeftButton);
+    ASSERT_TRUE(WaitFor([&] { return server.state().RemoteCount == 8; }));
+    EXPECT_EQ(server.Theirs(), "Your Opponent's Hand (8)");
+    EXPECT_EQ(server.Label("lblCardsleft"), "Deck (36)");
+    client->Select("5S 3S 4S");
+    client->ClickTable();
+    ASSERT_TRUE(WaitFor([&] { return server.window.imgMeld(2) != nullptr; }));
+    EXPECT_EQ(server.window.imgMeld(0)->tag(), test::Card("3S").value());
+    EXPECT_EQ(server.window.imgMeld(2)->tag(), test::Card("5S").value());
+    client->Select("9H 9D 9C");
+    client->ClickTable();
+    ASSERT_TRUE(WaitFor([&] { return server.window.meldSlotCount() == 26; }));
+    EXPECT_TRUE(server.window.imgMeld(13)->isVisible());
+    // Laying off: the selected card and a click anywhere in the run's column.
+    client->Select("6S");
+    QTest::mouseClick(client->window.imgMeld(7), Qt::LeftButton);
+    ASSERT_TRUE(
+        WaitFor([&] { return server.window.imgMeld(3)->tag() == test::Card("6S").value(); }));
+    EXPECT_EQ(server.Theirs(), "Your Opponent's Hand (1)");
+    const QString said = QString::fromUtf8("hi (again) caf\u00e9");
+    QTest::keyClicks(client->window.txtSay(), said.chopped(1));
+    QTest::sendKeyEvent(QTest::Click, client->window.txtSay(), Qt::Key_Eacute, said.right(1),
+                        Qt::NoModifier);
+    QTest::mouseClick(client->window.cmdSend(), Qt::LeftButton);
+    QTextEdit* heard = server.window.rtbConvo();
+    ASSERT_TRUE(WaitFor([&] { return !heard->toPlainText().isEmpty(); }));
+    EXPECT_EQ(heard->toPlainText(), "OPPONENT: " + said);
+    EXPECT_EQ(StyleAt(heard, 0), std::make_pair(QColor(255, 0, 0), true));
+    EXPECT_EQ(StyleAt(heard, 10), std::make_pair(QColor(0, 0, 0), false));
+    EXPECT_EQ(client->window.rtbConvo()->toPlainText(), "YOU: " + said);
+    EXPECT_TRUE(client->window.txtSay()->text().isEmpty());
+    // The last card goes with a right press: the round ends on both sides.
+    QTest::mousePress(client->Holding("KD"), Qt::RightButton);
+    ASSERT_TRUE(WaitFor([&] { return boxes.results.size() == 2; }));
+    EXPECT_EQ(boxes.results[0].window, &client->window);
+    EXPECT_EQ(boxes.results[0].text, "You won that round");
+    EXPECT_EQ(boxes.results[1].window, &server.window);
+    EXPECT_EQ(boxes.results[1].text, "Your opponent won that round");
+    // The server has dealt the next round, which the server opens.
+    ASSERT_TRUE(WaitFor([&] { return client->state().LocalCount == 7; }));
+    EXPECT_EQ(client->Label("lblStatus"), "Waiting for your opponent to draw");
+    client->window.action("mnuQuit")->trigger();
+    EXPECT_FALSE(client->window.isVisible());
+    client.reset();
+    ASSERT_TRUE(WaitFor([&] { return boxes.boxes.size() == 3; }));
+    EXPECT_TRUE(WaitFor([&] { return !server.window.isVisible(); }));
+    // Only the questions a player meets on this way: no move was refused, nothing failed.
+    EXPECT_EQ(boxes.BoxTexts(),
+              "Discard the King of Diamonds? | Sure you want to quit? | "
+              "Your opponent just disappeared. Sorry.");
 }
 
 }  // namespace

@@ -1,0 +1,388 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <set>
+#include <stdexcept>
+#include <tuple>
+#include <vector>
+
+#include "fakes.h"
+#include "game/card_text.h"
+#include "game/meld_rules.h"
+#include "game/meldability.h"
+#include "game/scoring.h"
+
+namespace kelvane {
+namespace {
+
+using test::Card;
+using test::FakeErrorPrompt;
+using test::Meld;
+using test::Names;
+
+int NumberOf(auto&& action) {
+    try {
+        action();
+    } catch (const Failure& f) {
+        return f.number();
+    }
+    return 0;
+}
+
+TEST(CheckedTypes, LeavingTheRangeIsAFailureNeverAWrap) {
+    Int16 max = std::numeric_limits<std::int16_t>::max();
+    Int16 min = std::numeric_limits<std::int16_t>::min();
+    CardArray cards{};
+    MeldTable table;
+    EXPECT_EQ(NumberOf([&] { max += 1; }), kOverflow);
+    EXPECT_EQ(NumberOf([&] { (void)(min - Int16(1)); }), kOverflow);
+    EXPECT_EQ(NumberOf([&] { (void)-min; }), kOverflow);
+    EXPECT_EQ(NumberOf([&] { (void)(Int16(200) * Int16(200)); }), kOverflow);
+    EXPECT_EQ(NumberOf([] { (void)Int16(std::size_t{70000}); }), kOverflow);
+    EXPECT_EQ(NumberOf([&] { (void)(Int16(5) / Int16(0)); }), kDivisionByZero);
+    EXPECT_EQ(NumberOf([&] { cards[52] = 1; }), kSubscriptOutOfRange);
+    EXPECT_EQ(NumberOf([&] { (void)cards[-1]; }), kSubscriptOutOfRange);
+    EXPECT_EQ(NumberOf([&] { (void)table.Column(0); }), kSubscriptOutOfRange);
+    EXPECT_EQ(max.value(), 32767) << "a failed step leaves the value as it was";
+    EXPECT_EQ(NumberOf([&] { cards[51] = max; }), 0);
+}
+
+// Each report names the procedure, the number and the address, and goes to the clipboard too.
+TEST(Steps, YesResumesWithTheNextStepNoEndsTheProgram) {
+    FakeErrorPrompt prompt;
+    ErrorReporter reporter(prompt);
+    reporter.ReportError("RefreshHands", Failure(0, ""));
+    EXPECT_TRUE(prompt.shown.empty()) << "no pending failure shows nothing";
+    CardArray hand{};
+    std::vector<int> ran;
+    Steps steps(reporter, "Discard");
+    steps([&] { ran.push_back(1); });
+    steps([&] { ran.push_back(hand[60].value()); });
+    steps([&] { ran.push_back((Int16(32767) + Int16(1)).value()); });
+    steps([&] { throw std::runtime_error("socket refused"); });
+    steps([&] { ran.push_back(5); });
+    EXPECT_EQ(ran, (std::vector<int>{1, 5}));
+    ASSERT_EQ(prompt.shown.size(), 3u);
+    EXPECT_EQ(prompt.shown[0],
+              "An error has occurred in Discard:\r\n\r\n9: Subscript out of range\r\n\r\n"
+              "Continue Program? (Choosing No will end the program.)\r\n"
+              "(Also, this error has been copied to the clipboard.\r\n"
+              "Please paste into an email to " +
+                  std::string(kSupportAddress) + ")");
+    EXPECT_EQ(prompt.clipboard, prompt.shown);
+    EXPECT_NE(prompt.shown[1].find("6: Overflow"), std::string::npos);
+    EXPECT_NE(prompt.shown[2].find("51: socket refused"), std::string::npos);
+    EXPECT_FALSE(prompt.ended);
+    // No ends the program at once, without reporting again on the way out.
+    prompt.answers = {false};
+    prompt.shown.clear();
+    bool laterStepRan = false;
+    auto outer = [&] {
+        Steps click(reporter, "imgStack_Click");
+        click([&] {
+            Steps inner(reporter, "GetTopCardFromStack");
+            inner([] { Raise(kSubscriptOutOfRange); });
+        });
+        click([&] { laterStepRan = true; });
+    };
+    EXPECT_THROW(outer(), ProgramEnded);
+    EXPECT_TRUE(prompt.ended);
+    EXPECT_FALSE(laterStepRan);
+    ASSERT_EQ(prompt.shown.size(), 1u);
+    EXPECT_NE(prompt.shown[0].find("in GetTopCardFromStack:"), std::string::npos);
+}
+
+// Every code's short name agrees with code = (suit - 1) * 13 + rank.
+TEST(Cards, NamesSuitsAndRanks) {
+    const std::string_view ranks = "A23456789TJQK", suits = "SDCH";
+    for (int code = 1; code <= kCardsInDeck; ++code) {
+        const std::string name = GetCardName(code, false);
+        ASSERT_EQ(name.size(), 2u) << code;
+        EXPECT_EQ(static_cast<int>(suits.find(name[1]) * 13 + ranks.find(name[0])) + 1, code)
+            << name;
+    }
+    std::string longNames;
+    for (int code : {1, 23, 25, 29, 50, 52, 0, 53, -1}) longNames += GetCardName(code, true) + ", ";
+    EXPECT_EQ(longNames,
+              "Ace of Spades, Ten of Diamonds, Queen of Diamonds, Three of Clubs, "
+              "Jack of Hearts, King of Hearts, ??, ??, ??, ");
+    EXPECT_EQ(GetCardName(0, false), "??");
+}
+
+TEST(MeldRules, AWholeSuitClosesHighAndUnsortedRunsCountOnlyInRankOrder) {
+    auto [suit, count] = Meld("KH QH JH TH 9H 8H 7H 6H 5H 4H 3H 2H AH");
+    SortMeld(suit, count);
+    EXPECT_EQ(Names(suit, count), "2H 3H 4H 5H 6H 7H 8H 9H TH JH QH KH AH");
+    // Unsorted, a run counts only in rank order, the ace at the low end or after the king.
+    for (auto [given, valid] : {std::pair{"KH AH", true},
+                                {"AH KH", false},
+                                {"2H 3H AH", false},
+                                {"9C 7C 8C", false},
+                                {"7H 7S 7C 7D", true}}) {
+        auto [meld, n] = Meld(given);
+        EXPECT_EQ(ValidMeld(meld, n), valid) << given;
+    }
+}
+
+TEST(MeldRules, SortHandRunsFromTwosToAcesInSuitOrder) {
+    GameState s;
+    test::SetHand(s, "AS KH 2H KS AH 2S TC KD");
+    s.LocalHand[s.LocalCount] = test::Card("3S");  // past the count: not the sort's business
+    SortHand(s);
+    EXPECT_EQ(Names(s.LocalHand, s.LocalCount), "2S 2H TC KS KD KH AS AH");
+    EXPECT_EQ(s.LocalHand[s.LocalCount], test::Card("3S"));
+}
+
+// The independent judge: one rank, or one suit over a window of A 2 ... K A with one ace at most.
+bool IsSetOrRun(const std::vector<int>& codes) {
+    std::set<int> ranks, suits;
+    for (int c : codes) {
+        ranks.insert((c - 1) % 13 + 1);
+        suits.insert((c - 1) / 13);
+    }
+    if (ranks.size() == 1) return codes.size() <= 4;
+    if (suits.size() != 1) return false;
+    const int length = static_cast<int>(codes.size());
+    for (int start = 1; start + length - 1 <= 14; ++start) {
+        std::set<int> window;
+        for (int p = start; p < start + length; ++p) window.insert(p == 14 ? kAce : p);
+        if (window == ranks) return true;
+    }
+    return false;
+}
+
+// A stretch of one suit, maybe wrapping past the ace, or cards of one rank; half with one swapped.
+std::vector<int> RandomCandidate(std::mt19937_64& random) {
+    auto below = [&](std::size_t n) { return random() % n; };
+    std::vector<int> codes;
+    const int suit = 1 + static_cast<int>(below(4));
+    int rank = 1 + static_cast<int>(below(13));
+    if (below(2)) {
+        for (auto n = 1 + below(13); n > 0; --n, rank = rank % 13 + 1)
+            codes.push_back(MakeCard(suit, rank).value());
+    } else {
+        for (int s = 1; s <= 4; ++s) codes.push_back(MakeCard(s, rank).value());
+        std::shuffle(codes.begin(), codes.end(), random);
+        codes.resize(1 + below(4));
+    }
+    const int other = 1 + static_cast<int>(below(kCardsInDeck));
+    if (below(2) && std::find(codes.begin(), codes.end(), other) == codes.end())
+        codes[below(codes.size())] = other;
+    std::shuffle(codes.begin(), codes.end(), random);
+    return codes;
+}
+
+TEST(MeldRules, AcceptExactlyTheSetsAndRunsOfAnIndependentJudge) {
+    std::mt19937_64 random(0x6b656c76);
+    const int trials = 4000;
+    int accepted = 0;
+    for (int trial = 0; trial < trials; ++trial) {
+        const std::vector<int> codes = RandomCandidate(random);
+        MeldList meld{};
+        for (std::size_t i = 0; i < codes.size(); ++i) meld[static_cast<int>(i)] = codes[i];
+        const Int16 n = Int16(codes.size());
+        SortMeld(meld, n);
+        const std::vector<Int16> kept(meld.begin(), meld.begin() + n.value());
+        ASSERT_TRUE(std::is_permutation(kept.begin(), kept.end(), codes.begin(), codes.end()))
+            << Names(meld, n);
+        const bool valid = ValidMeld(meld, n);
+        ASSERT_EQ(valid, IsSetOrRun(codes)) << Names(meld, n);
+        accepted += valid;
+        // Kept in the table's order: a set by suit, a run by rank from whichever end the ace
+        // closes.
+        for (Int16 i = 1; valid && i < n; ++i) {
+            const int a = meld[i - 1].value(), b = meld[i].value();
+            ASSERT_TRUE((a - 1) % 13 == (b - 1) % 13 ? a < b : (b - 1) % 13 == a % 13)
+                << Names(meld, n);
+        }
+    }
+    EXPECT_GT(accepted, trials / 4);
+    EXPECT_LT(accepted, trials * 3 / 4);
+}
+
+TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
+    struct Case {
+        const char* table;   // the meld columns in table order, separated by "|"
+        const char* upPile;  // bottom first
+        const char* hand;
+        const char* card;
+        bool meldable;
+    };
+    for (const Case& c : {
+             Case{"", "7H", "7S 7D", "7C", false},  // a card from nowhere does not count itself
+             {"9S 9D 9C", "", "2C 5D", "9H", true},
+             {"4C 5C 6C", "", "", "3C", true},
+             {"4C 5C 6C", "", "", "7D", false},
+             {"4C 5C 6C", "", "2D", "8C", false},
+             {"4C 5C 6C", "", "7C", "8C", true},
+             // A run column never helps a set, nor a set column a run.
+             {"8D 9D TD", "", "8S 8C", "8S", false},
+             {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
+             {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
+             {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
+             // A quick test, not a search: the ace closing Q K A still counts below the two.
+             {"QC KC AC", "", "2C", "3C", true},
+         }) {
+        GameState s;
+        test::AddTableMelds(s, c.table);
+        test::SetUpPile(s, c.upPile);
+        test::SetHand(s, c.hand);
+        EXPECT_EQ(CheckMeld(s, test::Card(c.card)), c.meldable)
+            << c.table << " / " << c.upPile << " / " << c.hand << " / " << c.card;
+    }
+}
+
+// On an empty table a card is meldable exactly when it makes a meld with two cards it comes with.
+TEST(CheckMeld, OnAnEmptyTableMatchesTheThreeCardMeldsAtHand) {
+    std::mt19937_64 random(0x6d656c64);
+    const int trials = 2000;
+    int meldable = 0;
+    for (int trial = 0; trial < trials; ++trial) {
+        // Five neighbouring ranks, wrapping past the king: near misses such as K A 2 come up often.
+        const int lowest = static_cast<int>(random() % kRanksPerSuit);
+        std::vector<int> deck;
+        for (int step = 0; step < 5; ++step)
+            for (int suit = kSpades; suit <= kHearts; ++suit)
+                deck.push_back(MakeCard(suit, (lowest + step) % kRanksPerSuit + 1).value());
+        std::shuffle(deck.begin(), deck.end(), random);
+        GameState s;
+        s.UpCount = static_cast<int>(random() % 6);
+        s.LocalCount = 3 + static_cast<int>(random() % 8);
+        const int up = s.UpCount.value(), total = up + s.LocalCount.value();
+        for (int i = 0; i < total; ++i) (i < up ? s.UpPile[i] : s.LocalHand[i - up]) = deck[i];
+        const int from = static_cast<int>(random() % total);
+        const Int16 card = deck[from];
+        // Held: the hand, and the up pile from the card upward when the card lies there.
+        const std::vector<int> held(deck.begin() + std::min(from, up), deck.begin() + total);
+        bool found = false;
+        for (std::size_t i = 0; i < held.size(); ++i)
+            for (std::size_t j = i + 1; j < held.size(); ++j) {
+                if (held[i] == card || held[j] == card) continue;
+                MeldList meld{};
+                std::tie(meld[0], meld[1], meld[2]) = std::tuple(card, held[i], held[j]);
+                SortMeld(meld, 3);
+                found = found || ValidMeld(meld, 3);
+            }
+        ASSERT_EQ(CheckMeld(s, card), found)
+            << GetCardName(card, false) << " / " << Names(s.UpPile, s.UpCount) << " / "
+            << Names(s.LocalHand, s.LocalCount);
+        meldable += found;
+    }
+    EXPECT_GT(meldable, trials / 4);
+    EXPECT_LT(meldable, trials * 3 / 4);
+}
+
+std::vector<int> Codes(const CardArray& cards, int from = 0, int to = kCardsInDeck) {
+    std::vector<int> codes;
+    for (int i = from; i < to; ++i) codes.push_back(cards[i].value());
+    return codes;
+}
+
+TEST(Shuffle, DrawsByTheRuleAndRejectsUsedCodes) {
+    std::vector<int> draws = {5, 5, 7, 5, 7}, expected = {5, 7};
+    for (int c = 52; c >= 1; --c) {
+        draws.push_back(c);
+        if (c != 5 && c != 7) expected.push_back(c);
+    }
+    EXPECT_EQ(Codes(ShuffleOrder(test::DrawingCodes(draws))), expected);
+}
+
+TEST(Shuffle, EverySeedGivesAReplayablePermutationAndEveryCardTopsEvenly) {
+    std::vector<int> deck(kCardsInDeck), onTop(kCardsInDeck + 1, 0);
+    std::iota(deck.begin(), deck.end(), 1);
+    for (std::uint64_t seed = 0; seed < 52 * 400; ++seed) {
+        std::vector<int> codes = Codes(ShuffleOrder(SeededRandom(seed)));
+        EXPECT_TRUE(seed % 50 != 0 || codes == Codes(ShuffleOrder(SeededRandom(seed)))) << seed;
+        ++onTop.at(static_cast<std::size_t>(codes.back()));
+        std::sort(codes.begin(), codes.end());
+        ASSERT_EQ(codes, deck) << "seed " << seed;
+    }
+    for (int c = 1; c <= 52; ++c) EXPECT_NEAR(onTop[c], 400, 120) << "card " << c;
+}
+
+TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
+    struct Case {
+        int local, remote, stack;
+        bool localFloats, remoteFloats, ended;
+    };
+    for (Case c : {Case{3, 4, 10, false, false, false},
+                   {0, 4, 10, false, false, true},
+                   {0, 4, 10, true, false, false},
+                   {3, 0, 10, false, false, true},
+                   {3, 0, 10, false, true, false},
+                   {0, 4, 0, true, false, true}}) {
+        GameState s;
+        s.LocalCount = c.local;
+        s.RemoteCount = c.remote;
+        s.StackCount = c.stack;
+        s.LocalFloating = c.localFloats;
+        s.RemoteFloating = c.remoteFloats;
+        EXPECT_EQ(RoundHasEnded(s), c.ended) << c.local << c.remote << c.stack << c.localFloats;
+    }
+}
+
+// An ace in the hand counts 15 against its holder; the melded credits count as they stand.
+TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
+    GameState s;
+    s.MeldCredit[Card("5S")] = 5;
+    s.MeldCredit[Card("KS")] = 10;
+    s.MeldCredit[Card("AD")] = 15;
+    s.MeldCredit[Card("TH")] = -10;
+    test::SetHand(s, "4C AC");
+    test::SetRemoteHand(s, "KH");
+    const RoundResult r = ScoreRound(s);
+    EXPECT_EQ(r.local, 10);
+    EXPECT_EQ(r.remote, 0);
+    AddToTotals(s, {10, -5});
+    AddToTotals(s, {10, -5});
+    EXPECT_EQ(s.LocalScore, 20);
+    EXPECT_EQ(s.RemoteScore, -10);
+    EXPECT_EQ(RoundMessage({10, 0}), "You won that round");
+    EXPECT_EQ(RoundMessage({0, 10}), "Your opponent won that round");
+    EXPECT_EQ(RoundMessage({-5, -5}), "You tied that round");
+    // The game ends at 500 with unequal totals.
+    struct Case {
+        int local, remote;
+        const char* message;  // nullptr: the game goes on
+    };
+    for (Case c : {Case{500, 500, nullptr},
+                   {499, 480, nullptr},
+                   {500, 499, "You Won the Game!"},
+                   {505, 510, "You Lost the Game!"},
+                   {-20, 500, "You Lost the Game!"}}) {
+        s.LocalScore = c.local;
+        s.RemoteScore = c.remote;
+        EXPECT_EQ(GameOverMessage(s),
+                  c.message ? std::optional<std::string>(c.message) : std::nullopt)
+            << c.local << "/" << c.remote;
+    }
+}
+
+TEST(Scoring, ScoreBoardTexts) {
+    GameState s;
+    s.GamesPlayed = 1;
+    s.MeldCredit[Card("AH")] = 5;
+    s.MeldCredit[Card("2H")] = 5;
+    s.MeldCredit[Card("QS")] = -10;
+    s.LocalScore = -35;
+    s.RemoteScore = 120;
+    ScoreBoardTexts t = ScoreBoard(s);
+    EXPECT_EQ(t.scores, "Your Melded Score: 10     Opponent's Melded Score: 10");
+    EXPECT_EQ(t.gamesPlayed, "Total Games Played: 0");
+    EXPECT_EQ(t.localScore, "Your Score: -35");
+    EXPECT_EQ(t.remoteScore, "Your Opponent's Score: 120");
+    for (auto [local, remote, text] : {std::tuple{false, false, ""},
+                                       {true, false, "You Are Floating"},
+                                       {false, true, "Your Opponent is Floating"},
+                                       {true, true, "Both Floating"}}) {
+        s.LocalFloating = local;
+        s.RemoteFloating = remote;
+        EXPECT_EQ(ScoreBoard(s).floating, text);
+    }
+}
+
+}  // namespace
+}  // namespace kelvane

@@ -1,0 +1,548 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "fakes.h"
+#include "game/invariants.h"
+#include "net/wire.h"
+#include "sim/meld_search.h"
+
+namespace kelvane {
+namespace {
+
+using test::Card;
+using test::Meld;
+
+TEST(WireMessages, FramesAndTheDealAreByteExact) {
+    const auto [run, three] = Meld("5S 6S 7S");
+    const auto [laidOff, four] = Meld("5S 6S 7S 8S");
+    const std::pair<std::string, std::string_view> cases[] = {
+        {Frame(DiscardMessage(5)), "(M:D:05)"},
+        {Frame(UpPileMessage(4)), "(M:U:04)"},
+        {Frame(StackDrawMessage(40)), "(M:N:40)"},
+        {Frame(NewMeldMessage(run, three)), "(M:M:N:05,06,07,)"},
+        {Frame(LayOffMessage(0, laidOff, four)), "(M:M:00:05,06,07,08,)"},
+        {Frame(LayOffMessage(12, run, three)), "(M:M:12:05,06,07,)"},
+    };
+    for (const auto& [sent, expected] : cases) EXPECT_EQ(sent, expected);
+    // The deal carries the stock bottom first and reads back.
+    const CardArray stock = ShuffleOrder(SeededRandom(7));
+    const std::string deal = DealMessage(stock);
+    EXPECT_EQ(Frame(deal).size(), 160u);
+    const std::vector<std::string_view> parts = SplitList(RestFrom(deal, 3));
+    ASSERT_EQ(parts.size(), 53u);
+    EXPECT_EQ(parts[52], "");
+    for (int i = 0; i < 52; ++i) EXPECT_EQ(ReadWholeNumber(parts[i]).value(), stock[i].value());
+}
+
+// The data-arrival handler: accept each arrival, then cut every complete frame out of it.
+std::vector<std::string> Receive(std::string& buffer,
+                                 const std::vector<std::string_view>& arrivals) {
+    std::vector<std::string> messages;
+    for (std::string_view bytes : arrivals) {
+        AcceptArrival(buffer, bytes);
+        while (auto frame = CutFrame(buffer))
+            if (*frame) messages.push_back(**frame);
+    }
+    return messages;
+}
+
+int Below(RandomSource& random, int n) {
+    return static_cast<int>(random() % n);
+}
+
+// A chat line of awkward characters, a meld list or a deal: short and long frames alike.
+std::string RandomMessage(RandomSource& random) {
+    std::string typed;
+    for (int n = Below(random, 12); n > 0; --n) typed += " ab(){}:,"[Below(random, 9)];
+    const CardArray cards = ShuffleOrder(random);
+    switch (Below(random, 3)) {
+        case 0:
+            return ChatMessage(typed);
+        case 1:
+            return LayOffMessage(Below(random, 20), cards, 1 + Below(random, 13));
+        default:
+            return DealMessage(cards);
+    }
+}
+
+TEST(ReceiveLoop, CutsFramesAsTheyCompleteHoweverTheStreamIsSplit) {
+    struct Case {
+        std::vector<std::string_view> arrivals;
+        std::vector<std::string> messages;
+        std::string_view left;
+    };
+    const Case cases[] = {
+        {{"(M:N:12)(M:D:40)"}, {"M:N:12", "M:D:40"}, ""},
+        {{"M:D:05)"}, {"M:D:05"}, ""},
+        {{"xy(M:D:05)"}, {"xy(M:D:05"}, ""},
+        {{"()(M:D:05)"}, {"M:D:05"}, ""},
+        {{"(M:D:05))(M:N:12)"}, {"M:D:05", "M:N:12"}, ""},
+        // The first stray character stands in for the "(" it displaced; only one frame suffers.
+        {{"(M:D:05)zz(M:N:12)(M:D:40)"}, {"M:D:05", "z(M:N:12", "M:D:40"}, ""},
+        {{"(M:D:05)M:N:12)"}, {"M:D:05", ":N:12"}, ""},
+        {{"", "(M:D:05)"}, {"M:D:05"}, ""},
+        {{"(M:D:", "", "05)(M:"}, {"M:D:05"}, "(M:"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arrivals));
+        std::string buffer;
+        EXPECT_EQ(Receive(buffer, c.arrivals), c.messages);
+        EXPECT_EQ(buffer, c.left);
+    }
+    // Randomly split streams yield exactly the messages sent.
+    RandomSource random = SeededRandom(20261123);
+    for (int session = 0; session < 300; ++session) {
+        std::string stream;
+        std::vector<std::string> sent;
+        for (int n = 1 + Below(random, 12); n > 0; --n) {
+            sent.push_back(RandomMessage(random));
+            stream += Frame(sent.back());
+        }
+        std::vector<std::string_view> arrivals;
+        for (std::size_t at = 0; at < stream.size();) {
+            const auto size = static_cast<std::size_t>(Below(random, 24));
+            arrivals.push_back(std::string_view(stream).substr(at, size));
+            at += size;
+        }
+        SCOPED_TRACE(stream);
+        std::string buffer;
+        EXPECT_EQ(Receive(buffer, arrivals), sent);
+        EXPECT_EQ(buffer, "");
+    }
+}
+
+TEST(ChatEscape, SurvivesTheWireButForTypedEscapesAndLeadingSpaces) {
+    struct Case {
+        std::string_view typed, sent, shown;
+    };
+    const Case cases[] = {
+        {"hi (again)", "C:hi {LPAREN}again{RPAREN}", "hi (again)"},
+        {"", "C:", ""},
+        {"   hello ", "C:   hello ", "hello "},
+        {"{LPAREN}", "C:{LPAREN}", "("},
+        {"{lparen})", "C:{lparen}{RPAREN}", "{lparen})"},
+    };
+    for (const Case& c : cases) {
+        const std::string sent = ChatMessage(c.typed);
+        EXPECT_EQ(sent, c.sent);
+        EXPECT_EQ(sent.find(')'), std::string::npos);
+        EXPECT_EQ(UnescapeChat(RestFrom(sent, 3)), c.shown);
+    }
+}
+
+// The duels and the receiving tests meet every kind a correct peer sends; these are the edges.
+TEST(Dispatch, ClassifiesByCaseSensitivePrefix) {
+    using enum MessageKind;
+    const std::pair<std::string_view, MessageKind> cases[] = {
+        {"M:M:n:05,", kLayOff}, {"S:01,02,", kOldVersion}, {"s:01,02,", kDeal},
+        {"c:hi", kUnknown},     {"M:D", kUnknown},         {" M:D:05", kUnknown},
+        {"", kUnknown},         {"M:X:05", kUnknown}};
+    for (const auto& [message, kind] : cases) EXPECT_EQ(Classify(message), kind) << message;
+}
+
+template <typename Reader>
+std::string Outcome(Reader read, std::string_view text) {
+    try {
+        return std::to_string(read(text).value());
+    } catch (const Failure& f) {
+        return "failure " + std::to_string(f.number());
+    }
+}
+
+// Fields stand at fixed positions; the numbers of moves are read leniently, the deal's strictly.
+TEST(WireFields, AreReadFromFixedPositionsMovesLenientlyTheDealStrictly) {
+    EXPECT_EQ(RestFrom("M:U:   04 ", 5), "04 ");
+    EXPECT_EQ(RestFrom("M:", 5), "");
+    EXPECT_THROW(RestFrom("M:U:04", 0), Failure);
+    const std::pair<std::string_view, int> columns[] = {
+        {"M:M:00:05,", 0}, {"M:M:123:05,", 12}, {"M:M: 3:05,", 3}, {"M:M:", 0}};
+    for (const auto& [message, column] : columns)
+        EXPECT_EQ(LayOffColumn(message).value(), column) << message;
+    using Parts = std::vector<std::string_view>;
+    EXPECT_EQ(SplitList("05,06,"), (Parts{"05", "06", ""}));
+    EXPECT_EQ(SplitList(""), Parts{""});
+    struct Case {
+        std::string_view text, valueOf, whole;
+    };
+    const Case cases[] = {
+        {"07", "7", "7"},
+        {"  5  ", "5", "5"},
+        {"-5", "-5", "-5"},
+        {"+5", "5", "5"},
+        {"", "0", "failure 13"},
+        {"x5", "0", "failure 13"},
+        {"12ab", "12", "failure 13"},
+        {"1 2", "1", "failure 13"},
+        {"-", "0", "failure 13"},
+        {"000000000000000000042", "42", "42"},
+        {"-32768", "-32768", "-32768"},
+        {"32768", "failure 6", "failure 6"},
+        {"99999999999999999999", "failure 6", "failure 6"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(Outcome(ValueOf, c.text), c.valueOf) << '"' << c.text << '"';
+        EXPECT_EQ(Outcome(ReadWholeNumber, c.text), c.whole) << '"' << c.text << '"';
+    }
+}
+
+// Everything a refused gesture must leave as it was, and a bot's plan of a move must foresee.
+auto Snapshot(const GameState& s) {
+    return std::tuple(s.LocalHand, s.LocalCount, s.UpPile, s.UpCount, s.StackCount, s.TableMelds,
+                      s.MeldCredit, s.MyTurn, s.HasDrawn, s.MustMeldCard, s.TakenUpCard,
+                      s.LocalFloating);
+}
+
+// A connected client in the middle of its own turn, with a hand, an up pile and a stock.
+struct Turn : test::TableUnderTest {
+    explicit Turn(const char* hand, const char* upPile = "9D", bool drawn = false) {
+        MidRound(hand, upPile);
+        s.MyTurn = true;
+        s.HasDrawn = drawn;
+    }
+    void Select(const char* cards) {
+        for (Int16 c : test::Cards(cards)) TablePeer::Select(table, Position(c).value());
+    }
+    Int16 Position(Int16 card) const {
+        for (Int16 i = 0; i < s.LocalCount; ++i)
+            if (s.LocalHand[i] == card) return i;
+        return -1;
+    }
+    // Lays the cards down, or off on the slot's column, as the bots' plan of that meld foresees.
+    void Meld(const char* cards, int slot = -1) {
+        Select(cards);
+        std::vector<Int16> move = test::Cards(cards);
+        std::sort(move.begin(), move.end());
+        GameState plan = s;
+        sim::ApplyMeld(plan, {move, slot < 0 ? sim::kNewColumn : slot / kSlotsPerColumn});
+        slot < 0 ? table.frTable_Click() : table.imgMeld_Click(slot);
+        EXPECT_TRUE(Snapshot(s) == Snapshot(plan));
+    }
+};
+
+TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
+    enum Gesture { kDraw, kTakeUp, kLayDown, kLayOff, kDiscard };
+    enum Stage { kNotMine, kToDraw, kDrawn };
+    using enum Buttons;
+    using enum Icon;
+    struct Case {
+        Gesture gesture;
+        Stage stage;
+        const char* hand;
+        const char* cards;  // selected, or for a discard the card clicked
+        const char *mustMeld, *takenUp;
+        bool warn;
+        const char* text = "";  // the box, if any: the confirmations are answered No
+        const char* title = "";
+        Buttons buttons = kOk;
+        Icon icon = kNone;
+    };
+    const Case cases[] = {
+        {kDraw, kNotMine, "2C 5D 9H", "", "", "", false},
+        {kDraw, kDrawn, "2C 5D 9H", "", "", "", false},
+        {kTakeUp, kNotMine, "2C 5D 9H", "", "", "", false},
+        {kTakeUp, kDrawn, "2C 5D 9H", "", "", "", false},
+        {kTakeUp, kToDraw, "2C 5D 9H", "", "", "", false, "You cannot meld the Six of Hearts"},
+        {kLayDown, kNotMine, "5H 6H 7H", "5H 6H 7H", "", "", false},
+        {kLayDown, kToDraw, "5H 6H 7H", "5H 6H 7H", "", "", false, "Please Draw First"},
+        {kLayDown, kDrawn, "5H 6H 8H 9S QC", "5H 6H", "QC", "", false,
+         "Select at least 3 cards first", "Error"},
+        {kLayDown, kDrawn, "5H 6H 8H 9S QC", "5H 6H 8H", "QC", "", false,
+         "Please meld the Queen of Clubs first", "Error"},
+        {kLayDown, kDrawn, "5H 6H 8H 9S QC", "5H 6H 9S QC", "", "", false, "Not a Valid Meld",
+         "Error"},
+        {kLayOff, kDrawn, "4S 9S", "", "", "", false, "Select at least 1 card first", "Error"},
+        {kLayOff, kDrawn, "4S 9S", "4S", "9S", "", false, "Please meld the Nine of Spades first",
+         "Error"},
+        {kLayOff, kDrawn, "4S 9S", "9S", "", "", false, "Not a Valid Meld", "Error"},
+        {kDiscard, kNotMine, "2C 5D 9H", "5D", "", "", false},
+        {kDiscard, kToDraw, "2C 5D 9H", "5D", "", "", false, "Please Draw First"},
+        {kDiscard, kDrawn, "2C 5D 9H", "5D", "9H", "5D", false, "You must meld the Nine of Hearts"},
+        {kDiscard, kDrawn, "2C 5D 9H", "5D", "", "5D", false,
+         "You may not discard the Five of Diamonds"},
+        {kDiscard, kDrawn, "5D", "5D", "", "", false,
+         "You may not discard the Five of Diamonds. It is meldable."},
+        {kDiscard, kDrawn, "2C 5D 9H", "5D", "", "", true,
+         "The Five of Diamonds is meldable. Are you sure?", "Confirm Discard", kYesNo,
+         kExclamation},
+        {kDiscard, kDrawn, "2C 5D 9H", "5D", "", "", false, "Discard the Five of Diamonds?",
+         "Confirm Discard", kYesNo},
+        {kDiscard, kDrawn, "2C 5D 9H", "9H", "", "", true, "Discard the Nine of Hearts?",
+         "Confirm Discard", kYesNo},
+    };
+    const std::function<void(Turn&, const Case&)> gestures[] = {
+        [](Turn& t, const Case&) { t.table.imgStack_Click(); },
+        [](Turn& t, const Case& c) { t.table.imgUpPile_Click(c.stage == kToDraw ? 2 : 4); },
+        [](Turn& t, const Case&) { t.table.frTable_Click(); },
+        [](Turn& t, const Case&) { t.table.imgMeld_Click(3); },
+        [](Turn& t, const Case& c) {
+            t.table.imgLocal_MouseDown(t.Position(Card(c.cards)), kMouseRight);
+        },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.gesture << " " << c.stage << " " << c.hand);
+        // 6H in the up pile melds with nothing; the fives on the table make 5D meldable.
+        Turn t(c.hand, "3D 4D 6H 8C JS", c.stage == kDrawn);
+        t.s.MyTurn = c.stage != kNotMine;
+        test::AddTableMelds(t.s, "5H 5S 5C");
+        if (*c.mustMeld) t.s.MustMeldCard = Card(c.mustMeld);
+        if (*c.takenUp) t.s.TakenUpCard = Card(c.takenUp);
+        if (c.warn) t.table.mnuWarnMeld_Click();
+        if (c.gesture != kDiscard) t.Select(c.cards);
+        t.prompts.answers = {Answer::kNo};
+        const auto before = Snapshot(t.s);
+        gestures[c.gesture](t, c);
+        std::vector<test::ScriptedPrompts::Box> boxes;
+        if (*c.text) boxes.push_back({c.text, c.buttons, c.icon, c.title});
+        EXPECT_EQ(t.prompts.boxes, boxes);
+        EXPECT_TRUE(Snapshot(t.s) == before);
+        EXPECT_TRUE(t.socket.sent.empty());
+        for (Int16 card : test::Cards(c.gesture == kDiscard ? "" : c.cards))
+            EXPECT_TRUE(t.table.IsSelected(t.Position(card))) << "the selection stays";
+    }
+}
+
+// What the player sees and sends on his turn; the duels hold both programs' states together.
+TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
+    Turn t("2C 9H");
+    t.table.imgStack_Click();
+    EXPECT_EQ(t.screen.log, (std::vector<std::string>{"ShowCardsLeft", "ShowStack 4",
+                                                      "ShowStack 62", "RefreshHands L"}));
+    t.table.imgLocal_MouseDown(2, kMouseLeft);
+    EXPECT_TRUE(t.table.IsSelected(2));
+    t.table.imgLocal_MouseDown(2, kMouseRight);
+    EXPECT_FALSE(t.table.IsSelected(2));
+    EXPECT_EQ(t.socket.sent, (std::vector<std::string>{"(M:N:04)", "(M:D:48)"}));
+    EXPECT_EQ(test::Names(t.s.UpPile, t.s.UpCount), "9D 9H");
+    EXPECT_EQ(t.prompts.pauses, std::vector<int>{1000});
+    Turn last("2C");
+    last.s.StackCount = 1;
+    last.table.imgStack_Click();
+    EXPECT_EQ(last.screen.log[3], "ShowStack 56") << "after the pause the stack shows it is empty";
+    last.s.HasDrawn = false;
+    last.table.imgStack_Click();
+    EXPECT_FALSE(last.s.HasDrawn) << "an empty stack draws nothing";
+    for (const int index : {4, 2}) {  // the top card alone, or from 7C up to meld 7C
+        Turn take("7H 7S", "3D 4D 7C 8C JS");
+        take.s.TakenUpCard = Card("2S");
+        GameState plan = take.s;
+        sim::TakeUpCards(plan, index);
+        take.table.imgUpPile_Click(index);
+        EXPECT_TRUE(Snapshot(take.s) == Snapshot(plan));
+        EXPECT_EQ(take.socket.sent, std::vector{"(M:U:0" + std::to_string(index) + ")"});
+        EXPECT_EQ(take.screen.log.front(), "MarkUpPileSlot " + std::to_string(index) + " on");
+        EXPECT_EQ(take.prompts.pauses, std::vector<int>{1000});
+    }
+
+    Turn out("9H", "5C", true);
+    test::SetRemoteHand(out.s, "KD");
+    out.table.imgLocal_MouseDown(0, kMouseRight);
+    EXPECT_EQ(out.s.RemoteScore, -10);
+    EXPECT_EQ(out.screen.log.back(), "ShowResult You won that round");
+    EXPECT_EQ(out.socket.sent.size(), 1u) << "the client never deals";
+}
+
+// Only the cards new to the table are credited: an ace low counts 5, an ace above the king 15.
+TEST(Meld, LayingDownAndOffSortsCreditsAndTellsTheOpponent) {
+    Turn t("AH 2H 3H 4S 8S AD", "9D", true);
+    test::AddTableMelds(t.s, "JD QD KD | 5S 6S 7S");
+    for (const char* c : {"5S", "6S", "7S"}) t.s.MeldCredit[Card(c)] = -5;
+    for (const char* c : {"JD", "QD", "KD"}) t.s.MeldCredit[Card(c)] = 10;
+    t.s.MustMeldCard = Card("2H");
+    t.Meld("3H AH 2H");
+    EXPECT_EQ(t.screen.scoreBoard.scores, "Your Melded Score: 45     Opponent's Melded Score: 15");
+    t.Meld("4S 8S", 1 * 13 + 7);
+    t.Meld("AD", 0);
+    EXPECT_EQ(t.socket.sent,
+              (std::vector<std::string>{"(M:M:N:40,41,42,)", "(M:M:01:04,05,06,07,08,)",
+                                        "(M:M:00:24,25,26,14,)"}));
+    const std::pair<const char*, int> credits[] = {
+        {"AH", 5}, {"3H", 5}, {"5S", -5}, {"8S", 5}, {"AD", 15}};
+    for (const auto& [card, credit] : credits)
+        EXPECT_EQ(t.s.MeldCredit[Card(card)], credit) << card;
+    EXPECT_TRUE(t.s.LocalFloating) << "melding the whole hand floats";
+}
+
+// A connected client during the opponent's turn.
+struct Opponent : test::TableUnderTest {
+    explicit Opponent(const char* theirHand = "2C 5D 9H AS",
+                      const char* upPile = "3D 4D 7C 8C JS") {
+        MidRound("6S", upPile);
+        test::SetRemoteHand(s, theirHand);
+    }
+    void Arrive(const std::string& bytes) {
+        socket.waiting[0] += bytes;
+        table.tcpTalker_DataArrival(0);
+    }
+    std::string Theirs() const { return test::Names(s.RemoteHand, s.RemoteCount.value()); }
+};
+
+// What the player sees of the opponent's moves; the duels hold both programs' states together.
+TEST(OpponentMoves, TakesMeldsAndDrawsShowWhatHeTookAndScored) {
+    Opponent o("AH 2H 3H 4H 9S");
+    o.Arrive("(M:U:02)");
+    EXPECT_EQ(o.Theirs(), "AH 2H 3H 4H 9S JS 8C 7C");
+    EXPECT_EQ(test::Names(o.s.KnownCards, o.s.KnownCount.value()), "JS 8C 7C");
+    EXPECT_EQ(o.prompts.pauses, std::vector<int>{1000});
+    const std::vector<std::string> marks(o.screen.log.begin(), o.screen.log.begin() + 3);
+    EXPECT_EQ(marks, (std::vector<std::string>{"MarkUpPileSlot 2 on", "MarkUpPileSlot 3 on",
+                                               "MarkUpPileSlot 4 on"}));
+    o.Arrive("(M:M:N:40,41,42,)");
+    o.Arrive("(M:M:00:40,41,42,43,)");
+    EXPECT_EQ(o.screen.scoreBoard.scores, "Your Melded Score: 0     Opponent's Melded Score: 20");
+    Opponent draw;
+    draw.Arrive("(M:N:99)");
+    EXPECT_EQ(draw.Theirs(), "2C 5D 9H AS 4S") << "the top of our own stock, whatever the code";
+}
+
+// A deal with a bad element is reported and still runs to its end; the old version's is refused.
+TEST(OpponentMoves, BadInputIsIgnoredOrReportedNeverTrusted) {
+    // No report: ignored without a word.
+    const std::pair<const char*, const char*> cases[] = {
+        {"(X:whatever)", ""},
+        {"(M:Q:01)", ""},
+        {"(M:D:33)", ""},
+        {"(M:U:77)", ""},
+        {"(S:01,02,)", ""},
+        {"(M:U:-3)", "9: Subscript"},
+        {"(M:M:09:05,06,07,)", "9: Subscript"},
+        {"(M:M:N:99,98,97,)", "9: Subscript"},
+        {"(M:M:N:05,06,07)", "9: Subscript"},
+        {"(M:D:99999)", "6: Overflow"},
+        {"(s:01,02,xx,)", "13: Type mismatch"},
+        {"(s:01,02,)", "13: Type mismatch"},
+    };
+    for (const auto& [bytes, report] : cases) {
+        Opponent o;
+        o.Arrive(bytes);
+        EXPECT_TRUE(*report || o.s.StackCount == 10) << bytes;
+        EXPECT_EQ(o.errors.shown.size(), *report ? 1u : 0u) << bytes;
+        EXPECT_EQ(o.errors.clipboard, o.errors.shown);
+        const std::string says =
+            "An error has occurred in Data_Process:\r\n\r\n" + std::string(report);
+        for (const auto& shown : o.errors.shown) EXPECT_TRUE(shown.starts_with(says)) << shown;
+        EXPECT_TRUE(bytes[1] != 's' || o.screen.log.back() == "RefreshScoreBoard") << bytes;
+    }
+    Opponent old;
+    old.Arrive("(S:01,02,)");
+    EXPECT_EQ(old.prompts.boxes,
+              (std::vector<test::ScriptedPrompts::Box>{
+                  {"Server's version is too old", Buttons::kOk, Icon::kNone, ""}}));
+}
+
+// Data that arrives while a box is up must wait until the whole message, box included, is done.
+TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
+    test::TableUnderTest t;
+    t.socket.states[0] = kSocketConnected;
+    int countDuringBox = -1;
+    t.prompts.duringBox = [&] {
+        t.socket.waiting[0] += "(C:second)";
+        t.table.tcpTalker_DataArrival(0);
+        countDuringBox = t.screen.chatLines;
+    };
+    t.socket.waiting[0] = "(S:)(C:third)";
+    t.table.tcpTalker_DataArrival(0);
+    EXPECT_EQ(countDuringBox, 0);
+    EXPECT_EQ(t.table.transcript().text(), "OPPONENT: third\r\nOPPONENT: second");
+}
+
+// The deal goes out on the first request; a second one is turned away while the game goes on.
+TEST(Session, ServerDealsOnTheFirstRequestOnly) {
+    test::TableUnderTest t;
+    t.table.mnuServer_Click();
+    EXPECT_EQ(t.screen.log.front(),
+              "SetStatus Waiting for client to connect... (local IP: 192.0.2.7)");
+    t.table.tcpTalker_ConnectionRequest(0, 42);
+    EXPECT_EQ(t.table.state().Role, kRoleServer);
+    EXPECT_EQ(CheckInvariants(t.table.state()), "");
+    const GameState dealt = t.table.state();
+    t.table.tcpTalker_ConnectionRequest(0, 43);
+    EXPECT_EQ(t.socket.calls.back(), "Refuse 0");
+    EXPECT_TRUE(t.errors.shown.empty());
+    EXPECT_EQ(t.socket.sent.size(), 1u);
+    EXPECT_TRUE(t.table.state().Stack == dealt.Stack);
+}
+
+// A host that cannot be reached is told in a box and the socket closed again; no host, no attempt.
+TEST(Session, ConnectingAsTheClient) {
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"", kSocketConnecting, "Not Connected"},    {"127.0.0.1", kSocketConnecting, "Client"},
+        {"127.0.0.1", kSocketConnected, "Client"},   {"nowhere", kSocketError, "Not Connected"},
+        {"nowhere", kSocketClosed, "Not Connected"},
+    };
+    for (const auto& [answer, stateAfterConnect, role] : cases) {
+        test::TableUnderTest t;
+        t.prompts.inputAnswer = answer;
+        t.socket.stateAfterConnect = stateAfterConnect;
+        t.table.mnuClient_Click();
+        EXPECT_EQ(t.table.state().Role, role) << answer << stateAfterConnect;
+        const bool unable = std::string_view(answer) == "nowhere";
+        std::string boxes;
+        for (const auto& box : t.prompts.boxes) boxes += box.text;
+        EXPECT_EQ(boxes, unable ? "Unable to Connect." : "");
+        EXPECT_TRUE(!unable || t.socket.calls.back() == "Close 0");
+    }
+}
+
+// Still listening, losing the opponent ends the game without a word (the two windows see the rest).
+TEST(Session, LosingTheOpponentEndsTheGame) {
+    Opponent o;
+    o.table.tcpTalker_Close(0);
+    EXPECT_TRUE(o.table.ended());
+    test::TableUnderTest listening;
+    listening.table.mnuServer_Click();
+    listening.table.cmdSend_Click("hello?");
+    EXPECT_EQ(listening.prompts.boxes.size(), 1u);
+    EXPECT_TRUE(listening.table.ended());
+    EXPECT_TRUE(listening.socket.sent.empty());
+}
+
+// The hidden phrase turns the opponent's known cards up and never leaves the table.
+TEST(Chat, EscapedOnTheWireShownAsTyped) {
+    Opponent o;
+    for (const char* line : {"a (b) c", "", "peekatthehands", " peekatthehands"})
+        o.table.cmdSend_Click(line);
+    EXPECT_EQ(o.socket.sent, (std::vector<std::string>{"(C:a {LPAREN}b{RPAREN} c)", "(C:)",
+                                                       "(C: peekatthehands)"}));
+    EXPECT_TRUE(o.s.RevealOpponent);
+    o.Arrive("(C:   x {LPAREN}y{RPAREN})");
+    EXPECT_EQ(o.table.transcript().text(),
+              "YOU: a (b) c\r\nYOU: \r\nYOU:  peekatthehands\r\nOPPONENT: x (y)");
+}
+
+TEST(Transcript, SpeakerNamesAreColouredUpToTheFirstSpaceOneLineAtATime) {
+    Transcript t;
+    t.AddLine("YOU: x");
+    t.AddLine("OPPONENT: hi there");
+    t.AddLine("plain");
+    EXPECT_EQ(t.text(), "YOU: x\r\nOPPONENT: hi there\r\nplain");
+    const std::vector<ColourRun> expected = {
+        {0, 4, kBlue, true},    {4, 2, kBlack, false},  {8, 9, kRed, true},
+        {17, 9, kBlack, false}, {28, 5, kBlack, false},
+    };
+    EXPECT_EQ(t.runs(), expected);
+    EXPECT_EQ(t.lastLineStart(), 28u);
+    EXPECT_EQ(t.lastLineFirstRun(), 4u);
+    // Colouring only the new line must give what one pass over the whole text gives, whatever the
+    // opponent sends (line breaks, odd spacing), also past 16-bit positions.
+    std::mt19937 random(5);
+    const std::string alphabet = "YOUPN: x\r\n";
+    for (int line = 1; t.text().size() < 40000; ++line) {
+        std::string text;
+        for (int i = random() % 12; i > 0; --i) text += alphabet[random() % alphabet.size()];
+        t.AddLine((random() % 2 ? "" : random() % 2 ? "YOU: " : "OPPONENT: ") + text);
+        std::vector<ColourRun> whole;
+        if (line % 500 == 0) ColorizeRTB(t.text(), 0, whole);
+        ASSERT_TRUE(whole.empty() || t.runs() == whole) << "after line " << line;
+    }
+    t.AddLine("YOU: last");
+    EXPECT_EQ(t.runs()[t.runs().size() - 2], (ColourRun{t.text().size() - 9, 4, kBlue, true}));
+}
+
+}  // namespace
+}  // namespace kelvane
