@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -34,6 +35,9 @@ class LinkedSockets {
     const std::string& InFlight(Side from) const { return Of(from).inFlight; }
     // Every byte `from` has ever sent.
     std::size_t SentBytes(Side from) const { return Of(from).sent; }
+    // A 64-bit FNV-1a digest of every byte `from` has ever sent: two runs that send the same
+    // bytes in the same order have the same digest.
+    std::uint64_t SentDigest(Side from) const { return Of(from).digest; }
     // Hands the first `count` in-flight bytes from `from` to the other side, whose Read returns
     // them; the caller then raises that side's data arrival on its ConnectionIndex.
     void Deliver(Side from, std::size_t count);
@@ -49,6 +53,7 @@ class LinkedSockets {
         std::string inFlight;
         std::string received;
         std::size_t sent = 0;
+        std::uint64_t digest = 0xcbf29ce484222325ULL;
         bool closeEvent = false;
     };
 

@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "bot/bot_policy.h"
+#include "sim/duel.h"
+#include "sim/random_policy.h"
+
+namespace kelvane {
+namespace {
+
+// Whole seeded games between the players we ship and test with. The bytes each side sends are
+// the protocol as another program reads it, so a change to how a move is judged, applied or
+// chosen that alters one byte of them shows here.
+struct Recorded {
+    const char* server;  // "random" or "bot"
+    const char* client;
+    std::uint64_t seed;
+    int rounds;
+    std::size_t serverBytes, clientBytes;
+    std::uint64_t serverDigest, clientDigest;
+};
+
+std::unique_ptr<Policy> Player(const std::string& kind, std::uint64_t seed) {
+    if (kind == "bot") return std::make_unique<bot::BotPolicy>();
+    return std::make_unique<sim::RandomPolicy>(seed);
+}
+
+TEST(Traffic, SeededGamesSendTheRecordedBytes) {
+    // Recorded from the engine before its moves were gathered into one place.
+    const Recorded recorded[] = {
+        {"random", "random", 1, 100, 15249, 11495, 0x20360003ab0c3965ULL, 0x910b4269ef62696eULL},
+        {"random", "random", 2, 100, 63722, 47982, 0x45d7763a9668171eULL, 0xf93c5147143d446fULL},
+        {"random", "random", 3, 100, 6418, 4864, 0x79b0cdbd700d576fULL, 0xf73a26774a479636ULL},
+        {"random", "random", 4, 100, 67406, 50467, 0xaa19265db7c318d4ULL, 0xf645d143db68dadeULL},
+        {"random", "random", 5, 100, 6088, 4941, 0x8c7ee4cebf1334b0ULL, 0xd66b63f70ddaf25dULL},
+        {"random", "random", 6, 100, 22385, 17525, 0x337f2fb70fcfd204ULL, 0x68ce824c446a7c69ULL},
+        {"bot", "random", 7, 100, 47605, 28515, 0x3d9f186a56db7d05ULL, 0x460a91b8275bc472ULL},
+        {"bot", "random", 8, 100, 49588, 29968, 0xd3ef378d349a52f6ULL, 0xe75b9017749d6c99ULL},
+        {"random", "bot", 9, 100, 44673, 31348, 0x6b410fef91b57858ULL, 0x2de08d94ac532a7bULL},
+        {"random", "bot", 10, 100, 46241, 32341, 0x135baa5adeacb2aULL, 0xd753738ae9e2db52ULL},
+        {"bot", "bot", 11, 100, 38430, 22690, 0xa8bca288b0f9c421ULL, 0xfda3dbc8247d8657ULL},
+        {"bot", "bot", 12, 100, 39085, 22527, 0x19adae01d666eaa9ULL, 0x3a304bbf227b987aULL},
+    };
+    for (const Recorded& r : recorded) {
+        auto server = Player(r.server, r.seed * 31);
+        auto client = Player(r.client, r.seed * 37);
+        sim::Duel duel(r.seed, *server, *client);
+        const sim::DuelResult result = duel.Play(r.rounds);
+        ASSERT_EQ(result.failure, "");
+        const auto& link = duel.link();
+        const std::string which =
+            std::string(r.server) + " vs " + r.client + ", seed " + std::to_string(r.seed);
+        EXPECT_EQ(link.SentBytes(sim::Side::kServer), r.serverBytes) << which;
+        EXPECT_EQ(link.SentBytes(sim::Side::kClient), r.clientBytes) << which;
+        EXPECT_EQ(link.SentDigest(sim::Side::kServer), r.serverDigest) << which;
+        EXPECT_EQ(link.SentDigest(sim::Side::kClient), r.clientDigest) << which;
+    }
+}
+
+}  // namespace
+}  // namespace kelvane
