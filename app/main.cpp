@@ -1,7 +1,7 @@
 #include <QApplication>
 #include <QIcon>
 
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 #include "ui/deck.h"
 #include "ui/first_paint_probe.h"
 #include "ui/form1.h"

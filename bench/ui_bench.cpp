@@ -17,14 +17,14 @@
 #include <string>
 #include <vector>
 
+#include "engine/table.h"
 #include "game/invariants.h"
-#include "net/qt/qt_socket.h"
-#include "net/wire.h"
-#include "play/table.h"
-#include "sim/headless_ports.h"
+#include "headless/headless_ports.h"
+#include "qtnet/qt_socket.h"
 #include "sim/random_policy.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
+#include "wire/wire.h"
 
 // The window's side of a move from the other program: the bytes arrive on a real loopback
 // connection, the event loop reads them, the engine applies the move and the window paints what
@@ -231,9 +231,9 @@ class Session {
     CountingSocket windowSocket_;
     CountingSocket peerSocket_;
     BenchWindow window_;
-    sim::HeadlessScreen peerScreen_;
-    sim::HeadlessPrompts peerPrompts_;
-    sim::HeadlessErrors peerErrors_;
+    HeadlessScreen peerScreen_;
+    HeadlessPrompts peerPrompts_;
+    HeadlessErrors peerErrors_;
     Table peer_;
     sim::RandomPolicy windowPlayer_;
     sim::RandomPolicy peerPlayer_;

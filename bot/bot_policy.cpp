@@ -5,15 +5,12 @@
 #include <cstdint>
 #include <limits>
 
+#include "engine/table.h"
 #include "game/meld_rules.h"
 #include "game/meldability.h"
 #include "game/scoring.h"
-#include "play/table.h"
 
 namespace kelvane::bot {
-
-using sim::kNewColumn;
-using sim::MeldMove;
 
 namespace {
 
@@ -204,7 +201,7 @@ int MeldPoints(const GameState& seen, const MeldMove& move) {
 class Planner {
   public:
     explicit Planner(const GameState& seen) : seen_(seen), outlook_(seen) {
-        for (MeldMove& move : sim::AllMelds(seen)) {
+        for (MeldMove& move : AllMelds(seen)) {
             Candidate c;
             for (Int16 card : move.cards) c.cards.set(static_cast<std::size_t>(card.value()));
             c.points = MeldPoints(seen, move);
@@ -285,7 +282,7 @@ class Planner {
         const Int16 must = seen_.MustMeldCard;
         std::stable_partition(melds.begin(), melds.end(),
                               [&](const MeldMove& m) { return must != 0 && m.Contains(must); });
-        for (const MeldMove& m : melds) sim::ApplyMeld(after, m);
+        for (const MeldMove& m : melds) ApplyMeld(after, m);
         return after;
     }
 
@@ -348,7 +345,7 @@ std::optional<Draw> ChooseDraw(const GameState& seen) {
         // The engine's quick test guards a card below the top; the plan proves it melds.
         if (p != top && !CheckMeld(seen, seen.UpPile[p])) continue;
         GameState after = seen;
-        sim::TakeUpCards(after, p);
+        TakeUpCards(after, p);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         if (plan && plan->value > bestValue) {
             best = Draw{false, p};
@@ -359,7 +356,7 @@ std::optional<Draw> ChooseDraw(const GameState& seen) {
 }
 
 void BotPolicy::Act(Table& table) {
-    const GameState seen = sim::SeatView(table.state());
+    const GameState seen = SeatView(table.state());
     if (!seen.MyTurn) {
         meld_.reset();
         return;

@@ -4,15 +4,15 @@
 #include <vector>
 
 #include "game/game_state.h"
-#include "sim/meld_search.h"
-#include "sim/policy.h"
+#include "game/meld_search.h"
+#include "headless/policy.h"
 
 namespace kelvane::bot {
 
 // The rest of a turn once the bot has drawn: the melds to lay, the must-meld card's first, then
 // the card to discard, or none when the melds empty the hand and the bot floats.
 struct TurnPlan {
-    std::vector<sim::MeldMove> melds;
+    std::vector<MeldMove> melds;
     Int16 discard = 0;
     // Points melded now plus what the hand left behind is judged worth; comparable between
     // the plans of different draws.
@@ -43,7 +43,7 @@ class BotPolicy : public Policy {
 
   private:
     // The meld being selected, press by press, before the click that lays it.
-    std::optional<sim::MeldMove> meld_;
+    std::optional<MeldMove> meld_;
 };
 
 }  // namespace kelvane::bot

@@ -12,11 +12,11 @@
 
 #include "bot/bot_policy.h"
 #include "bot/options.h"
+#include "engine/table.h"
+#include "game/meld_search.h"
 #include "game/stock.h"
-#include "net/qt/qt_socket.h"
-#include "play/table.h"
-#include "sim/headless_ports.h"
-#include "sim/meld_search.h"
+#include "headless/headless_ports.h"
+#include "qtnet/qt_socket.h"
 
 namespace kelvane::bot {
 namespace {
@@ -74,7 +74,7 @@ class CountingSocket : public Socket {
 };
 
 // The window's views reduced to what the bot tells: results and the opponent's chat.
-class BotScreen : public sim::HeadlessScreen {
+class BotScreen : public HeadlessScreen {
   public:
     std::function<void(const std::string&)> onResult;
     std::function<void(const std::string&)> onChatLine;
@@ -182,7 +182,7 @@ class Session {
     void ShowResult(const std::string& text) {
         const GameState& s = table_.state();
         if (text.ends_with(" that round")) {
-            const sim::HeadlessScreen::RoundEnd& round = screen_.rounds().back();
+            const HeadlessScreen::RoundEnd& round = screen_.rounds().back();
             ++roundsFinished_;
             std::cout << RoundLine(roundsFinished_, round.localPoints, round.remotePoints,
                                    s.LocalScore.value(), s.RemoteScore.value())
@@ -200,7 +200,7 @@ class Session {
         for (const std::string& report : errors_.reports) Say("engine failure: " + report);
         errors_.reports.clear();
         bool connectFailed = false;
-        for (const sim::HeadlessPrompts::Box& box : prompts_.boxes()) {
+        for (const HeadlessPrompts::Box& box : prompts_.boxes()) {
             if (box.title == "Confirm Discard" || box.text == kOpponentGone) continue;
             if (box.text == kUnableToConnect)
                 connectFailed = true;
@@ -239,7 +239,7 @@ class Session {
     void TellStuck() {
         if (stuckTold_) return;
         stuckTold_ = true;
-        const std::string why = sim::WhyTurnCannotEnd(sim::SeatView(table_.state()));
+        const std::string why = WhyTurnCannotEnd(SeatView(table_.state()));
         Say("the rules leave me no move" + (why.empty() ? "" : " (" + why + ")") +
             "; waiting for the opponent to quit");
         table_.cmdSend_Click(kStuckChat);
@@ -250,7 +250,7 @@ class Session {
     QtSocket socket_;
     CountingSocket counted_;
     BotScreen screen_;
-    sim::HeadlessPrompts prompts_;
+    HeadlessPrompts prompts_;
     BotErrors errors_;
     Table table_;
     BotPolicy policy_;

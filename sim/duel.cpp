@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "game/invariants.h"
-#include "sim/meld_search.h"
+#include "game/meld_search.h"
 
 namespace kelvane::sim {
 

@@ -6,10 +6,10 @@
 #include <random>
 #include <string>
 
-#include "play/table.h"
-#include "sim/headless_ports.h"
+#include "engine/table.h"
+#include "headless/headless_ports.h"
+#include "headless/policy.h"
 #include "sim/linked_sockets.h"
-#include "sim/policy.h"
 
 namespace kelvane::sim {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "play/ports.h"
+#include "engine/ports.h"
 
 namespace kelvane::sim {
 

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "engine/table.h"
 #include "game/meldability.h"
-#include "play/table.h"
 
 namespace kelvane::sim {
 

@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "sim/meld_search.h"
-#include "sim/policy.h"
+#include "game/meld_search.h"
+#include "headless/policy.h"
 
 namespace kelvane::sim {
 

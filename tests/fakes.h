@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "engine/steps.h"
+#include "engine/table.h"
 #include "game/card_text.h"
-#include "game/steps.h"
-#include "play/table.h"
 
 namespace kelvane::test {
 

@@ -16,7 +16,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
 #include "ui/deck.h"

@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "game/report_error.h"
-#include "play/ports.h"
-#include "play/table.h"
+#include "engine/ports.h"
+#include "engine/report_error.h"
+#include "engine/table.h"
 #include "ui/results_dialog.h"
 
 class QAction;

@@ -6,7 +6,7 @@
 #include <QPushButton>
 #include <QTextEdit>
 
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
 #include "ui/form1.h"

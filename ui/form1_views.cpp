@@ -6,9 +6,9 @@
 #include <QTextCursor>
 #include <QTextEdit>
 
+#include "engine/transcript.h"
 #include "game/scoring.h"
 #include "game/stock.h"
-#include "play/transcript.h"
 #include "ui/card_image.h"
 #include "ui/card_layout.h"
 #include "ui/codepage.h"

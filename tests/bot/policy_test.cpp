@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "bot/bot_policy.h"
-#include "play/table.h"
+#include "engine/table.h"
 #include "sim/duel.h"
 
 namespace kelvane::bot {
@@ -59,7 +59,7 @@ std::string Decision(const GameState& s) {
     const std::optional<TurnPlan> plan = PlanTurn(s);
     if (!plan) return "stuck";
     std::string text;
-    for (const sim::MeldMove& m : plan->melds) {
+    for (const MeldMove& m : plan->melds) {
         for (Int16 card : m.cards) text += std::to_string(card.value()) + " ";
         text += "on " + std::to_string(m.column) + "; ";
     }
@@ -81,12 +81,12 @@ TEST(BotPolicy, DecidesFromItsSeatAloneAndDigsIntoThePileOnlyToMeld) {
     for (const GameState& s : states) {
         for (int deal = 0; deal < 3; ++deal)
             ASSERT_EQ(Decision(s), Decision(Rescrambled(s, random)));
-        const GameState seen = sim::SeatView(s);
+        const GameState seen = SeatView(s);
         const std::optional<Draw> d = seen.HasDrawn ? std::nullopt : ChooseDraw(seen);
         if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;
         ++deepTakes;
         GameState after = seen;
-        sim::TakeUpCards(after, d->position);
+        TakeUpCards(after, d->position);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         ASSERT_TRUE(plan);
         EXPECT_TRUE(

@@ -8,8 +8,8 @@
 
 #include "game/card_text.h"
 #include "game/meld_rules.h"
+#include "game/meld_search.h"
 #include "sim/duel.h"
-#include "sim/meld_search.h"
 #include "sim/random_policy.h"
 
 namespace kelvane::sim {

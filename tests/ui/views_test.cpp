@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "fakes.h"
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
 #include "ui/card_layout.h"
 #include "ui/deck.h"

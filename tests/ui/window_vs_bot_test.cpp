@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 #include "sim/random_policy.h"
 #include "ui/deck.h"
 #include "ui/form1.h"

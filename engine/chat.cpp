@@ -1,5 +1,5 @@
-#include "net/wire.h"
-#include "play/table.h"
+#include "engine/table.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 

@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "engine/ports.h"
+#include "engine/report_error.h"
+#include "engine/steps.h"
+#include "engine/transcript.h"
 #include "game/game_state.h"
 #include "game/meld_rules.h"
-#include "game/report_error.h"
-#include "game/steps.h"
 #include "game/stock.h"
-#include "play/ports.h"
-#include "play/transcript.h"
 
 namespace kelvane {
 

@@ -5,7 +5,7 @@
 
 #include "game/game_state.h"
 
-namespace kelvane::sim {
+namespace kelvane {
 
 // What the player at one seat sees: his hand, the up pile, the melds, the counts, the cards the
 // opponent took face up, the turn and the scores. The stock's order and the opponent's hand are
@@ -57,4 +57,4 @@ bool TurnCanEndAfter(const GameState& seen, const MeldMove& move);
 // otherwise what the rules leave him stuck on.
 std::string WhyTurnCannotEnd(const GameState& seen);
 
-}  // namespace kelvane::sim
+}  // namespace kelvane

@@ -1,4 +1,4 @@
-#include "sim/meld_search.h"
+#include "game/meld_search.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include "game/scoring.h"
 #include "game/stock.h"
 
-namespace kelvane::sim {
+namespace kelvane {
 
 namespace {
 
@@ -316,4 +316,4 @@ std::string WhyTurnCannotEnd(const GameState& seen) {
     return "no discard or meld can end the turn";
 }
 
-}  // namespace kelvane::sim
+}  // namespace kelvane

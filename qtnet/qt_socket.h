@@ -9,7 +9,7 @@
 #include <map>
 #include <string>
 
-#include "play/ports.h"
+#include "engine/ports.h"
 
 class QTcpServer;
 class QTcpSocket;

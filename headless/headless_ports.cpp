@@ -1,10 +1,10 @@
-#include "sim/headless_ports.h"
+#include "headless/headless_ports.h"
 
 #include <charconv>
 
-#include "game/steps.h"
+#include "engine/steps.h"
 
-namespace kelvane::sim {
+namespace kelvane {
 
 namespace {
 
@@ -74,4 +74,4 @@ void HeadlessErrors::EndProgram() {
     throw ProgramEnded{};
 }
 
-}  // namespace kelvane::sim
+}  // namespace kelvane

@@ -1,6 +1,6 @@
+#include "engine/table.h"
 #include "game/scoring.h"
-#include "net/wire.h"
-#include "play/table.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 

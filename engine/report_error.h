@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "failure.h"
+#include "game/failure.h"
 
 namespace kelvane {
 

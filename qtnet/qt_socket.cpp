@@ -1,4 +1,4 @@
-#include "net/qt/qt_socket.h"
+#include "qtnet/qt_socket.h"
 
 #include <QHostAddress>
 #include <QNetworkInterface>

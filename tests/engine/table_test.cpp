@@ -9,8 +9,8 @@
 
 #include "fakes.h"
 #include "game/invariants.h"
-#include "net/wire.h"
-#include "sim/meld_search.h"
+#include "game/meld_search.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 namespace {
@@ -219,7 +219,7 @@ struct Turn : test::TableUnderTest {
         std::vector<Int16> move = test::Cards(cards);
         std::sort(move.begin(), move.end());
         GameState plan = s;
-        sim::ApplyMeld(plan, {move, slot < 0 ? sim::kNewColumn : slot / kSlotsPerColumn});
+        ApplyMeld(plan, {move, slot < 0 ? kNewColumn : slot / kSlotsPerColumn});
         slot < 0 ? table.frTable_Click() : table.imgMeld_Click(slot);
         EXPECT_TRUE(Snapshot(s) == Snapshot(plan));
     }
@@ -331,7 +331,7 @@ TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
         Turn take("7H 7S", "3D 4D 7C 8C JS");
         take.s.TakenUpCard = Card("2S");
         GameState plan = take.s;
-        sim::TakeUpCards(plan, index);
+        TakeUpCards(plan, index);
         take.table.imgUpPile_Click(index);
         EXPECT_TRUE(Snapshot(take.s) == Snapshot(plan));
         EXPECT_EQ(take.socket.sent, std::vector{"(M:U:0" + std::to_string(index) + ")"});

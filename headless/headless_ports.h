@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "game/report_error.h"
-#include "play/ports.h"
+#include "engine/ports.h"
+#include "engine/report_error.h"
 
-namespace kelvane::sim {
+namespace kelvane {
 
 // A screen for play without a window: it draws nothing and keeps only what a harness or the
 // computer opponent reads afterwards, the results shown and whether the window was closed.
@@ -101,4 +101,4 @@ class HeadlessErrors : public ErrorPrompt {
     std::vector<std::string> reports_;
 };
 
-}  // namespace kelvane::sim
+}  // namespace kelvane

@@ -1,7 +1,7 @@
-#include "play/table.h"
+#include "engine/table.h"
 
 #include "game/scoring.h"
-#include "net/wire.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 
