@@ -68,12 +68,9 @@ class BenchWindow : public Form1 {
   public:
     using Form1::Form1;
 
-    Answer MessageBox(const std::string& text, Buttons buttons, Icon, const std::string&) override {
-        if (buttons == Buttons::kOk) {
-            problems.push_back("box: " + text);
-            return Answer::kOk;
-        }
-        return Answer::kYes;
+    bool ShowBox(const BoxText& box) override {
+        if (box.buttons == Buttons::kOk) problems.push_back("box: " + box.text);
+        return true;
     }
     void Pause(int) override { ++pauses; }
     bool AskToContinue(const std::string& text) override {
@@ -187,7 +184,7 @@ class Session {
     // The measured part: the window's event loop reads the waiting message, the engine applies
     // it and the views' pending paints are drawn.
     void ReceiveAndPaint() {
-        while (windowSocket_.read < peerSocket_.sent || !window_.table().state().RecvBuffer.empty())
+        while (windowSocket_.read < peerSocket_.sent || window_.table().WaitingBytes() > 0)
             QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents();
     }
@@ -212,7 +209,7 @@ class Session {
 
     bool CaughtUp() {
         return windowSocket_.sent == peerSocket_.read && peerSocket_.sent == windowSocket_.read &&
-               window_.table().state().RecvBuffer.empty() && peer_.state().RecvBuffer.empty();
+               window_.table().WaitingBytes() == 0 && peer_.WaitingBytes() == 0;
     }
 
     template <typename Done>

@@ -5,10 +5,8 @@
 #include <cstdint>
 #include <limits>
 
-#include "engine/table.h"
-#include "game/meld_rules.h"
-#include "game/meldability.h"
 #include "game/scoring.h"
+#include "headless/gestures.h"
 
 namespace kelvane::bot {
 
@@ -63,21 +61,6 @@ bool Has(const CardSet& cards, Int16 card) {
     return card != 0 && cards.test(static_cast<std::size_t>(card.value()));
 }
 
-std::vector<Int16> ColumnCards(const GameState& s, Int16 column) {
-    std::vector<Int16> cards;
-    for (Int16 card : s.TableMelds.Column(column))
-        if (card > 0) cards.push_back(card);
-    return cards;
-}
-
-bool MakesMeld(std::vector<Int16> cards) {
-    MeldList list{};
-    for (std::size_t i = 0; i < cards.size(); ++i) list[static_cast<int>(i)] = cards[i];
-    const Int16 n = Int16(cards.size());
-    SortMeld(list, n);
-    return ValidMeld(list, n);
-}
-
 // What the seat can tell about the cards it cannot see, and how the hand it keeps is judged.
 class Outlook {
   public:
@@ -86,7 +69,7 @@ class Outlook {
         for (Int16 i = 0; i < seen.UpCount; ++i)
             visible.set(static_cast<std::size_t>(seen.UpPile[i].value()));
         for (Int16 col = 0; col < seen.TableMelds.ColumnCount(); ++col)
-            for (Int16 card : ColumnCards(seen, col))
+            for (Int16 card : seen.TableMelds.Cards(col))
                 visible.set(static_cast<std::size_t>(card.value()));
         // A card the opponent took face up and that shows nowhere else is still in his hand.
         for (Int16 i = 0; i < seen.KnownCount; ++i)
@@ -120,11 +103,8 @@ class Outlook {
     // What the discard is expected to give the opponent: its points when it fits a meld on the
     // table or the cards he is known to hold.
     double Denial(Int16 card) const {
-        for (Int16 col = 0; col < seen_.TableMelds.ColumnCount(); ++col) {
-            std::vector<Int16> cards = ColumnCards(seen_, col);
-            cards.push_back(card);
-            if (MakesMeld(cards)) return kDenial * Points(card);
-        }
+        for (Int16 col = 0; col < seen_.TableMelds.ColumnCount(); ++col)
+            if (MakesMeld(seen_, {{card}, col.value()})) return kDenial * Points(card);
         const int rank = GetCardValue(card).value();
         const int suit = GetCardSuit(card).value();
         int sameRank = 0;
@@ -181,20 +161,6 @@ struct Candidate {
     int points = 0;
 };
 
-// The points a meld credits the bot: an ace counts low when the whole meld holds a two.
-int MeldPoints(const GameState& seen, const MeldMove& move) {
-    std::vector<Int16> whole = move.cards;
-    if (move.column != kNewColumn) {
-        const std::vector<Int16> onTable = ColumnCards(seen, Int16(move.column));
-        whole.insert(whole.end(), onTable.begin(), onTable.end());
-    }
-    const bool two =
-        std::any_of(whole.begin(), whole.end(), [](Int16 c) { return GetCardValue(c) == kTwo; });
-    int points = 0;
-    for (Int16 card : move.cards) points += CardPoints(card, two).value();
-    return points;
-}
-
 // Tries every set of melds that share no card and no column, each with every way to end the
 // turn, and keeps the best. Melding a card never costs the bot anything it could keep, so the
 // only reasons to hold cards back are the discard that ends the turn and the rules around it.
@@ -204,7 +170,7 @@ class Planner {
         for (MeldMove& move : AllMelds(seen)) {
             Candidate c;
             for (Int16 card : move.cards) c.cards.set(static_cast<std::size_t>(card.value()));
-            c.points = MeldPoints(seen, move);
+            c.points = MeldPoints(seen, move).value();
             c.move = std::move(move);
             moves_.push_back(std::move(c));
         }
@@ -232,8 +198,6 @@ class Planner {
 
     // Every way to end the turn once the chosen melds are laid.
     void Judge(const CardSet& used, int points) {
-        const Int16 must = seen_.MustMeldCard;
-        if (must != 0 && !Has(used, must)) return;
         std::vector<Int16> left;
         for (Int16 i = 0; i < seen_.LocalCount; ++i)
             if (!Has(used, seen_.LocalHand[i])) left.push_back(seen_.LocalHand[i]);
@@ -241,12 +205,14 @@ class Planner {
             const bool late = seen_.StackCount < kFloatLateStack;
             return Offer(0, points + (late ? kFloatLate : kFloat));
         }
+        // The rules judge each discard once the chosen melds are down (a must-meld duty left
+        // open, the card taken alone, a last card that looks meldable).
+        const GameState after = AfterMelds();
         for (std::size_t k = 0; k < left.size(); ++k) {
             const Int16 card = left[k];
-            if (card == seen_.TakenUpCard) continue;
+            if (!CanDiscard(after, Seat::kLocal, card).ok()) continue;
             if (left.size() == 1) {
-                // The last card may not go when the table makes it look meldable.
-                if (!CheckMeld(AfterMelds(), card)) Offer(card, points + kGoOut);
+                Offer(card, points + kGoOut);
                 continue;
             }
             std::vector<Int16> kept = left;
@@ -282,7 +248,7 @@ class Planner {
         const Int16 must = seen_.MustMeldCard;
         std::stable_partition(melds.begin(), melds.end(),
                               [&](const MeldMove& m) { return must != 0 && m.Contains(must); });
-        for (const MeldMove& m : melds) ApplyMeld(after, m);
+        for (const MeldMove& m : melds) Meld(after, Seat::kLocal, m);
         return after;
     }
 
@@ -294,15 +260,12 @@ class Planner {
     int nodes_ = 0;
 };
 
-// The seat after drawing `card` from the stack.
+// The seat after drawing `card` from the stack: the seat does not know the stack's order, so the
+// card is put on top of its blank copy of the stack and drawn from there.
 GameState AfterStackDraw(const GameState& seen, Int16 card) {
     GameState after = seen;
-    after.LocalCount += 1;
-    after.LocalHand[after.LocalCount - 1] = card;
-    SortHand(after);
-    after.StackCount -= 1;
-    after.HasDrawn = true;
-    after.TakenUpCard = 0;
+    after.Stack[after.StackCount - 1] = card;
+    DrawFromStack(after, Seat::kLocal);
     return after;
 }
 
@@ -321,12 +284,6 @@ double StackValue(const GameState& seen) {
     return count > 0 ? total / count : kStuck;
 }
 
-Int16 HandPosition(const GameState& seen, Int16 card) {
-    for (Int16 i = 0; i < seen.LocalCount; ++i)
-        if (seen.LocalHand[i] == card) return i;
-    return -1;
-}
-
 }  // namespace
 
 std::optional<TurnPlan> PlanTurn(const GameState& seen) {
@@ -336,16 +293,16 @@ std::optional<TurnPlan> PlanTurn(const GameState& seen) {
 std::optional<Draw> ChooseDraw(const GameState& seen) {
     std::optional<Draw> best;
     double bestValue = std::numeric_limits<double>::lowest();
-    if (seen.StackCount > 0) {
+    if (CanDrawFromStack(seen, Seat::kLocal).ok()) {
         best = Draw{true, 0};
         bestValue = StackValue(seen);
     }
     const Int16 top = seen.UpCount - 1;
     for (Int16 p = top; p >= 0; --p) {
-        // The engine's quick test guards a card below the top; the plan proves it melds.
-        if (p != top && !CheckMeld(seen, seen.UpPile[p])) continue;
+        // The rules' quick test guards a card below the top; the plan proves it melds.
+        if (!CanTakeFromUpPile(seen, Seat::kLocal, p).ok()) continue;
         GameState after = seen;
-        TakeUpCards(after, p);
+        TakeFromUpPile(after, Seat::kLocal, p);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         if (plan && plan->value > bestValue) {
             best = Draw{false, p};
@@ -372,31 +329,18 @@ void BotPolicy::Act(Table& table) {
         return;
     }
     // A meld whose cards have left the hand is planned afresh.
-    if (meld_ && !std::all_of(meld_->cards.begin(), meld_->cards.end(),
-                              [&](Int16 card) { return HandPosition(seen, card) >= 0; }))
-        meld_.reset();
+    if (meld_ && !StillPlayable(seen, *meld_)) meld_.reset();
     if (!meld_) {
         const std::optional<TurnPlan> plan = PlanTurn(seen);
         if (!plan) return;
-        if (plan->melds.empty()) {
-            table.imgLocal_MouseDown(HandPosition(seen, plan->discard), kMouseRight);
-            return;
-        }
+        if (plan->melds.empty()) return ClickToDiscard(table, seen, plan->discard);
         meld_ = plan->melds.front();
     }
     // One press toward the meld's selection, or the click that lays it.
-    for (Int16 i = 0; i < seen.LocalCount; ++i) {
-        if (table.IsSelected(i) != meld_->Contains(seen.LocalHand[i])) {
-            table.imgLocal_MouseDown(i, kMouseLeft);
-            return;
-        }
-    }
-    const int column = meld_->column;
+    if (const std::vector<Int16> presses = PressesToward(table, seen, *meld_); !presses.empty())
+        return table.imgLocal_MouseDown(presses.front(), kMouseLeft);
+    ClickToLay(table, *meld_);
     meld_.reset();
-    if (column == kNewColumn)
-        table.frTable_Click();
-    else
-        table.imgMeld_Click(Int16(column * kSlotsPerColumn));
 }
 
 }  // namespace kelvane::bot

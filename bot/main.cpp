@@ -26,9 +26,6 @@ constexpr int kExitUsage = 2;
 // Selection presses send nothing; a turn never needs more of them in a row than a hand holds.
 constexpr int kGesturesPerMove = 2 * kCardsInDeck;
 
-const std::string kOpponentGone = "Your opponent just disappeared. Sorry.";
-const std::string kUnableToConnect = "Unable to Connect.";
-const std::string kOpponentSays = "OPPONENT: ";
 const std::string kStuckChat =
     "I have nothing I may draw, so this round cannot go on. Please quit to end the session.";
 
@@ -76,15 +73,20 @@ class CountingSocket : public Socket {
 // The window's views reduced to what the bot tells: results and the opponent's chat.
 class BotScreen : public HeadlessScreen {
   public:
-    std::function<void(const std::string&)> onResult;
-    std::function<void(const std::string&)> onChatLine;
+    std::function<void(const RoundResult&)> onRound;
+    std::function<void()> onGame;
 
-    void ShowResult(const std::string& text) override {
-        HeadlessScreen::ShowResult(text);
-        onResult(text);
+    void ShowRoundResult(const RoundResult& result) override {
+        HeadlessScreen::ShowRoundResult(result);
+        onRound(result);
     }
-    void ChatLineAdded(const Transcript& transcript) override {
-        onChatLine(transcript.text().substr(transcript.lastLineStart()));
+    void ShowGameResult(GameOutcome outcome) override {
+        HeadlessScreen::ShowGameResult(outcome);
+        onGame();
+    }
+    void ChatLineAdded(const Transcript& transcript, Speaker speaker) override {
+        if (speaker == Speaker::kOpponent)
+            std::cerr << transcript.text().substr(transcript.lastLineStart()) << std::endl;
     }
 };
 
@@ -136,9 +138,11 @@ class Session {
             table_.ConnectionFailed();
             AfterEvent();
         };
-        screen_.onResult = [this](const std::string& text) { ShowResult(text); };
-        screen_.onChatLine = [](const std::string& line) {
-            if (line.starts_with(kOpponentSays)) std::cerr << line << std::endl;
+        screen_.onRound = [this](const RoundResult& result) { ShowRound(result); };
+        // Shown before the totals return to 0 for the next game.
+        screen_.onGame = [this] {
+            const GameState& s = table_.state();
+            std::cout << GameLine(s.LocalScore.value(), s.RemoteScore.value()) << std::endl;
         };
         mover_.setSingleShot(true);
         QObject::connect(&mover_, &QTimer::timeout, [this] { Move(); });
@@ -179,18 +183,12 @@ class Session {
         QCoreApplication::exit(code);
     }
 
-    void ShowResult(const std::string& text) {
+    void ShowRound(const RoundResult& round) {
         const GameState& s = table_.state();
-        if (text.ends_with(" that round")) {
-            const HeadlessScreen::RoundEnd& round = screen_.rounds().back();
-            ++roundsFinished_;
-            std::cout << RoundLine(roundsFinished_, round.localPoints, round.remotePoints,
-                                   s.LocalScore.value(), s.RemoteScore.value())
-                      << std::endl;
-        } else {
-            // Shown before the totals return to 0 for the next game.
-            std::cout << GameLine(s.LocalScore.value(), s.RemoteScore.value()) << std::endl;
-        }
+        ++roundsFinished_;
+        std::cout << RoundLine(roundsFinished_, round.local.value(), round.remote.value(),
+                               s.LocalScore.value(), s.RemoteScore.value())
+                  << std::endl;
     }
 
     // After every event the engine handled: tell what it showed, leave when the session is
@@ -200,14 +198,14 @@ class Session {
         for (const std::string& report : errors_.reports) Say("engine failure: " + report);
         errors_.reports.clear();
         bool connectFailed = false;
-        for (const HeadlessPrompts::Box& box : prompts_.boxes()) {
-            if (box.title == "Confirm Discard" || box.text == kOpponentGone) continue;
-            if (box.text == kUnableToConnect)
-                connectFailed = true;
-            else
-                Say("the table said: " + box.text);
+        for (const Notice& notice : prompts_.notices()) {
+            if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
+            if (notice.kind == NoticeKind::kServerTooOld) Say("the server's version is too old");
+            if (notice.kind == NoticeKind::kRefused)
+                Say(std::string("the table refused a move: ") +
+                    RefusalName(notice.refusal.refusal));
         }
-        prompts_.ClearBoxes();
+        prompts_.Clear();
         if (connectFailed) {
             CannotConnect();
             return Leave(kExitFailure);

@@ -1,5 +1,4 @@
 #include "engine/table.h"
-#include "wire/wire.h"
 
 namespace kelvane {
 
@@ -17,17 +16,17 @@ void Table::cmdSend_Click(const std::string& typed) {
             return;
         }
         steps([&] { TalkToRemote(ChatMessage(typed)); });
-        steps([&] { AddChatLine("YOU: " + typed); });
+        steps([&] { AddChatLine("YOU: " + typed, Speaker::kYou); });
         steps([&] { screen_.ClearChatInput(); });
     });
 }
 
-void Table::AddChatLine(const std::string& line) {
+void Table::AddChatLine(const std::string& line, Speaker speaker) {
     Steps steps(reporter_, "AddChatLine");
     steps([&] { transcript_.AddLine(line); });
     steps([&] {
         Steps colour(reporter_, "ColorizeRTB");
-        colour([&] { screen_.ChatLineAdded(transcript_); });
+        colour([&] { screen_.ChatLineAdded(transcript_, speaker); });
     });
 }
 

@@ -1,32 +1,17 @@
 #include "engine/table.h"
 #include "game/meldability.h"
-#include "wire/wire.h"
+#include "game/moves.h"
 
 namespace kelvane {
-
-namespace {
-const std::string kConfirmTitle = "Confirm Discard";
-}
 
 void Table::imgLocal_MouseDown(Int16 index, Int16 button) {
     Enter([&] {
         Steps steps(reporter_, "imgLocal_MouseDown");
         Int16 card = 0;
-        std::string name;
-        steps([&] {
-            card = state_.LocalHand[index];
-            name = GetCardName(card, true);
-        });
-        bool go = false;
-        steps([&] {
-            if (!state_.MyTurn) return;
-            if (!state_.HasDrawn) {
-                prompts_.MessageBox("Please Draw First", Buttons::kOk, Icon::kNone, "");
-                return;
-            }
-            go = true;
-        });
-        if (!go) return;
+        steps([&] { card = state_.LocalHand[index]; });
+        Verdict verdict;
+        steps([&] { verdict = CanPlayFromHand(state_, Seat::kLocal); });
+        if (!verdict.ok()) return TellRefusal(verdict);
         if (button == kMouseLeft) {
             steps([&] {
                 selected_[index] = !selected_[index];
@@ -36,45 +21,22 @@ void Table::imgLocal_MouseDown(Int16 index, Int16 button) {
         }
         // Any other button asks to discard; the first refusal that applies is the one shown.
         steps([&] {
-            auto refuse = [&](const std::string& text) {
-                prompts_.MessageBox(text, Buttons::kOk, Icon::kNone, "");
-            };
-            if (state_.MustMeldCard != 0)
-                return refuse("You must meld the " + GetCardName(state_.MustMeldCard, true));
-            if (card == state_.TakenUpCard && state_.TakenUpCard > 0)
-                return refuse("You may not discard the " + name);
-            const bool meldable = CheckMeld(state_, card);
-            if (meldable && state_.LocalCount == 1)
-                return refuse("You may not discard the " + name + ". It is meldable.");
-            const Answer answer =
-                warnMeld_ && meldable
-                    ? prompts_.MessageBox("The " + name + " is meldable. Are you sure?",
-                                          Buttons::kYesNo, Icon::kExclamation, kConfirmTitle)
-                    : prompts_.MessageBox("Discard the " + name + "?", Buttons::kYesNo, Icon::kNone,
-                                          kConfirmTitle);
-            if (answer == Answer::kYes) Discard(index);
+            verdict = CanDiscard(state_, Seat::kLocal, card);
+            if (!verdict.ok()) return TellRefusal(verdict);
+            const bool warn = warnMeld_ && CheckMeld(state_, card);
+            if (prompts_.Ask(
+                    {warn ? QuestionKind::kDiscardMeldable : QuestionKind::kDiscard, card}))
+                Discard(card);
         });
     });
 }
 
-void Table::Discard(Int16 p) {
+void Table::Discard(Int16 card) {
     Steps steps(reporter_, "Discard");
-    Int16 card = 0;
-    steps([&] { card = state_.LocalHand[p]; });
     steps([&] { TalkToRemote(DiscardMessage(card)); });
-    steps([&] {
-        state_.UpCount += 1;
-        state_.UpPile[state_.UpCount - 1] = card;
-    });
+    steps([&] { kelvane::Discard(state_, Seat::kLocal, card); });
     steps([&] { screen_.RefreshUpPile(); });
-    steps([&] { RemoveCard(p); });
-    steps([&] { SortHand(state_); });
-    steps([&] {
-        state_.MyTurn = false;
-        state_.HasDrawn = false;
-    });
     steps([&] { RefreshHands('L'); });
-    steps([&] { state_.LocalFloating = false; });
     steps([&] { CheckEndOfGame(); });
 }
 

@@ -3,11 +3,14 @@
 #include <string>
 
 #include "game/int16.h"
+#include "game/moves.h"
 #include "game/scoring.h"
 
 namespace kelvane {
 
 class Transcript;
+
+enum class Speaker { kYou, kOpponent };
 
 // What the engine asks of its shell. Each method is one operation a procedure of the game names,
 // so the procedures read like the game's own description. The window implements these with Qt,
@@ -31,37 +34,60 @@ class Screen {
     virtual void ShowMeldColumn(Int16 column) = 0;
     // The view half of clearing the table between rounds: meld slots gone, card pictures cleared.
     virtual void ClearTable() = 0;
-    virtual void RefreshScoreBoard(const ScoreBoardTexts& texts) = 0;
+    // The scoreboard's labels, from the melded points, totals, deals and floating flags.
+    virtual void RefreshScoreBoard() = 0;
     // One hand card's selection border.
     virtual void ShowSelection(Int16 handIndex, bool selected) = 0;
-    // The modeless results window; showing it while open only replaces its text.
-    virtual void ShowResult(const std::string& text) = 0;
-    // The status line, for the connection texts the hand view does not write.
-    virtual void SetStatus(const std::string& text) = 0;
+    // The modeless results window; showing it while open only replaces its text. A decided game
+    // is shown right after its last round, in the same window.
+    virtual void ShowRoundResult(const RoundResult& result) = 0;
+    virtual void ShowGameResult(GameOutcome outcome) = 0;
+    // The status line while the server waits for its client, with the address to give him.
+    virtual void ShowListening(const std::string& localAddress) = 0;
     // "Be The Server" and "Connect to a server".
     virtual void EnableSessionMenus(bool enabled) = 0;
     virtual void ShowWarnMeldChecked(bool checked) = 0;
-    // The transcript gained its last line; its colour runs are already computed.
-    virtual void ChatLineAdded(const Transcript& transcript) = 0;
+    // The transcript gained its last line, typed here or by the opponent; its colour runs are
+    // already computed.
+    virtual void ChatLineAdded(const Transcript& transcript, Speaker speaker) = 0;
     virtual void ClearChatInput() = 0;
     // Closes the main window as Quit does; the program ends once the current handler returns.
     virtual void CloseWindow() = 0;
 };
 
-enum class Buttons { kOk, kYesNo };
-enum class Icon { kNone, kExclamation, kCritical };
-enum class Answer { kOk, kYes, kNo };
+// What the engine tells the player in a box he can only acknowledge.
+enum class NoticeKind {
+    kRefused,          // a gesture the rules refuse, with the reason
+    kServerTooOld,     // the server sent an older version's deal
+    kUnableToConnect,  // the connection attempt failed
+    kOpponentGone,     // the connection is lost: the program ends after this box
+};
+struct Notice {
+    NoticeKind kind = NoticeKind::kRefused;
+    Verdict refusal{};  // with kRefused
+    friend bool operator==(const Notice&, const Notice&) = default;
+};
 
-// Modal questions and the one-second pauses.
+// What the engine asks the player to confirm.
+enum class QuestionKind {
+    kDiscard,          // a plain discard
+    kDiscardMeldable,  // a discard that "Warn if Meldable" flags
+};
+struct Question {
+    QuestionKind kind = QuestionKind::kDiscard;
+    Int16 card = 0;
+    friend bool operator==(const Question&, const Question&) = default;
+};
+
+// Modal questions and the one-second pauses. The shell words them; the engine only says which.
 class Prompts {
   public:
     virtual ~Prompts() = default;
-    // An empty title means the application's own title.
-    virtual Answer MessageBox(const std::string& text, Buttons buttons, Icon icon,
-                              const std::string& title) = 0;
-    // Returns the text typed, or empty text when the player cancels.
-    virtual std::string InputBox(const std::string& prompt, const std::string& title,
-                                 const std::string& defaultText) = 0;
+    virtual void Tell(const Notice& notice) = 0;
+    // True for Yes.
+    virtual bool Ask(const Question& question) = 0;
+    // The server's address to connect to, or empty text when the player cancels.
+    virtual std::string AskHost() = 0;
     // Shows what must be seen, then holds the game for that long: nothing else is handled.
     virtual void Pause(int milliseconds) = 0;
 };

@@ -1,20 +1,12 @@
 #include "engine/table.h"
-#include "wire/wire.h"
 
 namespace kelvane {
-
-namespace {
-const std::string kOpponentGone = "Your opponent just disappeared. Sorry.";
-}
 
 void Table::mnuServer_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuServer_Click");
         steps([&] { socket_.Listen(0, port_); });
-        steps([&] {
-            screen_.SetStatus("Waiting for client to connect... (local IP: " + socket_.LocalIP(0) +
-                              ")");
-        });
+        steps([&] { screen_.ShowListening(socket_.LocalIP(0)); });
         steps([&] { screen_.EnableSessionMenus(false); });
     });
 }
@@ -23,9 +15,7 @@ void Table::mnuClient_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuClient_Click");
         std::string host;
-        steps([&] {
-            host = prompts_.InputBox("Enter Host IP Address : ", "Host IP Address", "127.0.0.1");
-        });
+        steps([&] { host = prompts_.AskHost(); });
         if (host.empty()) return;
         steps([&] { socket_.Connect(0, host, port_); });
         steps([&] {
@@ -40,7 +30,7 @@ void Table::mnuClient_Click() {
                     screen_.EnableSessionMenus(false);
                     return;
                 default:
-                    prompts_.MessageBox("Unable to Connect.", Buttons::kOk, Icon::kNone, "");
+                    prompts_.Tell({NoticeKind::kUnableToConnect});
                     socket_.Close(0);
             }
         });
@@ -77,7 +67,7 @@ void Table::tcpTalker_Close(int) {
 
 void Table::LoseConnection() {
     if (ended_) return;
-    prompts_.MessageBox(kOpponentGone, Buttons::kOk, Icon::kNone, "");
+    prompts_.Tell({NoticeKind::kOpponentGone});
     // What follows in the current handler still runs, but nothing opens the window again.
     ended_ = true;
     screen_.CloseWindow();
@@ -106,10 +96,10 @@ void Table::tcpTalker_DataArrival(int index) {
     }
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_DataArrival");
-        steps([&] { AcceptArrival(state_.RecvBuffer, socket_.Read(index)); });
+        steps([&] { AcceptArrival(recvBuffer_, socket_.Read(index)); });
         while (!ended_) {
             std::optional<std::optional<std::string>> frame;
-            steps([&] { frame = CutFrame(state_.RecvBuffer); });
+            steps([&] { frame = CutFrame(recvBuffer_); });
             if (!frame) break;
             if (*frame) Data_Process(**frame);
         }
@@ -124,7 +114,7 @@ void Table::ConnectionFailed() {
     Enter([&] {
         Steps steps(reporter_, "mnuClient_Click");
         if (state_.Role != kRoleClient || ended_) return;
-        steps([&] { prompts_.MessageBox("Unable to Connect.", Buttons::kOk, Icon::kNone, ""); });
+        steps([&] { prompts_.Tell({NoticeKind::kUnableToConnect}); });
         steps([&] { socket_.Close(0); });
         steps([&] {
             state_.Role = kRoleNotConnected;

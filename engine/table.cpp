@@ -1,7 +1,7 @@
 #include "engine/table.h"
 
+#include "game/invariants.h"
 #include "game/scoring.h"
-#include "wire/wire.h"
 
 namespace kelvane {
 
@@ -18,6 +18,7 @@ void Table::Enter(const std::function<void()>& handler) {
     ++depth_;
     try {
         handler();
+        CheckState();
     } catch (const ProgramEnded&) {
         --depth_;
         ended_ = true;
@@ -40,6 +41,39 @@ void Table::ProcessArrivals() {
             closeWaiting_ = false;
             tcpTalker_Close(0);
         }
+    }
+}
+
+namespace {
+#ifdef NDEBUG
+constexpr bool kCheckStates = false;
+#else
+constexpr bool kCheckStates = true;
+#endif
+}  // namespace
+
+void Table::CheckState() {
+    if (!kCheckStates || !checkState_) return;
+    Steps steps(reporter_, "CheckInvariants");
+    steps([&] {
+        if (const std::string problems = CheckInvariants(state_); !problems.empty())
+            throw Failure(kInternalError, "The game no longer holds together: " + problems);
+    });
+}
+
+void Table::TellRefusal(const Verdict& verdict) {
+    switch (verdict.refusal) {
+        case Refusal::kNone:
+        // Gestures out of turn and draws that cannot be made pass without a word.
+        case Refusal::kNotYourTurn:
+        case Refusal::kAlreadyDrawn:
+        case Refusal::kStackEmpty:
+        case Refusal::kNoSuchPosition:
+        case Refusal::kNoSuchColumn:
+        case Refusal::kNotInHand:
+            return;
+        default:
+            prompts_.Tell({NoticeKind::kRefused, verdict});
     }
 }
 
@@ -75,35 +109,6 @@ void Table::ClearTable() {
     steps([&] { ClearTableState(state_); });
 }
 
-Int16 Table::CreateMeldColumn() {
-    Steps steps(reporter_, "CreateMeldColumn");
-    Int16 column = 0;
-    steps([&] { column = state_.TableMelds.AddColumn(); });
-    steps([&] { screen_.CreateMeldColumn(column); });
-    return column;
-}
-
-Int16 Table::GetTopCardFromStack() {
-    Steps steps(reporter_, "GetTopCardFromStack");
-    Int16 card = 0;
-    steps([&] {
-        card = kelvane::GetTopCardFromStack(state_);
-        if (card != 0 && state_.StackCount == 0) screen_.ShowStack(kEmptyStackPicture);
-    });
-    steps([&] { screen_.ShowCardsLeft(); });
-    return card;
-}
-
-void Table::RemoveCard(Int16 p) {
-    Steps steps(reporter_, "RemoveCard");
-    steps([&] { kelvane::RemoveCard(state_, p); });
-}
-
-void Table::RemoveRCard(Int16 p) {
-    Steps steps(reporter_, "RemoveRCard");
-    steps([&] { kelvane::RemoveRCard(state_, p); });
-}
-
 void Table::RefreshHands(char which) {
     // Redrawing the local hand clears every selection border, so the selection goes with it.
     if (which != 'R') selected_.fill(false);
@@ -112,7 +117,7 @@ void Table::RefreshHands(char which) {
 
 void Table::RefreshScoreBoard() {
     Steps steps(reporter_, "RefreshScoreBoard");
-    steps([&] { screen_.RefreshScoreBoard(ScoreBoard(state_)); });
+    steps([&] { screen_.RefreshScoreBoard(); });
 }
 
 void Table::CheckEndOfGame() {
@@ -121,22 +126,13 @@ void Table::CheckEndOfGame() {
     steps([&] { over = RoundHasEnded(state_); });
     if (!over) return;
     RoundResult result{0, 0};
-    steps([&] {
-        result = ScoreRound(state_);
-        AddToTotals(state_, result);
-    });
-    // Nobody moves between a round's end and the next deal: a click in that gap would send a
-    // move of the old round into the new one on the other side.
-    steps([&] {
-        state_.MyTurn = false;
-        state_.HasDrawn = false;
-    });
+    steps([&] { result = EndRound(state_); });
     steps([&] { RefreshScoreBoard(); });
-    steps([&] { screen_.ShowResult(RoundMessage(result)); });
+    steps([&] { screen_.ShowRoundResult(result); });
     steps([&] {
-        // The game message replaces the round message in the same window.
-        if (auto message = GameOverMessage(state_)) {
-            screen_.ShowResult(*message);
+        // The game's outcome replaces the round's in the same window.
+        if (const std::optional<GameOutcome> outcome = GameOver(state_)) {
+            screen_.ShowGameResult(*outcome);
             ResetGame(state_);
         }
     });

@@ -12,6 +12,7 @@
 #include "game/game_state.h"
 #include "game/meld_rules.h"
 #include "game/stock.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 
@@ -42,6 +43,8 @@ class Table {
     bool IsSelected(Int16 handIndex) const { return selected_[handIndex]; }
     bool WarnIfMeldable() const { return warnMeld_; }
     const Transcript& transcript() const { return transcript_; }
+    // Received bytes not yet cut into a message: the start of one still on its way.
+    std::size_t WaitingBytes() const { return recvBuffer_.size(); }
     // True once the program has been told to end (the window closes when the handler returns).
     bool ended() const { return ended_; }
 
@@ -81,26 +84,31 @@ class Table {
     void ShuffleStack();
     void DealRound(const std::string& role);
     void ClearTable();
-    Int16 CreateMeldColumn();
-    Int16 GetTopCardFromStack();
-    void RemoveCard(Int16 p);
-    void RemoveRCard(Int16 p);
     void CheckEndOfGame();
     void RefreshScoreBoard();
-    void Discard(Int16 p);
+    void Discard(Int16 card);
     void TalkToRemote(const std::string& text);
-    void AddChatLine(const std::string& line);
+    void AddChatLine(const std::string& line, Speaker speaker);
     void LoseConnection();
 
     // Data_Process's message kinds.
     void ApplyDiscard(std::string_view message);
     void ApplyStackDraw();
     void ApplyUpPileTake(std::string_view message);
-    void ApplyMeld(std::string_view message, bool newMeld);
+    void ApplyMeld(std::string_view message, MessageKind kind);
     void ApplyDeal(std::string_view message);
 
-    bool CheckMeldGesture(Steps& steps, int minimumSelected, const char* tooFewText);
-    void MeldSelected(Steps& steps, MeldList list, Int16 k, Int16 column, bool newColumn);
+    // The views a move of either seat leaves to redraw, in the order the player sees them.
+    void ShowStackDraw();
+    void ShowUpPileTake(Int16 position, Int16 top);
+    void ShowMeld(Seat seat, Int16 column, bool newColumn);
+
+    // A refusal the player is told about; the silent ones (not his turn, already drawn) are not.
+    void TellRefusal(const Verdict& verdict);
+    void MeldSelected(Steps& steps, int column);
+    // In debug and sanitizer builds the state must hold together after every handler, so after
+    // every move and every received message; a break is our own fault and is reported.
+    void CheckState();
     void ProcessArrivals();
 
     int ConnectionSocket() const;
@@ -117,6 +125,8 @@ class Table {
     bool warnMeld_ = false;
     Transcript transcript_;
 
+    std::string recvBuffer_;  // received and not yet cut into messages
+    bool checkState_ = true;
     int depth_ = 0;
     std::array<bool, 2> arrivalWaiting_{};
     bool closeWaiting_ = false;

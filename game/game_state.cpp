@@ -30,6 +30,13 @@ Int16 MeldTable::CardCount(Int16 col) const {
     return Int16(n);
 }
 
+std::vector<Int16> MeldTable::Cards(Int16 col) const {
+    std::vector<Int16> cards;
+    for (Int16 card : Column(col))
+        if (card > 0) cards.push_back(card);
+    return cards;
+}
+
 int MeldTable::CardsOnTable() const {
     int n = 0;
     for (const MeldColumn& column : columns_)

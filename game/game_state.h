@@ -33,6 +33,8 @@ class MeldTable {
     Int16 Slot(Int16 slotNumber) const;
     // The number of cards in a column: its cards fill positions 0..n-1.
     Int16 CardCount(Int16 col) const;
+    // The column's cards in meld order.
+    std::vector<Int16> Cards(Int16 col) const;
     int CardsOnTable() const;
 
     friend bool operator==(const MeldTable&, const MeldTable&) = default;
@@ -74,9 +76,60 @@ struct GameState {
     bool RemoteFloating = false;
     bool RevealOpponent = false;
 
-    std::string RecvBuffer;
+    // The opponent's own duties, followed from his moves exactly as he follows them on his side,
+    // so his moves can be judged by the same rules as ours.
+    Int16 RemoteMustMeldCard = 0;
+    Int16 RemoteTakenUpCard = 0;
+    // From a deal to the discard that ends its round: only then does either player hold a turn.
+    bool RoundInPlay = false;
 
     MeldTable TableMelds;
 };
+
+// The two players as one program's state holds them: its own player and the opponent.
+enum class Seat { kLocal, kRemote };
+
+constexpr Seat Opposite(Seat seat) {
+    return seat == Seat::kLocal ? Seat::kRemote : Seat::kLocal;
+}
+
+// One seat's side of the state, so a rule is written once for both players.
+inline CardArray& Hand(GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.LocalHand : s.RemoteHand;
+}
+inline const CardArray& Hand(const GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.LocalHand : s.RemoteHand;
+}
+inline Int16& HandCount(GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.LocalCount : s.RemoteCount;
+}
+inline Int16 HandCount(const GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.LocalCount : s.RemoteCount;
+}
+inline bool& Floating(GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.LocalFloating : s.RemoteFloating;
+}
+inline Int16& MustMeld(GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.MustMeldCard : s.RemoteMustMeldCard;
+}
+inline Int16 MustMeld(const GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.MustMeldCard : s.RemoteMustMeldCard;
+}
+inline Int16& TakenUp(GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.TakenUpCard : s.RemoteTakenUpCard;
+}
+inline Int16 TakenUp(const GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.TakenUpCard : s.RemoteTakenUpCard;
+}
+// Whether this seat is to move: the local player when MyTurn says so (a round's end clears it),
+// the opponent when it does not and a round is in play.
+inline bool HoldsTurn(const GameState& s, Seat seat) {
+    return seat == Seat::kLocal ? s.MyTurn : s.RoundInPlay && !s.MyTurn;
+}
+// Hands the turn to `seat` without a discard between (a player melded out and floats) or with one.
+inline void GiveTurn(GameState& s, Seat seat) {
+    s.MyTurn = seat == Seat::kLocal;
+    s.HasDrawn = false;
+}
 
 }  // namespace kelvane

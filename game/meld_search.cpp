@@ -16,21 +16,6 @@ namespace {
 // In a run the ace may also stand above the king; rank 14 names it there.
 constexpr int kAceHigh = 14;
 
-// The cards as a meld list put in meld order; the result is their count.
-Int16 SortedMeldList(const std::vector<Int16>& cards, MeldList& list) {
-    for (std::size_t i = 0; i < cards.size(); ++i) list[static_cast<int>(i)] = cards[i];
-    const Int16 n = Int16(cards.size());
-    SortMeld(list, n);
-    return n;
-}
-
-// The rules' own verdict on a group of cards, in whatever order they are given.
-bool IsMeld(const std::vector<Int16>& cards) {
-    MeldList list{};
-    const Int16 n = SortedMeldList(cards, list);
-    return ValidMeld(list, n);
-}
-
 // The hand's cards by suit and rank, the ace present at both ends of its suit.
 class HandGrid {
   public:
@@ -54,13 +39,11 @@ class HandGrid {
     std::array<std::array<Int16, kAceHigh + 1>, 4> cards_{};
 };
 
-void AddIfMeld(std::vector<MeldMove>& out, std::vector<Int16> cards, int column,
-               const std::vector<Int16>& onTable = {}) {
-    std::vector<Int16> whole = cards;
-    whole.insert(whole.end(), onTable.begin(), onTable.end());
-    if (!IsMeld(whole)) return;
+void AddIfMeld(std::vector<MeldMove>& out, const GameState& seen, std::vector<Int16> cards,
+               int column) {
     std::sort(cards.begin(), cards.end());
-    out.push_back({std::move(cards), column});
+    MeldMove move{std::move(cards), column};
+    if (MakesMeld(seen, move)) out.push_back(std::move(move));
 }
 
 void AddSets(std::vector<MeldMove>& out, const GameState& seen) {
@@ -70,18 +53,18 @@ void AddSets(std::vector<MeldMove>& out, const GameState& seen) {
             seen.LocalHand[i]);
     for (const std::vector<Int16>& cards : byRank) {
         if (cards.size() < 3) continue;
-        AddIfMeld(out, cards, kNewColumn);
+        AddIfMeld(out, seen, cards, kNewColumn);
         if (cards.size() < 4) continue;
         for (std::size_t left = 0; left < cards.size(); ++left) {
             std::vector<Int16> three;
             for (std::size_t i = 0; i < cards.size(); ++i)
                 if (i != left) three.push_back(cards[i]);
-            AddIfMeld(out, three, kNewColumn);
+            AddIfMeld(out, seen, three, kNewColumn);
         }
     }
 }
 
-void AddRuns(std::vector<MeldMove>& out, const HandGrid& grid) {
+void AddRuns(std::vector<MeldMove>& out, const GameState& seen, const HandGrid& grid) {
     for (int suit = kSpades; suit <= kHearts; ++suit) {
         for (int low = kAce; low <= kQueen; ++low) {
             // An ace-low run stops at the king: the same ace cannot close it as well. A run from
@@ -90,17 +73,10 @@ void AddRuns(std::vector<MeldMove>& out, const HandGrid& grid) {
             std::vector<Int16> run;
             for (int rank = low; rank <= highest && grid.At(suit, rank) != 0; ++rank) {
                 run.push_back(grid.At(suit, rank));
-                if (run.size() >= 3) AddIfMeld(out, run, kNewColumn);
+                if (run.size() >= 3) AddIfMeld(out, seen, run, kNewColumn);
             }
         }
     }
-}
-
-std::vector<Int16> ColumnCards(const GameState& seen, Int16 column) {
-    std::vector<Int16> cards;
-    for (Int16 card : seen.TableMelds.Column(column))
-        if (card > 0) cards.push_back(card);
-    return cards;
 }
 
 // Every group of hand cards of the set's rank that keeps it within four cards.
@@ -114,13 +90,13 @@ void AddSetLayOffs(std::vector<MeldMove>& out, const GameState& seen, int column
         std::vector<Int16> cards;
         for (std::size_t i = 0; i < fits.size(); ++i)
             if (mask & (1u << i)) cards.push_back(fits[i]);
-        if (onTable.size() + cards.size() <= 4) AddIfMeld(out, cards, column, onTable);
+        if (onTable.size() + cards.size() <= 4) AddIfMeld(out, seen, cards, column);
     }
 }
 
 // Unbroken stretches of hand cards below and above the run, taken in every combination.
-void AddRunLayOffs(std::vector<MeldMove>& out, const HandGrid& grid, int column,
-                   const std::vector<Int16>& onTable) {
+void AddRunLayOffs(std::vector<MeldMove>& out, const GameState& seen, const HandGrid& grid,
+                   int column, const std::vector<Int16>& onTable) {
     const int suit = GetCardSuit(onTable.front()).value();
     bool ace = false;
     bool king = false;
@@ -154,29 +130,22 @@ void AddRunLayOffs(std::vector<MeldMove>& out, const HandGrid& grid, int column,
                                      below.begin() + static_cast<std::ptrdiff_t>(down));
             cards.insert(cards.end(), above.begin(),
                          above.begin() + static_cast<std::ptrdiff_t>(up));
-            AddIfMeld(out, cards, column, onTable);
+            AddIfMeld(out, seen, cards, column);
         }
     }
 }
 
 }  // namespace
 
-GameState SeatView(const GameState& state) {
-    GameState seen = state;
-    seen.Stack.fill(0);
-    seen.RemoteHand.fill(0);
-    seen.RecvBuffer.clear();
-    return seen;
-}
-
-bool MeldMove::Contains(Int16 card) const {
-    return std::find(cards.begin(), cards.end(), card) != cards.end();
+bool MakesMeld(const GameState& seen, const MeldMove& move) {
+    const MeldContent content = ContentOf(seen, move);
+    return ValidMeld(content.list, content.count);
 }
 
 std::vector<MeldMove> NewMelds(const GameState& seen) {
     std::vector<MeldMove> melds;
     AddSets(melds, seen);
-    AddRuns(melds, HandGrid(seen));
+    AddRuns(melds, seen, HandGrid(seen));
     return melds;
 }
 
@@ -184,7 +153,7 @@ std::vector<MeldMove> LayOffs(const GameState& seen) {
     std::vector<MeldMove> melds;
     const HandGrid grid(seen);
     for (Int16 col = 0; col < seen.TableMelds.ColumnCount(); ++col) {
-        const std::vector<Int16> onTable = ColumnCards(seen, col);
+        const std::vector<Int16> onTable = seen.TableMelds.Cards(col);
         if (onTable.empty()) continue;
         const bool set = std::all_of(onTable.begin(), onTable.end(), [&](Int16 card) {
             return GetCardValue(card) == GetCardValue(onTable.front());
@@ -192,7 +161,7 @@ std::vector<MeldMove> LayOffs(const GameState& seen) {
         if (set)
             AddSetLayOffs(melds, seen, col.value(), onTable);
         else
-            AddRunLayOffs(melds, grid, col.value(), onTable);
+            AddRunLayOffs(melds, seen, grid, col.value(), onTable);
     }
     return melds;
 }
@@ -211,65 +180,17 @@ std::vector<MeldMove> MeldsWith(const GameState& seen, Int16 card) {
     return melds;
 }
 
-void ApplyMeld(GameState& seen, const MeldMove& move) {
-    std::vector<Int16> cards = move.cards;
-    if (move.column != kNewColumn) {
-        const std::vector<Int16> onTable = ColumnCards(seen, move.column);
-        cards.insert(cards.end(), onTable.begin(), onTable.end());
-    }
-    MeldList list{};
-    const Int16 k = SortedMeldList(cards, list);
-    for (Int16 i = seen.LocalCount - 1; i >= 0; --i)
-        if (move.Contains(seen.LocalHand[i])) RemoveCard(seen, i);
-    if (seen.LocalCount == 0) {
-        seen.LocalFloating = true;
-        seen.MyTurn = false;
-        seen.HasDrawn = false;
-    }
-    SortHand(seen);
-    const Int16 col = move.column == kNewColumn ? seen.TableMelds.AddColumn() : Int16(move.column);
-    MeldColumn& slots = seen.TableMelds.Column(col);
-    for (Int16 i = 0; i < k; ++i) {
-        slots[i] = list[i];
-        if (list[i] == seen.MustMeldCard) seen.MustMeldCard = 0;
-    }
-    CreditMeld(seen, list, k, +1);
-}
-
-void TakeUpCards(GameState& seen, Int16 position) {
-    const Int16 top = seen.UpCount - 1;
-    const Int16 card = seen.UpPile[position];
-    if (position == top) {
-        seen.TakenUpCard = card;
-    } else {
-        seen.MustMeldCard = card;
-        seen.TakenUpCard = 0;
-    }
-    for (Int16 i = top; i >= position; --i) {
-        seen.LocalCount += 1;
-        seen.LocalHand[seen.LocalCount - 1] = seen.UpPile[i];
-        seen.UpPile[i] = 0;
-        seen.UpCount -= 1;
-    }
-    SortHand(seen);
-    seen.HasDrawn = true;
-}
-
 bool MeldableAfterTake(const GameState& seen, Int16 position) {
     GameState after = seen;
-    TakeUpCards(after, position);
+    TakeFromUpPile(after, Seat::kLocal, position);
     return !MeldsWith(after, seen.UpPile[position]).empty();
 }
 
 std::vector<Int16> Discardable(const GameState& seen) {
     std::vector<Int16> cards;
-    if (!seen.MyTurn || !seen.HasDrawn || seen.MustMeldCard != 0) return cards;
-    for (Int16 i = 0; i < seen.LocalCount; ++i) {
-        const Int16 card = seen.LocalHand[i];
-        if (card == seen.TakenUpCard) continue;
-        if (seen.LocalCount == 1 && CheckMeld(seen, card)) continue;
-        cards.push_back(card);
-    }
+    for (Int16 i = 0; i < seen.LocalCount; ++i)
+        if (CanDiscard(seen, Seat::kLocal, seen.LocalHand[i]).ok())
+            cards.push_back(seen.LocalHand[i]);
     return cards;
 }
 
@@ -290,7 +211,7 @@ bool TurnCanEndAfter(const GameState& seen, const MeldMove& move) {
     const bool dutyMet = seen.MustMeldCard == 0 || move.Contains(seen.MustMeldCard);
     if (left == 0 || (left >= 2 && dutyMet)) return true;
     GameState after = seen;
-    ApplyMeld(after, move);
+    Meld(after, Seat::kLocal, move);
     return TurnCanEnd(after);
 }
 
@@ -301,9 +222,9 @@ std::string WhyTurnCannotEnd(const GameState& seen) {
         if (seen.UpCount == 0) return "nothing to draw: the stack and the up pile are both empty";
         const Int16 top = seen.UpCount - 1;
         for (Int16 p = 0; p <= top; ++p) {
-            if (p != top && !CheckMeld(seen, seen.UpPile[p])) continue;
+            if (!CanTakeFromUpPile(seen, Seat::kLocal, p).ok()) continue;
             GameState after = seen;
-            TakeUpCards(after, p);
+            TakeFromUpPile(after, Seat::kLocal, p);
             if (TurnCanEnd(after)) return "";
         }
         return "the stack is empty and every take from the up pile leaves a turn that cannot end";

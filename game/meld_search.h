@@ -3,29 +3,17 @@
 #include <string>
 #include <vector>
 
-#include "game/game_state.h"
+#include "game/moves.h"
 
 namespace kelvane {
 
-// What the player at one seat sees: his hand, the up pile, the melds, the counts, the cards the
-// opponent took face up, the turn and the scores. The stock's order and the opponent's hand are
-// blanked, so nothing decided from the result can peek. Every search below reads only these.
-GameState SeatView(const GameState& state);
+// The local seat's actual melds and the turns they allow, for the players that choose moves: the
+// random player of the harness and the bot. CheckMeld is a quick test that can say yes where no
+// meld exists (3C with 2C in the hand and Q-K-A of clubs on the table); these find the actual
+// melds, each confirmed by the meld rules themselves, and try them with the moves' transitions.
 
-inline constexpr int kNewColumn = -1;
-
-// One meld gesture: hand cards laid down as a new meld, or laid off onto a column of the table.
-struct MeldMove {
-    std::vector<Int16> cards;  // from the hand, in ascending code
-    int column = kNewColumn;
-
-    bool Contains(Int16 card) const;
-    friend bool operator==(const MeldMove&, const MeldMove&) = default;
-};
-
-// The game's CheckMeld is a quick test that can say yes where no meld exists (3C with 2C in the
-// hand and Q-K-A of clubs on the table); these find the actual melds, each confirmed by the
-// meld rules themselves.
+// Would the cards make a valid meld, laid down or laid off onto the move's column?
+bool MakesMeld(const GameState& seen, const MeldMove& move);
 
 // Every set of three or four cards of one rank and every run of three or more cards of one suit
 // (the ace below the two or above the king, never both) that the hand holds.
@@ -37,11 +25,6 @@ std::vector<MeldMove> AllMelds(const GameState& seen);
 // Those holding `card`.
 std::vector<MeldMove> MeldsWith(const GameState& seen, Int16 card);
 
-// The seat's view after the meld, as the engine leaves it: the cards leave the hand, the column
-// is written in meld order and credited, the must-meld duty is met, an emptied hand floats.
-void ApplyMeld(GameState& seen, const MeldMove& move);
-// The seat's view after taking the up-pile card at `position` with every card above it.
-void TakeUpCards(GameState& seen, Int16 position);
 // Could the up-pile card at `position` be melded this turn after taking it that way?
 bool MeldableAfterTake(const GameState& seen, Int16 position);
 

@@ -40,7 +40,7 @@ struct Tally {
 
 }  // namespace
 
-bool CheckMeld(const GameState& s, Int16 card) {
+bool CheckMeld(const GameState& s, Int16 card, Seat seat) {
     const int rank = GetCardValue(card).value();
     const Int16 suit = GetCardSuit(card);
     const Neighbours want = NeighboursOf(rank);
@@ -53,7 +53,8 @@ bool CheckMeld(const GameState& s, Int16 card) {
         found = found || s.UpPile[p] == card;
         if (found) base.Add(s.UpPile[p], rank, suit, want);
     }
-    for (Int16 p = 0; p < s.LocalCount; ++p) base.Add(s.LocalHand[p], rank, suit, want);
+    const CardArray& hand = Hand(s, seat);
+    for (Int16 p = 0; p < HandCount(s, seat); ++p) base.Add(hand[p], rank, suit, want);
 
     // Every meld column in table order, then one last pass with the base list alone.
     const Int16 columns = s.TableMelds.ColumnCount();

@@ -40,23 +40,26 @@ RoundResult ScoreRound(const GameState& s) {
             melded.remote - HandPoints(s.RemoteHand, s.RemoteCount)};
 }
 
-void AddToTotals(GameState& s, const RoundResult& result) {
+RoundResult EndRound(GameState& s) {
+    const RoundResult result = ScoreRound(s);
     s.LocalScore += result.local;
     s.RemoteScore += result.remote;
+    s.MyTurn = false;
+    s.HasDrawn = false;
+    s.RoundInPlay = false;
+    return result;
 }
 
-std::string RoundMessage(const RoundResult& result) {
-    const char* who = result.local > result.remote   ? "You won"
-                      : result.local < result.remote ? "Your opponent won"
-                                                     : "You tied";
-    return std::string(who) + " that round";
+RoundWinner WinnerOf(const RoundResult& result) {
+    return result.local > result.remote   ? RoundWinner::kYou
+           : result.local < result.remote ? RoundWinner::kOpponent
+                                          : RoundWinner::kTie;
 }
 
-std::optional<std::string> GameOverMessage(const GameState& s) {
-    // Equal totals decide nothing, however high: another round is dealt until they differ.
+std::optional<GameOutcome> GameOver(const GameState& s) {
     const bool reached = s.LocalScore >= kWinningScore || s.RemoteScore >= kWinningScore;
     if (!reached || s.LocalScore == s.RemoteScore) return std::nullopt;
-    return s.LocalScore > s.RemoteScore ? "You Won the Game!" : "You Lost the Game!";
+    return s.LocalScore > s.RemoteScore ? GameOutcome::kWon : GameOutcome::kLost;
 }
 
 void ResetGame(GameState& s) {
@@ -65,30 +68,18 @@ void ResetGame(GameState& s) {
     s.RemoteScore = 0;
 }
 
-ScoreBoardTexts ScoreBoard(const GameState& s) {
-    const MeldedPoints melded = MeldedScores(s);
-    auto text = [](Int16 n) { return std::to_string(n.value()); };
-    const char* floating = s.LocalFloating && s.RemoteFloating ? "Both Floating"
-                           : s.LocalFloating                   ? "You Are Floating"
-                           : s.RemoteFloating                  ? "Your Opponent is Floating"
-                                                               : "";
-    return {
-        "Your Melded Score: " + text(melded.local) +
-            "     Opponent's Melded Score: " + text(melded.remote),
-        "Total Games Played: " + text(s.GamesPlayed - 1),
-        "Your Score: " + text(s.LocalScore),
-        "Your Opponent's Score: " + text(s.RemoteScore),
-        floating,
-    };
-}
-
 }  // namespace kelvane
 
 namespace kelvane {
 
+bool HoldsTwo(const MeldList& meld, Int16 n) {
+    for (Int16 i = 0; i < n; ++i)
+        if (GetCardValue(meld[i]) == kTwo) return true;
+    return false;
+}
+
 void CreditMeld(GameState& s, const MeldList& meld, Int16 n, int sign) {
-    bool holdsTwo = false;
-    for (Int16 i = 0; i < n; ++i) holdsTwo = holdsTwo || GetCardValue(meld[i]) == kTwo;
+    const bool holdsTwo = HoldsTwo(meld, n);
     for (Int16 i = 0; i < n; ++i) {
         const Int16 card = meld[i];
         if (s.MeldCredit[card] == 0) s.MeldCredit[card] = CardPoints(card, holdsTwo) * sign;

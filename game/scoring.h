@@ -1,7 +1,6 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
 #include "game_state.h"
 #include "meld_rules.h"
@@ -32,27 +31,22 @@ struct RoundResult {
 };
 RoundResult ScoreRound(const GameState& state);
 
-// Adds the round's result to the game totals.
-void AddToTotals(GameState& state, const RoundResult& result);
+// Scores a round that has ended into the game totals and returns its result. Nobody holds a
+// turn until the next deal: a click in that gap would send a move of the old round into the new
+// one on the other side.
+RoundResult EndRound(GameState& state);
 
-// "You won that round", "Your opponent won that round" or "You tied that round".
-std::string RoundMessage(const RoundResult& result);
+// Who won a round, from this program's side.
+enum class RoundWinner { kYou, kOpponent, kTie };
+RoundWinner WinnerOf(const RoundResult& result);
 
-// When a total has reached 500 and the totals differ: "You Won the Game!" or "You Lost the Game!".
-std::optional<std::string> GameOverMessage(const GameState& state);
+enum class GameOutcome { kWon, kLost };
+// Decided when a total has reached 500 and the totals differ; equal totals, however high, decide
+// nothing and another round is dealt.
+std::optional<GameOutcome> GameOver(const GameState& state);
 
 // A decided game starts over: totals and the deal count return to 0.
 void ResetGame(GameState& state);
-
-// The five scoreboard labels.
-struct ScoreBoardTexts {
-    std::string scores;       // lblScores
-    std::string gamesPlayed;  // lblTotGamesPlayed
-    std::string localScore;   // lblLocalScore
-    std::string remoteScore;  // lblRemoteScore
-    std::string floating;     // lblFloat
-};
-ScoreBoardTexts ScoreBoard(const GameState& state);
 
 }  // namespace kelvane
 
@@ -62,5 +56,7 @@ namespace kelvane {
 // the opponent's (sign -1) with minus their points. An ace is valued by the whole meld, so laying
 // an ace off onto a run that holds a two credits it 5.
 void CreditMeld(GameState& state, const MeldList& meld, Int16 n, int sign);
+// Whether the meld's first n cards hold a two, so that an ace in it counts low.
+bool HoldsTwo(const MeldList& meld, Int16 n);
 
 }  // namespace kelvane

@@ -42,13 +42,6 @@ CardArray ShuffleOrder(const RandomSource& random) {
     return order;
 }
 
-std::string DeckText(const CardArray& stack) {
-    std::string text;
-    text.reserve(3 * kCardsInDeck);
-    for (Int16 card : stack) text.append(nformat(card)).append(",");
-    return text;
-}
-
 void ClearTableState(GameState& state) {
     state.TableMelds.Clear();
     state.UpPile.fill(0);
@@ -79,6 +72,7 @@ void DealRound(GameState& s, std::string_view role) {
     s.UpPile[s.UpCount] = GetTopCardFromStack(s);
     s.UpCount += 1;
     s.GamesPlayed += 1;
+    s.RoundInPlay = true;
     // The client opens every odd deal of a game, so every game opens with the client to move.
     const bool oddDeal = s.GamesPlayed % 2 == 1;
     s.MyTurn = server ? !oddDeal : oddDeal;
@@ -94,21 +88,12 @@ Int16 GetTopCardFromStack(GameState& s) {
     return card;
 }
 
-namespace {
-
-void RemoveAt(CardArray& hand, Int16& count, Int16 p) {
+void RemoveFromHand(GameState& s, Seat seat, Int16 p) {
+    CardArray& hand = Hand(s, seat);
+    Int16& count = HandCount(s, seat);
     const Int16 last = count - 1;
     for (Int16 i = p; i <= last; ++i) hand[i] = i == last ? Int16(0) : hand[i + 1];
     count -= 1;
-}
-
-}  // namespace
-
-void RemoveCard(GameState& s, Int16 p) {
-    RemoveAt(s.LocalHand, s.LocalCount, p);
-}
-void RemoveRCard(GameState& s, Int16 p) {
-    RemoveAt(s.RemoteHand, s.RemoteCount, p);
 }
 
 bool CardIsKnown(const GameState& s, Int16 card) {

@@ -21,9 +21,6 @@ RandomSource SeededRandom(std::uint64_t seed);
 // while it is already used, so every order of the 52 cards can occur.
 CardArray ShuffleOrder(const RandomSource& random);
 
-// The deal message's list: every entry as two digits and a comma, Stack[0] first (156 chars).
-std::string DeckText(const CardArray& stack);
-
 // Empties the table and the up pile, as at every deal.
 void ClearTableState(GameState& state);
 
@@ -35,8 +32,7 @@ void DealRound(GameState& state, std::string_view role);
 Int16 GetTopCardFromStack(GameState& state);
 
 // Removes the card at a position of a hand, closing the gap; the order is kept.
-void RemoveCard(GameState& state, Int16 p);
-void RemoveRCard(GameState& state, Int16 p);
+void RemoveFromHand(GameState& state, Seat seat, Int16 p);
 
 // True when the opponent took this card from the up pile during the round.
 bool CardIsKnown(const GameState& state, Int16 card);

@@ -16,20 +16,20 @@ constexpr std::uint64_t kSplitSalt = 0x9E3779B97F4A7C15ULL;
 // Pieces cut from inside the stream are at most this long, so frames arrive torn apart.
 constexpr std::size_t kShortPiece = 12;
 
-// The only box a legal gesture meets is the question that confirms a discard.
-bool IsConfirmation(const HeadlessPrompts::Box& box) {
-    return box.buttons == Buttons::kYesNo && box.title == "Confirm Discard";
-}
-
-// What the other program shows for the same round.
-std::string MirroredRound(const std::string& text) {
-    const std::string won = "You won that round";
-    const std::string lost = "Your opponent won that round";
-    return text == won ? lost : text == lost ? won : text;
-}
-
-std::string MirroredGame(const std::string& text) {
-    return text == "You Won the Game!" ? "You Lost the Game!" : "You Won the Game!";
+// What a player was told, for a failure's reason.
+std::string Told(const Notice& notice) {
+    switch (notice.kind) {
+        case NoticeKind::kRefused:
+            return std::string("refused: ") + RefusalName(notice.refusal.refusal) +
+                   (notice.refusal.card != 0 ? " " + GetCardName(notice.refusal.card, false) : "");
+        case NoticeKind::kServerTooOld:
+            return "the server is too old";
+        case NoticeKind::kUnableToConnect:
+            return "unable to connect";
+        case NoticeKind::kOpponentGone:
+            return "the opponent is gone";
+    }
+    return "?";
 }
 
 }  // namespace
@@ -135,12 +135,11 @@ void Duel::Gesture(Seat& seat) {
         return Stick(seat, WhyTurnCannotEnd(SeatView(state)));
     const std::size_t sentBefore = link_.SentBytes(seat.side);
     Guarded([&] { seat.policy.Act(seat.table); });
-    for (const HeadlessPrompts::Box& box : seat.prompts.boxes()) {
-        if (IsConfirmation(box)) continue;
-        Fail(std::string(SideName(seat.side)) + "'s policy made a refused gesture: \"" + box.text +
-             "\"");
-    }
-    seat.prompts.ClearBoxes();
+    // The only question a legal gesture meets is the one that confirms a discard.
+    for (const Notice& notice : seat.prompts.notices())
+        Fail(std::string(SideName(seat.side)) +
+             "'s policy made a refused gesture: " + Told(notice));
+    seat.prompts.Clear();
     CheckQuiet(seat, "after a gesture");
     if (link_.SentBytes(seat.side) != sentBefore) {
         seat.unchecked = true;
@@ -171,9 +170,10 @@ void Duel::CheckQuiet(Seat& seat, const char* when) {
     const std::string side = SideName(seat.side);
     if (!seat.errors.reports().empty())
         Fail(side + " reported a failure " + when + ": " + seat.errors.reports().front());
-    for (const HeadlessPrompts::Box& box : seat.prompts.boxes())
-        Fail(side + " was shown \"" + box.text + "\" " + when);
-    seat.prompts.ClearBoxes();
+    for (const Notice& notice : seat.prompts.notices())
+        Fail(side + " was told \"" + Told(notice) + "\" " + when);
+    if (!seat.prompts.questions().empty()) Fail(side + " was asked a question " + when);
+    seat.prompts.Clear();
     if (seat.table.ended() || seat.screen.closed()) Fail(side + "'s program ended " + when);
 }
 
@@ -191,23 +191,22 @@ void Duel::CheckStates() {
 }
 
 void Duel::CountResults() {
-    const auto& ours = server_.screen.rounds();
-    const auto& theirs = client_.screen.rounds();
+    const std::vector<RoundResult>& ours = server_.screen.rounds();
+    const std::vector<RoundResult>& theirs = client_.screen.rounds();
     for (; roundsChecked_ < std::min(ours.size(), theirs.size()); ++roundsChecked_) {
-        const HeadlessScreen::RoundEnd& s = ours[roundsChecked_];
-        const HeadlessScreen::RoundEnd& c = theirs[roundsChecked_];
-        if (MirroredRound(s.text) != c.text || s.localPoints != c.remotePoints ||
-            s.remotePoints != c.localPoints)
-            Fail("round " + std::to_string(roundsChecked_ + 1) + " scored differently: server \"" +
-                 s.text + "\" " + std::to_string(s.localPoints) + ":" +
-                 std::to_string(s.remotePoints) + ", client \"" + c.text + "\" " +
-                 std::to_string(c.localPoints) + ":" + std::to_string(c.remotePoints));
+        const RoundResult& s = ours[roundsChecked_];
+        const RoundResult& c = theirs[roundsChecked_];
+        if (s.local != c.remote || s.remote != c.local)
+            Fail("round " + std::to_string(roundsChecked_ + 1) + " scored differently: server " +
+                 std::to_string(s.local.value()) + ":" + std::to_string(s.remote.value()) +
+                 ", client " + std::to_string(c.local.value()) + ":" +
+                 std::to_string(c.remote.value()));
     }
-    const auto& serverGames = server_.screen.games();
-    const auto& clientGames = client_.screen.games();
+    const std::vector<GameOutcome>& serverGames = server_.screen.games();
+    const std::vector<GameOutcome>& clientGames = client_.screen.games();
     for (; gamesChecked_ < std::min(serverGames.size(), clientGames.size()); ++gamesChecked_) {
-        if (MirroredGame(serverGames[gamesChecked_]) != clientGames[gamesChecked_])
-            Fail("game " + std::to_string(gamesChecked_ + 1) + " has two winners");
+        if (serverGames[gamesChecked_] == clientGames[gamesChecked_])
+            Fail("game " + std::to_string(gamesChecked_ + 1) + " has two winners or none");
     }
 }
 
@@ -225,11 +224,11 @@ DuelResult Duel::Result() const {
     result.rounds = static_cast<int>(roundsChecked_);
     result.games = static_cast<int>(gamesChecked_);
     for (std::size_t i = 0; i < roundsChecked_; ++i) {
-        result.serverPoints += server_.screen.rounds()[i].localPoints;
-        result.clientPoints += client_.screen.rounds()[i].localPoints;
+        result.serverPoints += server_.screen.rounds()[i].local.value();
+        result.clientPoints += client_.screen.rounds()[i].local.value();
     }
     for (std::size_t i = 0; i < gamesChecked_; ++i) {
-        if (server_.screen.games()[i] == "You Won the Game!")
+        if (server_.screen.games()[i] == GameOutcome::kWon)
             ++result.serverGamesWon;
         else
             ++result.clientGamesWon;

@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "engine/table.h"
-#include "game/meldability.h"
+#include "headless/gestures.h"
 
 namespace kelvane::sim {
 
@@ -13,14 +12,8 @@ enum class DrawKind { kStack, kTop, kBelowTop };
 
 bool TurnCanEndAfterTake(const GameState& seen, Int16 position) {
     GameState after = seen;
-    TakeUpCards(after, position);
+    TakeFromUpPile(after, Seat::kLocal, position);
     return TurnCanEnd(after);
-}
-
-Int16 HandPosition(const GameState& seen, Int16 card) {
-    for (Int16 i = 0; i < seen.LocalCount; ++i)
-        if (seen.LocalHand[i] == card) return i;
-    return -1;
 }
 
 }  // namespace
@@ -48,7 +41,7 @@ void RandomPolicy::Draw(Table& table, const GameState& seen) {
         const DrawKind kind = Pick(kinds);
         switch (kind) {
             case DrawKind::kStack:
-                if (seen.StackCount > 0) return table.imgStack_Click();
+                if (CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
                 break;
             case DrawKind::kTop:
                 // Taken alone into an empty hand, the top card may be neither kept nor discarded.
@@ -58,7 +51,8 @@ void RandomPolicy::Draw(Table& table, const GameState& seen) {
             case DrawKind::kBelowTop: {
                 std::vector<Int16> takes;
                 for (Int16 p = 0; p < top; ++p)
-                    if (CheckMeld(seen, seen.UpPile[p]) && TurnCanEndAfterTake(seen, p))
+                    if (CanTakeFromUpPile(seen, Seat::kLocal, p).ok() &&
+                        TurnCanEndAfterTake(seen, p))
                         takes.push_back(p);
                 if (!takes.empty()) return table.imgUpPile_Click(Pick(takes));
                 break;
@@ -86,30 +80,21 @@ void RandomPolicy::Choose(Table& table, const GameState& seen) {
         }
     }
     if (discards.empty()) return;
-    table.imgLocal_MouseDown(HandPosition(seen, Pick(discards)), kMouseRight);
+    ClickToDiscard(table, seen, Pick(discards));
 }
 
 bool RandomPolicy::ContinueMeld(Table& table, const GameState& seen) {
-    const MeldMove& meld = *meld_;
-    bool inHand = true;
-    for (Int16 card : meld.cards) inHand = inHand && HandPosition(seen, card) >= 0;
-    if (!inHand || meld.column >= seen.TableMelds.ColumnCount().value()) {
+    if (!StillPlayable(seen, *meld_)) {
         meld_.reset();
         return false;
     }
-    std::vector<Int16> toPress;
-    for (Int16 i = 0; i < seen.LocalCount; ++i)
-        if (table.IsSelected(i) != meld.Contains(seen.LocalHand[i])) toPress.push_back(i);
-    if (!toPress.empty()) {
-        table.imgLocal_MouseDown(Pick(toPress), kMouseLeft);
+    const std::vector<Int16> presses = PressesToward(table, seen, *meld_);
+    if (!presses.empty()) {
+        table.imgLocal_MouseDown(Pick(presses), kMouseLeft);
         return true;
     }
-    const int column = meld.column;
+    ClickToLay(table, *meld_);
     meld_.reset();
-    if (column == kNewColumn)
-        table.frTable_Click();
-    else
-        table.imgMeld_Click(Int16(column * kSlotsPerColumn));
     return true;
 }
 

@@ -164,8 +164,7 @@ void Form1::closeEvent(QCloseEvent* event) {
             if (table_->ended()) return;
             const int index = table_->state().Role == kRoleServer ? 1 : 0;
             if (socket_.State(index) != kSocketConnected) return;
-            cancel = MessageBox("Sure you want to quit?", Buttons::kYesNo, Icon::kNone, "") ==
-                     Answer::kNo;
+            cancel = !ShowBox(QuitBox());
         });
     });
     if (cancel) {
@@ -182,8 +181,8 @@ void Form1::CloseWindow() {
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
-void Form1::SetStatus(const std::string& text) {
-    lblStatus_->setText(QString::fromStdString(text));
+void Form1::ShowListening(const std::string& localAddress) {
+    lblStatus_->setText(QString::fromStdString(ListeningText(localAddress)));
 }
 
 void Form1::EnableSessionMenus(bool enabled) {
@@ -195,35 +194,50 @@ void Form1::ShowWarnMeldChecked(bool checked) {
     mnuWarnMeld_->setChecked(checked);
 }
 
+void Form1::ShowRoundResult(const RoundResult& result) {
+    ShowResult(RoundText(result));
+}
+
+void Form1::ShowGameResult(GameOutcome outcome) {
+    ShowResult(GameText(outcome));
+}
+
 void Form1::ShowResult(const std::string& text) {
     if (!dialog_) dialog_ = new ResultsDialog(this);
     dialog_->ShowMessage(QString::fromStdString(text));
 }
 
-Answer Form1::MessageBox(const std::string& text, Buttons buttons, Icon icon,
-                         const std::string& title) {
+void Form1::Tell(const Notice& notice) {
+    ShowBox(NoticeBox(notice));
+}
+
+bool Form1::Ask(const Question& question) {
+    return ShowBox(QuestionBox(question));
+}
+
+bool Form1::ShowBox(const BoxText& b) {
     QMessageBox box(this);
-    box.setWindowTitle(title.empty() ? kAppTitle : QString::fromStdString(title));
-    box.setText(FromCodePage(text));
-    box.setIcon(icon == Icon::kExclamation ? QMessageBox::Warning
-                : icon == Icon::kCritical  ? QMessageBox::Critical
-                                           : QMessageBox::NoIcon);
-    if (buttons == Buttons::kOk) {
+    box.setWindowTitle(b.title.empty() ? kAppTitle : QString::fromStdString(b.title));
+    box.setText(FromCodePage(b.text));
+    box.setIcon(b.icon == Icon::kExclamation ? QMessageBox::Warning
+                : b.icon == Icon::kCritical  ? QMessageBox::Critical
+                                             : QMessageBox::NoIcon);
+    if (b.buttons == Buttons::kOk) {
         box.setStandardButtons(QMessageBox::Ok);
         box.exec();
-        return Answer::kOk;
+        return false;
     }
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::Yes);
-    return box.exec() == QMessageBox::Yes ? Answer::kYes : Answer::kNo;
+    return box.exec() == QMessageBox::Yes;
 }
 
-std::string Form1::InputBox(const std::string& prompt, const std::string& title,
-                            const std::string& defaultText) {
+std::string Form1::AskHost() {
+    const HostPrompt p = HostPromptText();
     bool ok = false;
-    const QString answer =
-        QInputDialog::getText(this, QString::fromStdString(title), QString::fromStdString(prompt),
-                              QLineEdit::Normal, QString::fromStdString(defaultText), &ok);
+    const QString answer = QInputDialog::getText(
+        this, QString::fromStdString(p.title), QString::fromStdString(p.prompt), QLineEdit::Normal,
+        QString::fromStdString(p.suggested), &ok);
     return ok ? answer.trimmed().toStdString() : std::string();
 }
 

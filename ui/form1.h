@@ -10,6 +10,7 @@
 #include "engine/report_error.h"
 #include "engine/table.h"
 #include "ui/results_dialog.h"
+#include "ui/texts.h"
 
 class QAction;
 class QGroupBox;
@@ -64,21 +65,21 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void CreateMeldColumn(Int16 column) override;
     void ShowMeldColumn(Int16 column) override;
     void ClearTable() override;
-    void RefreshScoreBoard(const ScoreBoardTexts& texts) override;
+    void RefreshScoreBoard() override;
     void ShowSelection(Int16 handIndex, bool selected) override;
-    void ShowResult(const std::string& text) override;
-    void SetStatus(const std::string& text) override;
+    void ShowRoundResult(const RoundResult& result) override;
+    void ShowGameResult(GameOutcome outcome) override;
+    void ShowListening(const std::string& localAddress) override;
     void EnableSessionMenus(bool enabled) override;
     void ShowWarnMeldChecked(bool checked) override;
-    void ChatLineAdded(const Transcript& transcript) override;
+    void ChatLineAdded(const Transcript& transcript, Speaker speaker) override;
     void ClearChatInput() override;
     void CloseWindow() override;
 
     // Prompts
-    Answer MessageBox(const std::string& text, Buttons buttons, Icon icon,
-                      const std::string& title) override;
-    std::string InputBox(const std::string& prompt, const std::string& title,
-                         const std::string& defaultText) override;
+    void Tell(const Notice& notice) override;
+    bool Ask(const Question& question) override;
+    std::string AskHost() override;
     void Pause(int milliseconds) override;
 
     // ErrorPrompt
@@ -93,7 +94,12 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+  protected:
+    // A modal box; true when the player answers Yes.
+    virtual bool ShowBox(const BoxText& box);
+
   private:
+    void ShowResult(const std::string& text);
     void Form_Load();
     void Form_Resize();
     void BuildControls();

@@ -216,7 +216,8 @@ void Form1::ClearTable() {
     for (CardImage* slot : imgUpPile_) Clear(slot);
 }
 
-void Form1::RefreshScoreBoard(const ScoreBoardTexts& t) {
+void Form1::RefreshScoreBoard() {
+    const ScoreBoardTexts t = ScoreBoardText(table_->state());
     lblScores_->setText(QString::fromStdString(t.scores));
     lblTotGamesPlayed_->setText(QString::fromStdString(t.gamesPlayed));
     lblLocalScore_->setText(QString::fromStdString(t.localScore));
@@ -268,7 +269,7 @@ void AppendColoured(QTextCursor& cursor, const Transcript& t, std::size_t from,
 
 }  // namespace
 
-void Form1::ChatLineAdded(const Transcript& t) {
+void Form1::ChatLineAdded(const Transcript& t, Speaker) {
     // Only the new line is written and coloured, so a long conversation costs no more per line.
     rtbConvo_->setUpdatesEnabled(false);
     QTextCursor cursor(rtbConvo_->document());

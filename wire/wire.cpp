@@ -1,7 +1,5 @@
 #include "wire/wire.h"
 
-#include "game/stock.h"
-
 namespace kelvane {
 
 std::string Frame(std::string_view text) {
@@ -31,11 +29,23 @@ std::optional<std::optional<std::string>> CutFrame(std::string& buffer) {
 
 namespace {
 
-std::string CardList(const MeldList& meld, Int16 n) {
+// Every entry as two digits and a comma: the deal's stock order and a meld's cards.
+template <typename Cards>
+std::string CardList(const Cards& cards, int n) {
     std::string list;
-    list.reserve(static_cast<std::size_t>(3 * n.value()));
-    for (Int16 i = 0; i < n; ++i) list.append(nformat(meld[i])).append(",");
+    list.reserve(static_cast<std::size_t>(3 * n));
+    for (int i = 0; i < n; ++i) list.append(nformat(cards[i])).append(",");
     return list;
+}
+
+const MessageFormat& FormatOf(MessageKind kind) {
+    for (const MessageFormat& format : kMessageFormats)
+        if (format.kind == kind) return format;
+    Raise(kInvalidProcedureCall);
+}
+
+std::string Prefixed(MessageKind kind, std::string_view rest) {
+    return std::string(FormatOf(kind).prefix).append(rest);
 }
 
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to) {
@@ -88,25 +98,26 @@ Int16 FromDigits(std::string_view digits, bool negative) {
 }  // namespace
 
 std::string DealMessage(const CardArray& stack) {
-    return "s:" + DeckText(stack);
+    return Prefixed(MessageKind::kDeal, CardList(stack, kCardsInDeck));
 }
 std::string StackDrawMessage(Int16 card) {
-    return "M:N:" + nformat(card);
+    return Prefixed(MessageKind::kStackDraw, nformat(card));
 }
 std::string UpPileMessage(Int16 position) {
-    return "M:U:" + nformat(position);
+    return Prefixed(MessageKind::kUpPile, nformat(position));
 }
-std::string NewMeldMessage(const MeldList& meld, Int16 n) {
-    return "M:M:N:" + CardList(meld, n);
+std::string NewMeldMessage(const MeldContent& meld) {
+    return Prefixed(MessageKind::kNewMeld, CardList(meld.list, meld.count.value()));
 }
-std::string LayOffMessage(Int16 column, const MeldList& meld, Int16 n) {
-    return "M:M:" + nformat(column) + ":" + CardList(meld, n);
+std::string LayOffMessage(Int16 column, const MeldContent& meld) {
+    return Prefixed(MessageKind::kLayOff,
+                    nformat(column) + ":" + CardList(meld.list, meld.count.value()));
 }
 std::string DiscardMessage(Int16 card) {
-    return "M:D:" + nformat(card);
+    return Prefixed(MessageKind::kDiscard, nformat(card));
 }
 std::string ChatMessage(std::string_view typed) {
-    return "C:" + EscapeChat(typed);
+    return Prefixed(MessageKind::kChat, EscapeChat(typed));
 }
 
 std::string EscapeChat(std::string_view text) {
@@ -118,19 +129,41 @@ std::string UnescapeChat(std::string_view text) {
 }
 
 MessageKind Classify(std::string_view m) {
-    if (StartsWith(m, "M:")) {
-        if (StartsWith(m, "M:D:")) return MessageKind::kDiscard;
-        if (StartsWith(m, "M:N:")) return MessageKind::kStackDraw;
-        if (StartsWith(m, "M:U:")) return MessageKind::kUpPile;
-        if (StartsWith(m, "M:M:")) {
-            return StartsWith(m, "M:M:N:") ? MessageKind::kNewMeld : MessageKind::kLayOff;
-        }
-        return MessageKind::kUnknown;
-    }
-    if (StartsWith(m, "S:")) return MessageKind::kOldVersion;
-    if (StartsWith(m, "s:")) return MessageKind::kDeal;
-    if (StartsWith(m, "C:")) return MessageKind::kChat;
+    for (const MessageFormat& format : kMessageFormats)
+        if (StartsWith(m, format.prefix)) return format.kind;
     return MessageKind::kUnknown;
+}
+
+Int16 NumberField(std::string_view message, MessageKind kind) {
+    return ValueOf(RestFrom(message, FormatOf(kind).field));
+}
+
+MeldContent CardListField(std::string_view message, MessageKind kind) {
+    const std::vector<std::string_view> parts = SplitList(RestFrom(message, FormatOf(kind).field));
+    MeldContent meld;
+    // The empty element after the final comma ends the list.
+    for (std::size_t i = 0;; ++i) {
+        if (i >= parts.size()) Raise(kSubscriptOutOfRange);
+        const Int16 card = ValueOf(parts[i]);
+        if (card <= 0) return meld;
+        meld.list[meld.count] = card;
+        meld.count += 1;
+    }
+}
+
+CardArray DealField(std::string_view message) {
+    const std::vector<std::string_view> parts =
+        SplitList(RestFrom(message, FormatOf(MessageKind::kDeal).field));
+    CardArray stack{};
+    for (int i = 0; i < kCardsInDeck; ++i) {
+        if (i >= static_cast<int>(parts.size())) Raise(kSubscriptOutOfRange);
+        stack[i] = ReadWholeNumber(parts[static_cast<std::size_t>(i)]);
+    }
+    return stack;
+}
+
+std::string ChatField(std::string_view message) {
+    return UnescapeChat(RestFrom(message, FormatOf(MessageKind::kChat).field));
 }
 
 std::string_view RestFrom(std::string_view message, int position) {

@@ -86,7 +86,7 @@ TEST(BotPolicy, DecidesFromItsSeatAloneAndDigsIntoThePileOnlyToMeld) {
         if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;
         ++deepTakes;
         GameState after = seen;
-        TakeUpCards(after, d->position);
+        TakeFromUpPile(after, Seat::kLocal, d->position);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         ASSERT_TRUE(plan);
         EXPECT_TRUE(

@@ -19,15 +19,15 @@ using test::Card;
 using test::Meld;
 
 TEST(WireMessages, FramesAndTheDealAreByteExact) {
-    const auto [run, three] = Meld("5S 6S 7S");
-    const auto [laidOff, four] = Meld("5S 6S 7S 8S");
+    const MeldContent run = Meld("5S 6S 7S");
+    const MeldContent laidOff = Meld("5S 6S 7S 8S");
     const std::pair<std::string, std::string_view> cases[] = {
         {Frame(DiscardMessage(5)), "(M:D:05)"},
         {Frame(UpPileMessage(4)), "(M:U:04)"},
         {Frame(StackDrawMessage(40)), "(M:N:40)"},
-        {Frame(NewMeldMessage(run, three)), "(M:M:N:05,06,07,)"},
-        {Frame(LayOffMessage(0, laidOff, four)), "(M:M:00:05,06,07,08,)"},
-        {Frame(LayOffMessage(12, run, three)), "(M:M:12:05,06,07,)"},
+        {Frame(NewMeldMessage(run)), "(M:M:N:05,06,07,)"},
+        {Frame(LayOffMessage(0, laidOff)), "(M:M:00:05,06,07,08,)"},
+        {Frame(LayOffMessage(12, run)), "(M:M:12:05,06,07,)"},
     };
     for (const auto& [sent, expected] : cases) EXPECT_EQ(sent, expected);
     // The deal carries the stock bottom first and reads back.
@@ -65,7 +65,7 @@ std::string RandomMessage(RandomSource& random) {
         case 0:
             return ChatMessage(typed);
         case 1:
-            return LayOffMessage(Below(random, 20), cards, 1 + Below(random, 13));
+            return LayOffMessage(Below(random, 20), {cards, Int16(1 + Below(random, 13))});
         default:
             return DealMessage(cards);
     }
@@ -219,7 +219,7 @@ struct Turn : test::TableUnderTest {
         std::vector<Int16> move = test::Cards(cards);
         std::sort(move.begin(), move.end());
         GameState plan = s;
-        ApplyMeld(plan, {move, slot < 0 ? kNewColumn : slot / kSlotsPerColumn});
+        kelvane::Meld(plan, Seat::kLocal, {move, slot < 0 ? kNewColumn : slot / kSlotsPerColumn});
         slot < 0 ? table.frTable_Click() : table.imgMeld_Click(slot);
         EXPECT_TRUE(Snapshot(s) == Snapshot(plan));
     }
@@ -294,7 +294,7 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
         if (*c.takenUp) t.s.TakenUpCard = Card(c.takenUp);
         if (c.warn) t.table.mnuWarnMeld_Click();
         if (c.gesture != kDiscard) t.Select(c.cards);
-        t.prompts.answers = {Answer::kNo};
+        t.prompts.answers = {false};
         const auto before = Snapshot(t.s);
         gestures[c.gesture](t, c);
         std::vector<test::ScriptedPrompts::Box> boxes;
@@ -331,7 +331,7 @@ TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
         Turn take("7H 7S", "3D 4D 7C 8C JS");
         take.s.TakenUpCard = Card("2S");
         GameState plan = take.s;
-        TakeUpCards(plan, index);
+        TakeFromUpPile(plan, Seat::kLocal, index);
         take.table.imgUpPile_Click(index);
         EXPECT_TRUE(Snapshot(take.s) == Snapshot(plan));
         EXPECT_EQ(take.socket.sent, std::vector{"(M:U:0" + std::to_string(index) + ")"});

@@ -8,6 +8,7 @@
 
 #include "game/game_state.h"
 #include "game/meld_rules.h"
+#include "game/moves.h"
 #include "game/stock.h"
 
 // Cards spelled the way people read them in tests: "7S 7D 7C", "QH KH AH", "TD" for ten.
@@ -37,11 +38,11 @@ Int16 Fill(Array& slots, std::string_view names) {
     return n;
 }
 
-// A meld list holding the cards in the order written; second is the count.
-inline std::pair<MeldList, Int16> Meld(std::string_view names) {
-    MeldList meld{};
-    const Int16 n = Fill(meld, names);
-    return {meld, n};
+// A meld list holding the cards in the order written, with its count.
+inline MeldContent Meld(std::string_view names) {
+    MeldContent meld;
+    meld.count = Fill(meld.list, names);
+    return meld;
 }
 
 inline void SetHand(GameState& s, std::string_view names) {

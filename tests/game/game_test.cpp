@@ -333,54 +333,31 @@ TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     s.MeldCredit[Card("TH")] = -10;
     test::SetHand(s, "4C AC");
     test::SetRemoteHand(s, "KH");
-    const RoundResult r = ScoreRound(s);
+    s.LocalScore = 20;
+    s.RemoteScore = -10;
+    s.MyTurn = s.HasDrawn = s.RoundInPlay = true;
+    const RoundResult r = EndRound(s);
     EXPECT_EQ(r.local, 10);
     EXPECT_EQ(r.remote, 0);
-    AddToTotals(s, {10, -5});
-    AddToTotals(s, {10, -5});
-    EXPECT_EQ(s.LocalScore, 20);
+    EXPECT_EQ(s.LocalScore, 30);
     EXPECT_EQ(s.RemoteScore, -10);
-    EXPECT_EQ(RoundMessage({10, 0}), "You won that round");
-    EXPECT_EQ(RoundMessage({0, 10}), "Your opponent won that round");
-    EXPECT_EQ(RoundMessage({-5, -5}), "You tied that round");
+    EXPECT_FALSE(s.MyTurn || s.HasDrawn || s.RoundInPlay) << "nobody moves until the next deal";
+    EXPECT_EQ(WinnerOf({10, 0}), RoundWinner::kYou);
+    EXPECT_EQ(WinnerOf({0, 10}), RoundWinner::kOpponent);
+    EXPECT_EQ(WinnerOf({-5, -5}), RoundWinner::kTie);
     // The game ends at 500 with unequal totals.
     struct Case {
         int local, remote;
-        const char* message;  // nullptr: the game goes on
+        std::optional<GameOutcome> outcome;  // none: the game goes on
     };
-    for (Case c : {Case{500, 500, nullptr},
-                   {499, 480, nullptr},
-                   {500, 499, "You Won the Game!"},
-                   {505, 510, "You Lost the Game!"},
-                   {-20, 500, "You Lost the Game!"}}) {
+    for (Case c : {Case{500, 500, std::nullopt},
+                   {499, 480, std::nullopt},
+                   {500, 499, GameOutcome::kWon},
+                   {505, 510, GameOutcome::kLost},
+                   {-20, 500, GameOutcome::kLost}}) {
         s.LocalScore = c.local;
         s.RemoteScore = c.remote;
-        EXPECT_EQ(GameOverMessage(s),
-                  c.message ? std::optional<std::string>(c.message) : std::nullopt)
-            << c.local << "/" << c.remote;
-    }
-}
-
-TEST(Scoring, ScoreBoardTexts) {
-    GameState s;
-    s.GamesPlayed = 1;
-    s.MeldCredit[Card("AH")] = 5;
-    s.MeldCredit[Card("2H")] = 5;
-    s.MeldCredit[Card("QS")] = -10;
-    s.LocalScore = -35;
-    s.RemoteScore = 120;
-    ScoreBoardTexts t = ScoreBoard(s);
-    EXPECT_EQ(t.scores, "Your Melded Score: 10     Opponent's Melded Score: 10");
-    EXPECT_EQ(t.gamesPlayed, "Total Games Played: 0");
-    EXPECT_EQ(t.localScore, "Your Score: -35");
-    EXPECT_EQ(t.remoteScore, "Your Opponent's Score: 120");
-    for (auto [local, remote, text] : {std::tuple{false, false, ""},
-                                       {true, false, "You Are Floating"},
-                                       {false, true, "Your Opponent is Floating"},
-                                       {true, true, "Both Floating"}}) {
-        s.LocalFloating = local;
-        s.RemoteFloating = remote;
-        EXPECT_EQ(ScoreBoard(s).floating, text);
+        EXPECT_EQ(GameOver(s), c.outcome) << c.local << "/" << c.remote;
     }
 }
 

@@ -198,7 +198,7 @@ TEST(Duel, FaultsEndTheDuelAsFailures) {
     RandomPolicy forgerPlays(5);
     const Case cases[] = {
         {"a discard before drawing", [](Table& t) { t.imgLocal_MouseDown(0, kMouseRight); },
-         "refused gesture: \"Please Draw First\""},
+         "refused gesture: refused: not drawn"},
         {"a player who never moves", [](Table&) {}, "made no progress"},
         {"a message applied on one side only",
          [&, forged = false](Table& t) mutable {

@@ -23,13 +23,11 @@ class UnattendedWindow : public Form1 {
   public:
     using Form1::Form1;
 
-    Answer MessageBox(const std::string& text, Buttons buttons, Icon, const std::string&) override {
-        boxes.push_back(text);
-        return buttons == Buttons::kOk ? Answer::kOk : Answer::kYes;
+    bool ShowBox(const BoxText& box) override {
+        boxes.push_back(box.text);
+        return true;
     }
-    std::string InputBox(const std::string&, const std::string&, const std::string&) override {
-        return "127.0.0.1";
-    }
+    std::string AskHost() override { return "127.0.0.1"; }
     void Pause(int) override {}
     bool AskToContinue(const std::string& text) override {
         failures.push_back(text);

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+
+#include "engine/ports.h"
+#include "game/game_state.h"
+#include "game/scoring.h"
+
+namespace kelvane {
+
+// Every text the window shows for what the engine reports, in one place. Plain C++, so the
+// engine's tests can read the same words the player reads.
+
+enum class Buttons { kOk, kYesNo };
+enum class Icon { kNone, kExclamation, kCritical };
+
+// A modal box: its text, buttons, icon and title (empty: the application's own title).
+struct BoxText {
+    std::string text;
+    Buttons buttons = Buttons::kOk;
+    Icon icon = Icon::kNone;
+    std::string title;
+    friend bool operator==(const BoxText&, const BoxText&) = default;
+};
+
+BoxText NoticeBox(const Notice& notice);
+BoxText QuestionBox(const Question& question);
+// The window's own question when the player quits during a session.
+BoxText QuitBox();
+
+// The host prompt: its text, title and the address offered.
+struct HostPrompt {
+    std::string prompt, title, suggested;
+};
+HostPrompt HostPromptText();
+
+// "You won that round", "Your opponent won that round" or "You tied that round".
+std::string RoundText(const RoundResult& result);
+// "You Won the Game!" or "You Lost the Game!".
+std::string GameText(GameOutcome outcome);
+// The status line while the server waits for its client.
+std::string ListeningText(const std::string& localAddress);
+
+// The five scoreboard labels.
+struct ScoreBoardTexts {
+    std::string scores;       // lblScores
+    std::string gamesPlayed;  // lblTotGamesPlayed
+    std::string localScore;   // lblLocalScore
+    std::string remoteScore;  // lblRemoteScore
+    std::string floating;     // lblFloat
+};
+ScoreBoardTexts ScoreBoardText(const GameState& state);
+
+}  // namespace kelvane
