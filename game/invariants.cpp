@@ -112,6 +112,9 @@ std::string CheckInvariants(const GameState& s) {
     CheckHandOrder(p, s);
     if (s.MustMeldCard != 0 && s.MustMeldCard == s.TakenUpCard)
         p.Add("the must-meld card is also the card taken alone");
+    if (s.RemoteMustMeldCard != 0 && s.RemoteMustMeldCard == s.RemoteTakenUpCard)
+        p.Add("the opponent's must-meld card is also his card taken alone");
+    if (s.MyTurn && !s.RoundInPlay) p.Add("the local player holds a turn between rounds");
     return p.str();
 }
 
@@ -138,6 +141,11 @@ std::string CheckMirrored(const GameState& a, const GameState& b) {
     if (a.LocalFloating != b.RemoteFloating || a.RemoteFloating != b.LocalFloating)
         p.Add("floating flags differ");
     if (a.HasDrawn != b.HasDrawn) p.Add("drawn flags differ");
+    if (a.MustMeldCard != b.RemoteMustMeldCard || a.RemoteMustMeldCard != b.MustMeldCard)
+        p.Add("must-meld duties differ");
+    if (a.TakenUpCard != b.RemoteTakenUpCard || a.RemoteTakenUpCard != b.TakenUpCard)
+        p.Add("cards taken alone differ");
+    if (a.RoundInPlay != b.RoundInPlay) p.Add("one side's round is over");
     if (a.MyTurn && b.MyTurn) p.Add("both sides hold the turn");
     for (int card = 1; card <= kCardsInDeck; ++card)
         if (a.MeldCredit[card] != -b.MeldCredit[card])

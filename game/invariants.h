@@ -12,7 +12,8 @@ namespace kelvane {
 std::string CheckInvariants(const GameState& state);
 
 // The two programs' copies of one round mirror each other: hands exchanged, piles, table and
-// deal count equal, scores and credits with opposite signs, at most one side to move.
+// deal count equal, scores, credits and each player's duties with opposite signs or seats, at
+// most one side to move.
 std::string CheckMirrored(const GameState& a, const GameState& b);
 
 }  // namespace kelvane
