@@ -3,7 +3,7 @@
 #include <QMenuBar>
 #include <QWidget>
 
-#include "ui/first_paint_probe.h"
+#include "first_paint_probe.h"
 #include "ui/geometry.h"
 
 // The yardstick for Kelvane's start-up: the least a Qt Widgets program does before its first

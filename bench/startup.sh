@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Start-up to the first painted window: Kelvane beside the least a Qt Widgets program with a menu
-# bar does (kelvane_minimal_window), started in turns so both meet the same machine state. Each
-# program leaves right after its first frame is drawn (KELVANE_EXIT_AFTER_FIRST_PAINT=1).
+# Start-up to the first painted window: Kelvane's window as the game runs it
+# (kelvane_startup_window) beside the least a Qt Widgets program with a menu bar does
+# (kelvane_minimal_window), started in turns so both meet the same machine state. Each program is
+# built to leave right after its first frame is drawn.
 #
 #   bench/startup.sh [BUILD_DIR] [RUNS]      defaults: build/release 30
 #
@@ -10,13 +11,12 @@ set -euo pipefail
 
 build=${1:-build/release}
 runs=${2:-30}
-game=$build/app/kelvane
+game=$build/bench/kelvane_startup_window
 minimal=$build/bench/kelvane_minimal_window
 for program in "$game" "$minimal"; do
   [[ -x $program ]] || { echo "startup.sh: $program is not built" >&2; exit 1; }
 done
 export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
-export KELVANE_EXIT_AFTER_FIRST_PAINT=1
 
 # Milliseconds from exec to exit after the first paint.
 elapsed_ms() {

@@ -1,13 +1,24 @@
+// Whole games between two kelvane-bot processes over loopback TCP, on two pairs of seeds. Only
+// here does the program we ship as the computer opponent play itself: its options, its socket,
+// the lines it prints for each round and game (mirrored on the two sides, totals adding up, a game
+// decided at 500) and how it leaves, on its own after its rounds or on seeing the other leave.
+// Whether two engines keep in step message by message is the in-memory duel's (sim_test.cpp),
+// over ten times the rounds; the window's handlers are window_vs_bot_test.cpp's. The client that
+// plays on until the server leaves rides along with the second pair rather than in a game of its
+// own. A bot that stops playing ends its game within seconds (game_watch.h).
+
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include "game_watch.h"
 
 namespace kelvane {
 namespace {
@@ -25,18 +36,14 @@ struct Output {
     std::string err;
 };
 
-Output Collect(QProcess& p) {
+Output Parse(const test::Program& bot) {
     static const QRegularExpression round(
         "^Round (\\d+): you (-?\\d+), opponent (-?\\d+)\\. Totals: you (-?\\d+), opponent "
         "(-?\\d+)\\.$");
     static const QRegularExpression game("^Game: you (won|lost) (-?\\d+) to (-?\\d+)\\.$");
-    Output run{p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-               {},
-               {},
-               p.readAllStandardError().toStdString()};
+    Output run{bot.exitCode(), {}, {}, bot.err().toStdString()};
     const auto n = [](const QRegularExpressionMatch& m, int i) { return m.captured(i).toInt(); };
-    for (const QString& text :
-         QString::fromUtf8(p.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts)) {
+    for (const QString& text : bot.out().split('\n', Qt::SkipEmptyParts)) {
         if (const auto r = round.match(text); r.hasMatch())
             run.lines.push_back({false, n(r, 1), n(r, 2), n(r, 3), n(r, 4), n(r, 5)});
         else if (const auto g = game.match(text); g.hasMatch())
@@ -47,36 +54,54 @@ Output Collect(QProcess& p) {
     return run;
 }
 
+constexpr int kRounds = 200;
+
+// The server always stops after kRounds; a client given no number of rounds plays on until it
+// sees the server leave.
+struct Pairing {
+    int serverSeed, clientSeed;
+    bool clientCounts;
+    friend void PrintTo(const Pairing& p, std::ostream* os) {
+        *os << "seeds " << p.serverSeed << " and " << p.clientSeed
+            << (p.clientCounts ? "" : ", the client uncounted");
+    }
+};
+
+struct Game {
+    std::string stopped;  // why the watch called the game off; empty when both left as they should
+    Output server, client;
+};
+
 // A serving and a connecting kelvane-bot over loopback, the client sent to the port the server
-// names; both are killed if they outlast a generous deadline.
-std::pair<Output, Output> PlayTwoBots(const QStringList& serverArgs,
-                                      const QStringList& clientArgs) {
-    const QDeadlineTimer deadline(120'000);
-    QProcess server, client;
-    server.start(KELVANE_BOT_PATH,
-                 QStringList{"--serve", "--port", "0", "--delay", "0"} + serverArgs);
-    server.setReadChannel(QProcess::StandardError);
-    QString told;
-    QRegularExpressionMatch port;
-    while (!port.hasMatch() && server.waitForReadyRead(10'000)) {
-        told += QString::fromUtf8(server.readAllStandardError());
-        port = QRegularExpression("waiting for an opponent on port (\\d+)").match(told);
-    }
-    EXPECT_TRUE(port.hasMatch()) << told.toStdString();
-    client.start(KELVANE_BOT_PATH,
-                 QStringList{"--connect", "127.0.0.1", "--port", port.captured(1), "--delay", "0"} +
-                     clientArgs);
-    for (QProcess* p : {&server, &client}) {
-        while (p->state() != QProcess::NotRunning && !deadline.hasExpired())
-            p->waitForFinished(100);
-        if (p->state() == QProcess::NotRunning) continue;
-        ADD_FAILURE() << "a bot was still playing at the deadline";
-        p->kill();
-        p->waitForFinished();
-    }
-    std::pair<Output, Output> runs{Collect(server), Collect(client)};
-    runs.first.err.insert(0, told.toStdString());
-    return runs;
+// names. A bot that stops playing or leaves early ends the game at once, told with both stories.
+Game PlayTwoBots(const Pairing& pairing) {
+    const QString lastRound = QString("Round %1: ").arg(kRounds);
+    test::Program server("the server", lastRound);
+    test::Program client("the client", pairing.clientCounts ? lastRound : "Your opponent left.");
+    const auto rounds = [](bool counts) {
+        return counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{};
+    };
+    server.Start(KELVANE_BOT_PATH, QStringList{"--serve", "--port", "0", "--delay", "0", "--seed",
+                                               QString::number(pairing.serverSeed)} +
+                                       rounds(true));
+    const auto wait = [&] {
+        for (test::Program* bot : {&server, &client})
+            if (bot->running()) bot->process().waitForReadyRead(20);
+    };
+    static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
+    Game game;
+    game.stopped = test::Watch(
+        {&server}, [&] { return listening.match(server.err()).hasMatch(); }, wait);
+    if (!game.stopped.empty()) return game;
+    client.Start(KELVANE_BOT_PATH, QStringList{"--connect", "127.0.0.1", "--port",
+                                               listening.match(server.err()).captured(1), "--delay",
+                                               "0", "--seed", QString::number(pairing.clientSeed)} +
+                                       rounds(pairing.clientCounts));
+    game.stopped = test::Watch(
+        {&server, &client}, [&] { return !server.running() && !client.running(); }, wait);
+    game.server = Parse(server);
+    game.client = Parse(client);
+    return game;
 }
 
 // A bot that left on its own after `rounds` rounds, numbered from 1, whose totals add up the
@@ -107,17 +132,19 @@ void ExpectCleanEnd(const Output& run, int rounds) {
     EXPECT_EQ(round, rounds);
 }
 
-class TwoBots : public ::testing::TestWithParam<std::pair<int, int>> {};
+class TwoBots : public ::testing::TestWithParam<Pairing> {};
 
-// The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
 TEST_P(TwoBots, PlayTwoHundredRoundsAndTellTheSameStory) {
-    const auto [serverSeed, clientSeed] = GetParam();
-    const auto [server, client] =
-        PlayTwoBots({"--rounds", "200", "--seed", QString::number(serverSeed)},
-                    {"--rounds", "200", "--seed", QString::number(clientSeed)});
-    ExpectCleanEnd(server, 200);
-    ExpectCleanEnd(client, 200);
-    EXPECT_EQ((server.other + client.other).join('\n').toStdString(), "");
+    const Pairing pairing = GetParam();
+    const Game game = PlayTwoBots(pairing);
+    ASSERT_TRUE(game.stopped.empty()) << game.stopped;
+    const Output& server = game.server;
+    const Output& client = game.client;
+    ExpectCleanEnd(server, kRounds);
+    ExpectCleanEnd(client, kRounds);
+    EXPECT_EQ(server.other.join('\n').toStdString(), "");
+    EXPECT_EQ(client.other.join('\n').toStdString(),
+              pairing.clientCounts ? "" : "Your opponent left.");
     ASSERT_EQ(server.lines.size(), client.lines.size());
     for (std::size_t k = 0; k < server.lines.size(); ++k) {
         const Line& a = server.lines[k];
@@ -128,14 +155,42 @@ TEST_P(TwoBots, PlayTwoHundredRoundsAndTellTheSameStory) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots, ::testing::Values(std::pair(1, 101), std::pair(7, 2)));
+// The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
+INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
+                         ::testing::Values(Pairing{1, 101, true}, Pairing{7, 2, false}),
+                         [](const auto& p) {
+                             return "Server" + std::to_string(p.param.serverSeed) + "Client" +
+                                    std::to_string(p.param.clientSeed) +
+                                    (p.param.clientCounts ? "" : "Uncounted");
+                         });
 
-// Given no number of rounds, the client plays on until the server leaves after its three.
-TEST(TwoBots, AClientWithoutRoundsSeesItsOpponentLeave) {
-    const auto [server, client] = PlayTwoBots({"--rounds", "3", "--seed", "4"}, {"--seed", "5"});
-    ExpectCleanEnd(server, 3);
-    ExpectCleanEnd(client, 3);
-    EXPECT_EQ(client.other.join('\n').toStdString(), "Your opponent left.");
+// A watch that cannot call a game off would let a stopped game run to the cap: each way a side
+// stops must end the watch, told with that side's story.
+TEST(GameWatch, CallsOffAGameThatStops) {
+    struct Case {
+        QStringList args;
+        const char* lastWords;
+        const char *why, *story;
+    };
+    const Case cases[] = {
+        {{"--serve", "--port", "0"},
+         "Round 1: ",
+         "nothing moved for 0.3 s",
+         "running; printed nothing; standard error:\nkelvane-bot: waiting"},
+        {{"--rounds", "many"},
+         "Round 1: ",
+         "the bot left before the game was over",
+         "left with code 2"},
+        {{"--help"}, "", "every program has left, but the game is not over", "left with code 0"},
+    };
+    for (const Case& c : cases) {
+        test::Program bot("the bot", c.lastWords);
+        bot.Start(KELVANE_BOT_PATH, c.args);
+        const std::string stopped = test::Watch(
+            {&bot}, [] { return false; }, [&] { bot.process().waitForReadyRead(20); }, {}, 300);
+        EXPECT_TRUE(stopped.starts_with(c.why)) << stopped;
+        EXPECT_NE(stopped.find(c.story), std::string::npos) << stopped;
+    }
 }
 
 }  // namespace

@@ -1,3 +1,9 @@
+// The meld search against the rules, and the in-memory duel: two engines joined without a socket,
+// their states held against each other after every message, over two thousand rounds of random
+// legal play with the byte stream split at random. Only the duel sees inside both programs at
+// once and plays that many rounds in seconds; the processes over TCP (two_bots_test.cpp) and the
+// window (window_vs_bot_test.cpp) are judged by what they print and show.
+
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,8 @@
+// The window's pictures, views and layout, and two windows playing a scripted round over loopback.
+// That round is the only test to move the game through the widgets, mouse and keys, rather than
+// the handlers, and to watch one window's views follow the other's moves, chat and quitting;
+// whole games through the handlers are window_vs_bot_test.cpp's.
+
 #include <gtest/gtest.h>
 
 #include <QDir>

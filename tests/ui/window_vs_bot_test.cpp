@@ -1,14 +1,20 @@
+// The window against a kelvane-bot process, one whole game to 500 points in each seat. Only here
+// do the window's own handlers, socket, boxes and results play a whole game, moved by a player at
+// either seat; the bot's lines are checked in detail by two_bots_test.cpp, the window's widgets
+// and views by the two windows' round (views_test.cpp), and the engines' agreement message by
+// message by the in-memory duel (sim_test.cpp). A side that stops playing ends the game within
+// seconds, told with whose turn it was (game_watch.h).
+
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "game_watch.h"
 #include "qtnet/qt_socket.h"
 #include "sim/random_policy.h"
 #include "ui/deck.h"
@@ -47,68 +53,72 @@ class WindowAgainstBot : public ::testing::TestWithParam<bool> {};
 TEST_P(WindowAgainstBot, PlaysAWholeGame) {
     const bool windowServes = GetParam();
     Deck deck;
-    struct Program {
-        explicit Program(Deck& d) : window(socket, d, [] { return SeededRandom(11); }) {}
+    struct Kelvane {
+        explicit Kelvane(Deck& d) : window(socket, d, [] { return SeededRandom(11); }) {}
         QtSocket socket;
         UnattendedWindow window;
     };
-    auto program = std::make_unique<Program>(deck);
+    auto program = std::make_unique<Kelvane>(deck);
     QtSocket& socket = program->socket;
     UnattendedWindow& window = program->window;
     window.show();
     sim::RandomPolicy player(5);
-    QProcess bot;
-    bot.setReadChannel(QProcess::StandardError);
+    // Whose turn it is says which side stopped, should the game stop; any change is progress.
+    const auto seen = [&] {
+        const GameState& s = window.table().state();
+        return std::string("the window: ") +
+               (!s.MyTurn    ? "the bot's turn"
+                : s.HasDrawn ? "its turn, drawn"
+                             : "its turn") +
+               "; totals " + std::to_string(s.LocalScore.value()) + " to " +
+               std::to_string(s.RemoteScore.value()) + "; " + std::to_string(s.StackCount.value()) +
+               " in the stock; hands " + std::to_string(s.LocalCount.value()) + " and " +
+               std::to_string(s.RemoteCount.value());
+    };
+    const auto play = [&] {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        if (window.table().state().MyTurn) player.Act(window.table());
+    };
+    test::Program bot("the bot", "Your opponent left.");
     QStringList args{"--delay", "0", "--seed", "3", "--port"};
     if (windowServes) {
         window.table().UsePort(0);
         window.table().mnuServer_Click();
-        bot.start(KELVANE_BOT_PATH, args << QString::number(socket.LocalPort(0)) << "--connect"
+        bot.Start(KELVANE_BOT_PATH, args << QString::number(socket.LocalPort(0)) << "--connect"
                                          << "127.0.0.1");
     } else {
-        bot.start(KELVANE_BOT_PATH, args << "0"
+        bot.Start(KELVANE_BOT_PATH, args << "0"
                                          << "--serve");
         // Told on standard error once it listens, perhaps in pieces.
-        QString told;
-        QRegularExpressionMatch port;
-        while (!port.hasMatch() && bot.waitForReadyRead(10'000)) {
-            told += bot.readAllStandardError();
-            port = QRegularExpression("on port (\\d+)\n").match(told);
-        }
-        ASSERT_TRUE(port.hasMatch()) << told.toStdString();
-        window.table().UsePort(port.captured(1).toInt());
+        static const QRegularExpression listening("on port (\\d+)\n");
+        const std::string stopped = test::Watch(
+            {&bot}, [&] { return listening.match(bot.err()).hasMatch(); }, play, seen);
+        ASSERT_TRUE(stopped.empty()) << stopped;
+        window.table().UsePort(listening.match(bot.err()).captured(1).toInt());
         window.table().mnuClient_Click();
     }
 
-    ASSERT_TRUE(bot.waitForStarted(10'000));
-    bot.setReadChannel(QProcess::StandardOutput);
-    QString out;
-    const QDeadlineTimer deadline(120'000);
-    while (!out.contains("Game:") && bot.state() == QProcess::Running && !deadline.hasExpired() &&
-           window.failures.empty()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        bot.waitForReadyRead(0);
-        out += bot.readAllStandardOutput();
-        if (window.table().state().MyTurn) player.Act(window.table());
-    }
+    const std::string stopped = test::Watch(
+        {&bot}, [&] { return bot.out().contains("Game:") || !window.failures.empty(); }, play,
+        seen);
+    ASSERT_TRUE(stopped.empty()) << stopped;
     window.close();
     const std::vector<std::string> boxes = window.boxes, failures = window.failures;
     // The program ends with its window, and its connection with it.
     program.reset();
-    while (bot.state() == QProcess::Running && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        bot.waitForFinished(5);
-    }
-    ASSERT_EQ(bot.state(), QProcess::NotRunning);
-    out += bot.readAllStandardOutput();
-    const QString err = bot.readAllStandardError();
+    const std::string lingered = test::Watch(
+        {&bot}, [&] { return !bot.running(); },
+        [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); });
+    ASSERT_TRUE(lingered.empty()) << lingered;
+    const QString& out = bot.out();
+    const QString& err = bot.err();
 
     EXPECT_TRUE(out.contains(QRegularExpression("^Game: you (won|lost) \\d+ to \\d+\\.$",
                                                 QRegularExpression::MultilineOption)))
         << out.toStdString() << err.toStdString();
     EXPECT_TRUE(out.startsWith("Round 1: you ")) << out.toStdString();
     EXPECT_TRUE(out.endsWith("Your opponent left.\n")) << out.toStdString();
-    EXPECT_EQ(bot.exitCode(), 0);
+    EXPECT_EQ(bot.exitCode(), 0) << err.toStdString();
     EXPECT_FALSE(err.contains("engine failure") || err.contains("the table said"))
         << err.toStdString();
     EXPECT_TRUE(failures.empty()) << failures.front();

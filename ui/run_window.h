@@ -1,0 +1,13 @@
+#pragma once
+
+#include <functional>
+
+class QWidget;
+
+namespace kelvane {
+
+// The game as a program: the application, the card pictures, the socket and the window, shown
+// and run until the player quits. `beforeShow` is handed the window before its first showing.
+int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>& beforeShow = {});
+
+}  // namespace kelvane
