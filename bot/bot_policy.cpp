@@ -312,35 +312,20 @@ std::optional<Draw> ChooseDraw(const GameState& seen) {
     return best;
 }
 
-void BotPolicy::Act(Table& table) {
-    const GameState seen = SeatView(table.state());
-    if (!seen.MyTurn) {
-        meld_.reset();
-        return;
-    }
-    if (!seen.HasDrawn) {
-        meld_.reset();
-        const std::optional<Draw> draw = ChooseDraw(seen);
-        if (!draw) return;
-        if (draw->fromStack)
-            table.imgStack_Click();
-        else
-            table.imgUpPile_Click(draw->position);
-        return;
-    }
-    // A meld whose cards have left the hand is planned afresh.
-    if (meld_ && !StillPlayable(seen, *meld_)) meld_.reset();
-    if (!meld_) {
-        const std::optional<TurnPlan> plan = PlanTurn(seen);
-        if (!plan) return;
-        if (plan->melds.empty()) return ClickToDiscard(table, seen, plan->discard);
-        meld_ = plan->melds.front();
-    }
-    // One press toward the meld's selection, or the click that lays it.
-    if (const std::vector<Int16> presses = PressesToward(table, seen, *meld_); !presses.empty())
-        return table.imgLocal_MouseDown(presses.front(), kMouseLeft);
-    ClickToLay(table, *meld_);
-    meld_.reset();
+void BotPolicy::Draw(Table& table, const GameState& seen) {
+    const std::optional<kelvane::bot::Draw> draw = ChooseDraw(seen);
+    if (!draw) return;
+    if (draw->fromStack)
+        table.imgStack_Click();
+    else
+        table.imgUpPile_Click(draw->position);
+}
+
+void BotPolicy::Choose(Table& table, const GameState& seen) {
+    const std::optional<TurnPlan> plan = PlanTurn(seen);
+    if (!plan) return;
+    if (plan->melds.empty()) return ClickToDiscard(table, seen, plan->discard);
+    StartMeld(table, seen, plan->melds.front());
 }
 
 }  // namespace kelvane::bot

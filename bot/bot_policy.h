@@ -5,7 +5,7 @@
 
 #include "game/game_state.h"
 #include "game/meld_search.h"
-#include "headless/policy.h"
+#include "headless/gestures.h"
 
 namespace kelvane::bot {
 
@@ -37,13 +37,10 @@ std::optional<Draw> ChooseDraw(const GameState& seen);
 // the up pile, the melds, the counts and the cards the opponent took face up): the stock's
 // order and the opponent's hand are blanked before any decision, although the engine holds them.
 // Every gesture goes through the handlers a click would use, and only one the handler accepts.
-class BotPolicy : public Policy {
-  public:
-    void Act(Table& table) override;
-
+class BotPolicy : public MovePlayer {
   private:
-    // The meld being selected, press by press, before the click that lays it.
-    std::optional<MeldMove> meld_;
+    void Draw(Table& table, const GameState& seen) override;
+    void Choose(Table& table, const GameState& seen) override;
 };
 
 }  // namespace kelvane::bot

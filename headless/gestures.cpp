@@ -29,4 +29,36 @@ void ClickToDiscard(Table& table, const GameState& seen, Int16 card) {
     table.imgLocal_MouseDown(HandPosition(seen, Seat::kLocal, card), kMouseRight);
 }
 
+void MovePlayer::Act(Table& table) {
+    const GameState seen = SeatView(table.state());
+    if (!seen.MyTurn || !seen.HasDrawn) {
+        meld_.reset();
+        if (seen.MyTurn) Draw(table, seen);
+        return;
+    }
+    if (meld_ && ContinueMeld(table, seen)) return;
+    Choose(table, seen);
+}
+
+void MovePlayer::StartMeld(Table& table, const GameState& seen, MeldMove meld) {
+    meld_ = std::move(meld);
+    ContinueMeld(table, seen);
+}
+
+bool MovePlayer::ContinueMeld(Table& table, const GameState& seen) {
+    // A meld whose cards have left the hand, or whose column is gone, is chosen afresh.
+    if (!StillPlayable(seen, *meld_)) {
+        meld_.reset();
+        return false;
+    }
+    const std::vector<Int16> presses = PressesToward(table, seen, *meld_);
+    if (!presses.empty()) {
+        table.imgLocal_MouseDown(presses[NextPress(presses)], kMouseLeft);
+        return true;
+    }
+    ClickToLay(table, *meld_);
+    meld_.reset();
+    return true;
+}
+
 }  // namespace kelvane

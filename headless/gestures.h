@@ -1,9 +1,12 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "engine/table.h"
 #include "game/moves.h"
+#include "headless/policy.h"
 
 namespace kelvane {
 
@@ -20,5 +23,27 @@ std::vector<Int16> PressesToward(const Table& table, const GameState& seen, cons
 void ClickToLay(Table& table, const MeldMove& meld);
 // The right press that asks to discard the card.
 void ClickToDiscard(Table& table, const GameState& seen, Int16 card);
+
+// A player that decides whole moves from its seat's view and makes them one gesture per Act: the
+// draw, each selection press of a meld and the click that lays it, the discard.
+class MovePlayer : public Policy {
+  public:
+    void Act(Table& table) final;
+
+  protected:
+    // Before the draw: one draw gesture, or none when no draw lets the turn end.
+    virtual void Draw(Table& table, const GameState& seen) = 0;
+    // After the draw with no meld under way: StartMeld, or ClickToDiscard.
+    virtual void Choose(Table& table, const GameState& seen) = 0;
+    // Which of the presses the meld still needs comes next.
+    virtual std::size_t NextPress(const std::vector<Int16>&) { return 0; }
+    // Makes the meld's first gesture; the following ones come with the next calls of Act.
+    void StartMeld(Table& table, const GameState& seen, MeldMove meld);
+
+  private:
+    bool ContinueMeld(Table& table, const GameState& seen);
+
+    std::optional<MeldMove> meld_;
+};
 
 }  // namespace kelvane

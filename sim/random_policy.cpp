@@ -18,20 +18,6 @@ bool TurnCanEndAfterTake(const GameState& seen, Int16 position) {
 
 }  // namespace
 
-void RandomPolicy::Act(Table& table) {
-    const GameState seen = SeatView(table.state());
-    if (!seen.MyTurn) {
-        meld_.reset();
-        return;
-    }
-    if (!seen.HasDrawn) {
-        meld_.reset();
-        return Draw(table, seen);
-    }
-    if (meld_ && ContinueMeld(table, seen)) return;
-    Choose(table, seen);
-}
-
 void RandomPolicy::Draw(Table& table, const GameState& seen) {
     const Int16 top = seen.UpCount - 1;
     // Weighted 3 : 1 : 2; a kind not open to the player now is dropped and another drawn.
@@ -74,28 +60,11 @@ void RandomPolicy::Choose(Table& table, const GameState& seen) {
         for (std::size_t left = melds.size(); left > 0; --left) {
             std::swap(melds[left - 1], melds[Below(left)]);
             if (!TurnCanEndAfter(seen, melds[left - 1])) continue;
-            meld_ = std::move(melds[left - 1]);
-            ContinueMeld(table, seen);
-            return;
+            return StartMeld(table, seen, std::move(melds[left - 1]));
         }
     }
     if (discards.empty()) return;
     ClickToDiscard(table, seen, Pick(discards));
-}
-
-bool RandomPolicy::ContinueMeld(Table& table, const GameState& seen) {
-    if (!StillPlayable(seen, *meld_)) {
-        meld_.reset();
-        return false;
-    }
-    const std::vector<Int16> presses = PressesToward(table, seen, *meld_);
-    if (!presses.empty()) {
-        table.imgLocal_MouseDown(Pick(presses), kMouseLeft);
-        return true;
-    }
-    ClickToLay(table, *meld_);
-    meld_.reset();
-    return true;
 }
 
 }  // namespace kelvane::sim

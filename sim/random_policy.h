@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "game/meld_search.h"
-#include "headless/policy.h"
+#include "headless/gestures.h"
 
 namespace kelvane::sim {
 
@@ -14,16 +14,16 @@ namespace kelvane::sim {
 // below the top only when an actual meld holds it after the take), lays down and lays off melds
 // chosen at random (the must-meld card first), then discards a card the engine accepts. It never
 // makes a gesture the engine refuses, and never a choice that leaves its turn unable to end.
-class RandomPolicy : public Policy {
+class RandomPolicy : public MovePlayer {
   public:
     explicit RandomPolicy(std::uint64_t seed) : random_(seed) {}
-    void Act(Table& table) override;
 
   private:
-    void Draw(Table& table, const GameState& seen);
-    void Choose(Table& table, const GameState& seen);
-    // One press toward the selection of the chosen meld, or the click that lays it.
-    bool ContinueMeld(Table& table, const GameState& seen);
+    void Draw(Table& table, const GameState& seen) override;
+    void Choose(Table& table, const GameState& seen) override;
+    std::size_t NextPress(const std::vector<Int16>& presses) override {
+        return Below(presses.size());
+    }
 
     // Uniform enough for play, and the same on every standard library, so a seed replays.
     std::size_t Below(std::size_t n) { return static_cast<std::size_t>(random_() % n); }
@@ -33,7 +33,6 @@ class RandomPolicy : public Policy {
     }
 
     std::mt19937_64 random_;
-    std::optional<MeldMove> meld_;
 };
 
 }  // namespace kelvane::sim

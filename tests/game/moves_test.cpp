@@ -1,0 +1,211 @@
+#include "game/moves.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "game/card_text.h"
+#include "game/invariants.h"
+#include "game/stock.h"
+
+namespace kelvane {
+namespace {
+
+using test::Card;
+using test::Cards;
+using test::Names;
+
+// A round in play with the seat to move having drawn or not. The seat's hand, the other hand,
+// the up pile (bottom first) and the table are given; the stock holds five cards.
+GameState Position(Seat seat, const char* hand, const char* upPile, const char* table = "",
+                   bool drawn = true) {
+    GameState s;
+    s.RoundInPlay = true;
+    s.MyTurn = seat == Seat::kLocal;
+    s.HasDrawn = drawn;
+    test::SetHand(s, seat == Seat::kLocal ? hand : "KC");
+    test::SetRemoteHand(s, seat == Seat::kRemote ? hand : "KC");
+    test::SetUpPile(s, upPile);
+    test::AddTableMelds(s, table);
+    s.StackCount = test::Fill(s.Stack, "2S 3S 4S 5S 6S");
+    return s;
+}
+
+// Each refusal, for both seats: the rules are the same whoever moves.
+TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
+    struct Case {
+        const char* what;
+        std::function<Verdict(const GameState&, Seat)> ask;
+        const char* hand;
+        const char* upPile;
+        const char* table;
+        bool drawn;
+        Verdict expected;
+    };
+    const auto stack = [](const GameState& s, Seat seat) { return CanDrawFromStack(s, seat); };
+    const auto take = [](int p) {
+        return [p](const GameState& s, Seat seat) { return CanTakeFromUpPile(s, seat, p); };
+    };
+    const auto meld = [](const char* cards, int column = kNewColumn) {
+        return [=](const GameState& s, Seat seat) {
+            return CanMeld(s, seat, {Cards(cards), column});
+        };
+    };
+    const auto discard = [](const char* card) {
+        return [=](const GameState& s, Seat seat) { return CanDiscard(s, seat, Card(card)); };
+    };
+    const Verdict ok{};
+    const auto no = [](Refusal r, const char* card = nullptr) {
+        return Verdict{r, card ? Card(card) : Int16(0)};
+    };
+    const Case cases[] = {
+        {"stack", stack, "9H", "3D", "", false, ok},
+        {"stack twice", stack, "9H", "3D", "", true, no(Refusal::kAlreadyDrawn)},
+        {"top", take(1), "9H", "3D 4D", "", false, ok},
+        {"below top, melds", take(0), "5D 6D", "4D JS", "", false, ok},
+        {"below top, no meld", take(0), "9H", "4D JS", "", false,
+         no(Refusal::kNotMeldableBelow, "4D")},
+        {"past the top", take(2), "9H", "4D JS", "", false, no(Refusal::kNoSuchPosition)},
+        {"meld before drawing", meld("5D 6D 7D"), "5D 6D 7D", "", "", false,
+         no(Refusal::kNotDrawn)},
+        {"new meld of two", meld("5D 6D"), "5D 6D 9H", "", "", true,
+         no(Refusal::kTooFewForNewMeld)},
+        {"lay-off of none", meld("", 0), "5D 6D 9H", "", "5S 5H 5C", true,
+         no(Refusal::kTooFewForLayOff)},
+        {"not a meld", meld("5D 6D 8D"), "5D 6D 8D", "", "", true, no(Refusal::kInvalidMeld)},
+        {"set of three", meld("5D 5S 5H"), "5D 5S 5H 9C", "", "", true, ok},
+        {"lay-off onto a set", meld("5D", 0), "5D 9H", "", "5S 5H 5C", true, ok},
+        {"lay-off onto a run", meld("8C", 0), "8C 9H", "", "5C 6C 7C", true, ok},
+        {"lay-off that fits nowhere", meld("8D", 0), "8D 9H", "", "5C 6C 7C", true,
+         no(Refusal::kInvalidMeld)},
+        {"lay-off onto no column", meld("8C", 1), "8C 9H", "", "5C 6C 7C", true,
+         no(Refusal::kNoSuchColumn)},
+        {"a card held by the other", meld("KC QC JC"), "QC JC 2H", "", "", true,
+         no(Refusal::kNotInHand, "KC")},
+        {"a card named twice", meld("5D 5D 5D"), "5D 9H", "", "", true,
+         no(Refusal::kNotInHand, "5D")},
+        {"discard", discard("9H"), "5D 9H", "", "", true, ok},
+        {"discard before drawing", discard("9H"), "5D 9H", "", "", false, no(Refusal::kNotDrawn)},
+        {"discard of another's card", discard("KC"), "5D 9H", "", "", true,
+         no(Refusal::kNotInHand, "KC")},
+        {"last card meldable", discard("8C"), "8C", "", "5C 6C 7C", true,
+         no(Refusal::kLastCardMeldable, "8C")},
+        {"last card unmeldable", discard("8D"), "8D", "", "5C 6C 7C", true, ok},
+    };
+    for (const Case& c : cases) {
+        for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
+            SCOPED_TRACE(std::string(c.what) + (seat == Seat::kLocal ? ", local" : ", remote"));
+            const GameState s = Position(seat, c.hand, c.upPile, c.table, c.drawn);
+            EXPECT_EQ(c.ask(s, seat), c.expected) << RefusalName(c.ask(s, seat).refusal);
+            // Nobody else may move: the other seat, or anyone between rounds.
+            EXPECT_EQ(c.ask(s, Opposite(seat)).refusal, Refusal::kNotYourTurn);
+            GameState over = s;
+            over.RoundInPlay = over.MyTurn = false;
+            EXPECT_EQ(c.ask(over, seat).refusal, Refusal::kNotYourTurn);
+        }
+    }
+}
+
+// The duties a draw leaves, and the discards they forbid.
+TEST(Moves, DutiesFromTheUpPileBindTheTakerUntilMetOrRedrawn) {
+    for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
+        SCOPED_TRACE(seat == Seat::kLocal ? "local" : "remote");
+        GameState s = Position(seat, "5D 6D 9H", "4D JS 7C", "", false);
+        TakeFromUpPile(s, seat, 2);
+        EXPECT_EQ(TakenUp(s, seat), Card("7C"));
+        EXPECT_EQ(CanDiscard(s, seat, Card("7C")), (Verdict{Refusal::kTakenAlone, Card("7C")}));
+        // A stack draw in a later turn lifts the ban on the card taken alone.
+        GiveTurn(s, seat);
+        DrawFromStack(s, seat);
+        EXPECT_EQ(TakenUp(s, seat), 0);
+        EXPECT_TRUE(CanDiscard(s, seat, Card("7C")).ok());
+
+        GameState below = Position(seat, "5D 6D 9H", "4D JS", "", false);
+        TakeFromUpPile(below, seat, 0);
+        EXPECT_EQ(MustMeld(below, seat), Card("4D"));
+        EXPECT_EQ(TakenUp(below, seat), 0);
+        EXPECT_EQ(CanDiscard(below, seat, Card("9H")),
+                  (Verdict{Refusal::kMustMeldBeforeDiscard, Card("4D")}));
+        EXPECT_EQ(CanMeld(below, seat, {Cards("5D 6D 9H"), kNewColumn}),
+                  (Verdict{Refusal::kMustMeldFirst, Card("4D")}));
+        Meld(below, seat, {Cards("4D 5D 6D"), kNewColumn});
+        EXPECT_EQ(MustMeld(below, seat), 0) << "met by the meld";
+        EXPECT_TRUE(CanDiscard(below, seat, Card("JS")).ok());
+    }
+}
+
+// What each transition leaves, spelled out: the hand's order, the pile, the known cards, the
+// credits and the turn.
+TEST(Moves, TransitionsLeaveTheStateTheRulesDescribe) {
+    // Ours is kept in display order, the opponent's in the order his cards came.
+    GameState local = Position(Seat::kLocal, "9H 2C", "3D");
+    local.HasDrawn = false;
+    EXPECT_EQ(DrawFromStack(local, Seat::kLocal), Card("6S"));
+    EXPECT_EQ(Names(local.LocalHand, local.LocalCount), "2C 6S 9H");
+    EXPECT_EQ(local.StackCount, 4);
+    EXPECT_TRUE(local.HasDrawn);
+    GameState remote = Position(Seat::kRemote, "9H 2C", "3D JS 7C", "", false);
+    TakeFromUpPile(remote, Seat::kRemote, 1);
+    EXPECT_EQ(Names(remote.RemoteHand, remote.RemoteCount), "9H 2C 7C JS") << "top card first";
+    EXPECT_EQ(Names(remote.UpPile, remote.UpCount), "3D");
+    EXPECT_EQ(Names(remote.KnownCards, remote.KnownCount), "7C JS");
+    // A card he takes again, after discarding it, is listed once.
+    Discard(remote, Seat::kRemote, Card("7C"));
+    GiveTurn(remote, Seat::kRemote);
+    TakeFromUpPile(remote, Seat::kRemote, 1);
+    EXPECT_EQ(Names(remote.KnownCards, remote.KnownCount), "7C JS");
+
+    // A lay-off rewrites the whole column in meld order and credits only the new cards; an ace
+    // counts low beside a two. Melding out floats and passes the turn without a discard.
+    for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
+        GameState s = Position(seat, "AC 2C", "9D", "3C 4C 5C");
+        const int sign = seat == Seat::kLocal ? 1 : -1;
+        s.MeldCredit[Card("3C")] = s.MeldCredit[Card("4C")] = s.MeldCredit[Card("5C")] = 5 * sign;
+        EXPECT_EQ(Meld(s, seat, {Cards("AC 2C"), 0}), 0);
+        EXPECT_EQ(Names(s.TableMelds.Column(0), s.TableMelds.CardCount(0)), "AC 2C 3C 4C 5C");
+        EXPECT_EQ(s.MeldCredit[Card("AC")], 5 * sign);
+        EXPECT_EQ(s.MeldCredit[Card("2C")], 5 * sign);
+        EXPECT_EQ(HandCount(s, seat), 0);
+        EXPECT_TRUE(Floating(s, seat));
+        EXPECT_TRUE(HoldsTurn(s, Opposite(seat)));
+        EXPECT_FALSE(s.HasDrawn);
+        // His next discard ends the float and passes the turn back.
+        GiveTurn(s, seat);
+        DrawFromStack(s, seat);
+        Discard(s, seat, Card("6S"));
+        EXPECT_EQ(s.UpPile[s.UpCount - 1], Card("6S"));
+        EXPECT_FALSE(Floating(s, seat));
+        EXPECT_TRUE(HoldsTurn(s, Opposite(seat)));
+    }
+    EXPECT_EQ(MeldPoints(Position(Seat::kLocal, "AH KH QH", ""), {Cards("AH KH QH"), kNewColumn}),
+              35);
+}
+
+// A move made by one program and its mirror applied by the other leave the two in step, from a
+// real deal through a whole turn of each player.
+TEST(Moves, BothSeatsOfOneMoveKeepTheProgramsMirrored) {
+    GameState server, client;
+    server.Stack = client.Stack = ShuffleOrder(SeededRandom(3));
+    DealRound(server, kRoleServer);
+    DealRound(client, kRoleClient);
+    ASSERT_TRUE(HoldsTurn(client, Seat::kLocal));
+    // The client draws and throws back his first card; the server takes it alone and discards.
+    const auto both = [&](GameState& mover, GameState& other, const auto& move) {
+        move(mover, Seat::kLocal);
+        move(other, Seat::kRemote);
+        EXPECT_EQ(CheckInvariants(mover), "");
+        EXPECT_EQ(CheckInvariants(other), "");
+        EXPECT_EQ(CheckMirrored(server, client), "");
+    };
+    both(client, server, [](GameState& s, Seat seat) { DrawFromStack(s, seat); });
+    const Int16 thrown = client.LocalHand[0];
+    both(client, server, [&](GameState& s, Seat seat) { Discard(s, seat, thrown); });
+    both(server, client, [&](GameState& s, Seat seat) { TakeFromUpPile(s, seat, s.UpCount - 1); });
+    const Int16 next = server.LocalHand[0] == thrown ? server.LocalHand[1] : server.LocalHand[0];
+    both(server, client, [&](GameState& s, Seat seat) { Discard(s, seat, next); });
+    EXPECT_EQ(client.RemoteTakenUpCard, thrown);
+}
+
+}  // namespace
+}  // namespace kelvane
