@@ -151,7 +151,7 @@ struct TablePeer {
     static GameState& State(Table& table) { return table.state_; }
     // Positions staged by hand hold only the cards a test needs, so the whole-state check that
     // debug builds make after every handler would object to them.
-    static void StagePositions(Table& table) { table.checkState_ = false; }
+    static void CheckStates(Table& table, bool on) { table.checkState_ = on; }
     static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
 };
 }  // namespace kelvane
@@ -168,7 +168,7 @@ struct TableUnderTest {
     GameState& s = TablePeer::State(table);
     TableUnderTest() {
         screen.state = &s;
-        TablePeer::StagePositions(table);
+        TablePeer::CheckStates(table, false);
     }
     // Connected as the client mid-round; the stock holds KS down to 4S from the top.
     void MidRound(const char* hand, const char* upPile) {

@@ -174,7 +174,8 @@ std::string_view RestFrom(std::string_view message, int position) {
 }
 
 Int16 LayOffColumn(std::string_view message) {
-    return message.size() > 4 ? ValueOf(message.substr(4, 2)) : Int16(0);
+    constexpr std::size_t at = kLayOffColumnField - 1;
+    return message.size() > at ? ValueOf(message.substr(at, 2)) : Int16(0);
 }
 
 std::vector<std::string_view> SplitList(std::string_view list) {

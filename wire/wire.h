@@ -52,6 +52,9 @@ inline constexpr MessageFormat kMessageFormats[] = {
     {MessageKind::kDeal, "s:", 3},      {MessageKind::kChat, "C:", 3},
 };
 
+// Where a lay-off's two-digit column stands (1-based).
+inline constexpr int kLayOffColumnField = 5;
+
 // The kind by the message's first characters; kUnknown for anything else, which is ignored.
 MessageKind Classify(std::string_view message);
 

@@ -436,6 +436,25 @@ TEST(OpponentMoves, BadInputIsIgnoredOrReportedNeverTrusted) {
 }
 
 // Data that arrives while a box is up must wait until the whole message, box included, is done.
+// Debug and sanitizer builds check the whole state after every handler: a break is our own
+// fault, reported where it shows, not discovered rounds later as a split between two programs.
+TEST(Engine, DebugBuildsCheckTheStateAfterEveryHandler) {
+#ifdef NDEBUG
+    GTEST_SKIP() << "release builds do not check";
+#endif
+    test::TableUnderTest t;
+    TablePeer::CheckStates(t.table, true);
+    t.s.Stack = ShuffleOrder(SeededRandom(4));
+    DealRound(t.s, kRoleServer);
+    t.table.mnuWarnMeld_Click();
+    EXPECT_TRUE(t.errors.shown.empty()) << t.errors.shown.front();
+    t.s.UpPile[t.s.UpCount++] = t.s.LocalHand[0];
+    t.table.mnuWarnMeld_Click();
+    ASSERT_EQ(t.errors.shown.size(), 1u);
+    EXPECT_TRUE(t.errors.shown[0].starts_with("An error has occurred in CheckInvariants"));
+    EXPECT_NE(t.errors.shown[0].find("is in 2 places"), std::string::npos) << t.errors.shown[0];
+}
+
 TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
     test::TableUnderTest t;
     t.socket.states[0] = kSocketConnected;
