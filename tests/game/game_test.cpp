@@ -324,6 +324,18 @@ TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
     }
 }
 
+// Every rank in every suit, loose and in a meld that holds a two: only the ace plays low.
+TEST(Scoring, CardPointsByRank) {
+    const int alone[] = {15, 5, 5, 5, 5, 5, 5, 5, 5, 10, 10, 10, 10};
+    for (int suit = kSpades; suit <= kHearts; ++suit)
+        for (int rank = kAce; rank <= kKing; ++rank) {
+            const Int16 card = MakeCard(suit, rank);
+            EXPECT_EQ(CardPoints(card).value(), alone[rank - 1]) << GetCardName(card, false);
+            EXPECT_EQ(CardPoints(card, true).value(), rank == kAce ? 5 : alone[rank - 1])
+                << GetCardName(card, false) << " with a two";
+        }
+}
+
 // An ace in the hand counts 15 against its holder; the melded credits count as they stand.
 TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     GameState s;

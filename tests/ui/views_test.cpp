@@ -69,7 +69,7 @@ class WindowViews : public ::testing::Test {
 // every control stands at its design place, so the views must put the cards at those figures.
 TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
     using namespace layout;
-    test::SetHand(state(), "2H 3S 4S 5S 6S 7S 8S");
+    test::SetHand(state(), "2H 3S 4C 5D 6S 7S 8S");
     test::SetRemoteHand(state(), "7D 8D 9D TD JD QD KD");
     test::SetUpPile(state(), "4C 5C");
     window.RefreshHands('B');
@@ -89,6 +89,8 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
         {"39 cards start left of the frame", LocalFanLeft(11295, 1095, 39, 0), -101, {}},
         {"hearts stand highest", LocalTop(1215, 'H'), 243, window.imgLocal(0)->y()},
         {"spades stand lowest", LocalTop(1215, 'S'), 607.5, window.imgLocal(1)->y()},
+        {"clubs stand second", LocalTop(1215, 'C'), 364.5, window.imgLocal(2)->y()},
+        {"diamonds stand third", LocalTop(1215, 'D'), 486, window.imgLocal(3)->y()},
         {"opponent's first of 7", RemoteLeft(5040, 615, 7, 0), 120, window.imgRemote(0)->x()},
         {"opponent's second of 7", RemoteLeft(5040, 615, 7, 1), 818, window.imgRemote(1)->x()},
         {"opponent's last of 7", RemoteLeft(5040, 615, 7, 6), 4308, window.imgRemote(6)->x()},

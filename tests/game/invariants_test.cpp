@@ -1,0 +1,173 @@
+#include "game/invariants.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "game/card_text.h"
+#include "game/scoring.h"
+#include "game/stock.h"
+
+namespace kelvane {
+namespace {
+
+using test::Card;
+
+// Takes a card out of whichever pile holds it, closing the gap as a play would.
+void TakeOut(GameState& s, Int16 card) {
+    for (auto [cards, count] : {std::pair{&s.Stack, &s.StackCount},
+                                {&s.LocalHand, &s.LocalCount},
+                                {&s.RemoteHand, &s.RemoteCount},
+                                {&s.UpPile, &s.UpCount}})
+        for (Int16 i = 0; i < *count; ++i)
+            if ((*cards)[i] == card) {
+                for (Int16 j = i; j + 1 < *count; ++j) (*cards)[j] = (*cards)[j + 1];
+                *count -= 1;
+                (*cards)[*count] = 0;
+                return;
+            }
+}
+
+// Lays a meld in the next column, credited to the side `sign` names, wherever its cards were.
+void Lay(GameState& s, const char* names, int sign) {
+    for (Int16 card : test::Cards(names)) TakeOut(s, card);
+    test::AddTableMelds(s, names);
+    auto [meld, n] = test::Meld(names);
+    CreditMeld(s, meld, n, sign);
+}
+
+// The server's and the client's copies of one deal, with three melds down: credits of 5, 10 and
+// 15 on both sides of the table, and totals that differ.
+std::pair<GameState, GameState> MirroredDeal() {
+    GameState server, client;
+    for (GameState* s : {&server, &client}) {
+        s->Stack = ShuffleOrder(SeededRandom(11));
+        DealRound(*s, s == &server ? kRoleServer : kRoleClient);
+    }
+    for (auto [names, serverSide] :
+         {std::pair{"7S 7D 7C", true}, {"AH 2H 3H", false}, {"QS KS AS", true}}) {
+        Lay(server, names, serverSide ? 1 : -1);
+        Lay(client, names, serverSide ? -1 : 1);
+    }
+    server.LocalScore = client.RemoteScore = 120;
+    server.RemoteScore = client.LocalScore = 35;
+    return {server, client};
+}
+
+struct Break {
+    const char* what;
+    std::function<void(GameState& a, GameState& b)> edit;
+    const char* report;  // a part of what the checker must say
+};
+
+void ExpectReported(const Break& c, const std::string& report) {
+    EXPECT_NE(report.find(c.report), std::string::npos) << c.what << ": got \"" << report << '"';
+}
+
+TEST(Invariants, IntactCopiesReportNothing) {
+    auto [server, client] = MirroredDeal();
+    ASSERT_EQ(server.TableMelds.ColumnCount(), 3);
+    EXPECT_EQ(CheckInvariants(server), "");
+    EXPECT_EQ(CheckInvariants(client), "");
+    EXPECT_EQ(CheckMirrored(server, client), "");
+    EXPECT_EQ(CheckInvariants(GameState{}), "") << "nothing dealt yet";
+}
+
+TEST(Invariants, EachBreakOfOneStateIsReported) {
+    const Int16 tabled = Card("7D"), stocked = MirroredDeal().first.Stack[0];
+    const Break cases[] = {
+        {"a card in two places",
+         [&](GameState& s, GameState&) {
+             s.UpPile[s.UpCount] = stocked;
+             s.UpCount += 1;
+         },
+         "in 2 places"},
+        {"a card lost", [](GameState& s, GameState&) { s.StackCount -= 1; }, "in 0 places"},
+        {"a count out of range", [](GameState& s, GameState&) { s.RemoteCount = 53; },
+         "out of range"},
+        {"a negative count", [](GameState& s, GameState&) { s.StackCount = -1; }, "out of range"},
+        {"a card past a count",
+         [&](GameState& s, GameState&) { s.RemoteHand[s.RemoteCount] = stocked; },
+         "past the count"},
+        {"a known card past its count", [](GameState& s, GameState&) { s.KnownCards[0] = 9; },
+         "past the count"},
+        {"a column gap",
+         [](GameState& s, GameState&) {
+             std::swap(s.TableMelds.Column(0)[2], s.TableMelds.Column(0)[3]);
+         },
+         "gap"},
+        {"a column of two cards",
+         [](GameState& s, GameState&) {
+             Int16& card = s.TableMelds.Column(0)[2];
+             s.MeldCredit[card] = 0;
+             s.Stack[s.StackCount] = card;
+             s.StackCount += 1;
+             card = 0;
+         },
+         "holds only 2"},
+        {"a credit off the table", [&](GameState& s, GameState&) { s.MeldCredit[stocked] = 5; },
+         "does not match the table"},
+        {"a tabled card without credit",
+         [&](GameState& s, GameState&) { s.MeldCredit[tabled] = 0; }, "does not match the table"},
+        {"a credit of a wrong value", [&](GameState& s, GameState&) { s.MeldCredit[tabled] = 7; },
+         "credited 7"},
+        {"the hand out of display order",
+         [](GameState& s, GameState&) { std::swap(s.LocalHand[0], s.LocalHand[1]); },
+         "display order"},
+        {"the must-meld card taken alone",
+         [](GameState& s, GameState&) { s.MustMeldCard = s.TakenUpCard = s.LocalHand[0]; },
+         "must-meld"},
+    };
+    for (const Break& c : cases) {
+        auto [server, client] = MirroredDeal();
+        c.edit(server, client);
+        ExpectReported(c, CheckInvariants(server));
+    }
+}
+
+TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReported) {
+    const Break cases[] = {
+        {"the server's hand not copied",
+         [](GameState&, GameState& b) { std::swap(b.RemoteHand[0], b.Stack[0]); },
+         "server's hand differs"},
+        {"a hand copy short a card", [](GameState&, GameState& b) { b.RemoteCount -= 1; },
+         "server's hand differs"},
+        {"the client's hand not copied",
+         [](GameState& a, GameState&) { std::swap(a.RemoteHand[0], a.Stack[0]); },
+         "client's hand differs"},
+        {"stocks in another order",
+         [](GameState&, GameState& b) { std::swap(b.Stack[0], b.Stack[1]); }, "stocks differ"},
+        {"stocks of other sizes", [](GameState&, GameState& b) { b.StackCount -= 1; },
+         "stocks differ"},
+        {"up piles", [](GameState&, GameState& b) { std::swap(b.UpPile[0], b.Stack[0]); },
+         "up piles differ"},
+        {"tables",
+         [](GameState&, GameState& b) {
+             std::swap(b.TableMelds.Column(1)[0], b.TableMelds.Column(1)[1]);
+         },
+         "tables differ"},
+        {"deal counts", [](GameState&, GameState& b) { b.GamesPlayed += 1; }, "deal counts"},
+        {"the server's total", [](GameState&, GameState& b) { b.RemoteScore += 5; }, "totals"},
+        {"the client's total", [](GameState&, GameState& b) { b.LocalScore += 5; }, "totals"},
+        {"the server floating", [](GameState& a, GameState&) { a.LocalFloating = true; },
+         "floating"},
+        {"the client floating", [](GameState&, GameState& b) { b.LocalFloating = true; },
+         "floating"},
+        {"drawn flags", [](GameState&, GameState& b) { b.HasDrawn = true; }, "drawn"},
+        {"both to move", [](GameState& a, GameState& b) { a.MyTurn = b.MyTurn = true; },
+         "both sides"},
+        {"a credit of the same sign",
+         [](GameState& a, GameState& b) { b.MeldCredit[Card("KS")] = a.MeldCredit[Card("KS")]; },
+         "credit of KS"},
+    };
+    for (const Break& c : cases) {
+        auto [server, client] = MirroredDeal();
+        c.edit(server, client);
+        ExpectReported(c, CheckMirrored(server, client));
+    }
+}
+
+}  // namespace
+}  // namespace kelvane
