@@ -1,6 +1,6 @@
-// The meld search against the rules, and the in-memory duel: two engines joined without a socket,
-// their states held against each other after every message, over two thousand rounds of random
-// legal play with the byte stream split at random. Only the duel sees inside both programs at
+// The in-memory duel: two engines joined without a socket, their states held against each other
+// after every message, over two thousand rounds of random legal play with the byte stream split
+// at random. Only the duel sees inside both programs at
 // once and plays that many rounds in seconds; the processes over TCP (two_bots_test.cpp) and the
 // window (window_vs_bot_test.cpp) are judged by what they print and show.
 
@@ -9,12 +9,8 @@
 #include <algorithm>
 #include <functional>
 #include <random>
-#include <set>
-#include <sstream>
 
 #include "game/card_text.h"
-#include "game/meld_rules.h"
-#include "game/meld_search.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
@@ -23,153 +19,6 @@ namespace {
 
 using test::Card;
 
-// The player to move, after drawing, with this hand, table ("6H 7H 8H | 9S 9D 9C") and up pile.
-GameState Seat(const char* hand, const char* table = "", const char* upPile = "") {
-    GameState s;
-    s.MyTurn = true;
-    s.HasDrawn = true;
-    s.StackCount = 10;
-    test::SetHand(s, hand);
-    SortHand(s);
-    test::SetUpPile(s, upPile);
-    test::AddTableMelds(s, table);
-    return s;
-}
-
-// The cards in the order the rules judge them.
-MeldList Sorted(const std::vector<Int16>& cards) {
-    MeldList list{};
-    std::copy(cards.begin(), cards.end(), list.begin());
-    SortMeld(list, Int16(cards.size()));
-    return list;
-}
-
-bool RulesAccept(const std::vector<Int16>& cards) {
-    return ValidMeld(Sorted(cards), Int16(cards.size()));
-}
-
-using Found = std::set<std::pair<int, std::vector<int>>>;
-
-Found Keys(const std::vector<MeldMove>& moves) {
-    Found keys;
-    for (const MeldMove& m : moves) {
-        std::vector<int> codes;
-        for (Int16 c : m.cards) codes.push_back(c.value());
-        keys.insert({m.column, codes});
-    }
-    return keys;
-}
-
-// Every group of hand cards the rules accept, alone or with a column: the slow, sure way.
-Found EverySubset(const GameState& s) {
-    Found found;
-    const int n = s.LocalCount.value();
-    for (unsigned mask = 1; mask < (1u << n); ++mask) {
-        std::vector<Int16> cards;
-        std::vector<int> codes;
-        for (int i = 0; i < n; ++i)
-            if (mask & (1u << i))
-                cards.push_back(s.LocalHand[i]), codes.push_back(cards.back().value());
-        std::sort(codes.begin(), codes.end());
-        if (cards.size() >= 3 && RulesAccept(cards)) found.insert({kNewColumn, codes});
-        for (Int16 col = 0; col < s.TableMelds.ColumnCount(); ++col) {
-            std::vector<Int16> whole = cards;
-            for (Int16 c : s.TableMelds.Column(col))
-                if (c > 0) whole.push_back(c);
-            if (RulesAccept(whole)) found.insert({col.value(), codes});
-        }
-    }
-    return found;
-}
-
-// Positions from pools where melds are common: two suits, the ranks around the ace, or all.
-GameState RandomPosition(std::mt19937_64& random) {
-    std::vector<Int16> pool;
-    const auto kind = random() % 3;
-    for (int code = 1; code <= kCardsInDeck; ++code) {
-        const int rank = GetCardValue(code).value();
-        if (kind == 0 || (kind == 1 && code <= 26) || (kind == 2 && (rank <= 3 || rank >= 11)))
-            pool.push_back(code);
-    }
-    std::shuffle(pool.begin(), pool.end(), random);
-    GameState s = Seat("");
-    for (int attempt = 0; attempt < 6 && s.TableMelds.ColumnCount() < 3; ++attempt) {
-        const int suit = static_cast<int>(random() % 4) + 1;
-        const int rank = static_cast<int>(random() % 12) + 1;
-        // A run, mostly of three cards but now and then up to the whole suit, or a set of three.
-        const bool run = random() % 2 == 0;
-        const int length = run && random() % 3 == 0 ? 3 + static_cast<int>(random() % 11) : 3;
-        std::vector<Int16> meld;
-        for (int i = 0; i < length; ++i)
-            meld.push_back(run ? MakeCard(suit, (rank + i - 1) % 13 + 1)
-                               : MakeCard((suit + i) % 4 + 1, rank));
-        const auto taken = [&](Int16 c) { return std::ranges::count(pool, c) == 0; };
-        if (!RulesAccept(meld) || std::ranges::any_of(meld, taken)) continue;
-        for (Int16 c : meld) pool.erase(std::find(pool.begin(), pool.end(), c));
-        test::AddTableMelds(s, test::Names(Sorted(meld), Int16(meld.size())));
-    }
-    const auto handSize = std::min<std::size_t>(random() % 9 + 1, pool.size());
-    std::copy_n(pool.begin(), handSize, s.LocalHand.begin());
-    s.LocalCount = Int16(handSize);
-    SortHand(s);
-    return s;
-}
-
-TEST(MeldSearch, FindsExactlyTheMeldsTheRulesAccept) {
-    std::mt19937_64 random(2024);
-    for (int position = 0; position < 250; ++position) {
-        const GameState s = RandomPosition(random);
-        const std::vector<MeldMove> found = AllMelds(s);
-        const std::string hand = test::Names(s.LocalHand, s.LocalCount.value());
-        EXPECT_EQ(Keys(found), EverySubset(s)) << "position " << position << ", hand " << hand;
-        EXPECT_EQ(Keys(found).size(), found.size()) << "a meld listed twice, hand " << hand;
-    }
-}
-
-TEST(MeldSearch, OnlyActualMeldsCountNotTheQuickTest) {
-    // Q-K-A of clubs on the table: 2C and 3C in the hand neither wrap round it nor meld alone.
-    EXPECT_TRUE(MeldsWith(Seat("2C 3C 9H", "QC KC AC"), Card("3C")).empty());
-    EXPECT_EQ(AllMelds(Seat("2C 3C 4C", "QC KC AC")).size(), 1u);
-    EXPECT_EQ(AllMelds(Seat("JC", "QC KC AC")).size(), 1u);
-    EXPECT_EQ(AllMelds(Seat("AS", "2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS")).size(), 1u)
-        << "the one ace closes two to king at one end or the other, not at both";
-    GameState s = Seat("2C 6H", "", "7H 5H 9S");
-    s.HasDrawn = false;
-    EXPECT_TRUE(MeldableAfterTake(s, 0)) << "5H comes along and makes 5H 6H 7H";
-    EXPECT_FALSE(MeldableAfterTake(s, 1));
-}
-
-// With the stock empty the player must take from the up pile a card he can play at once.
-TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
-    struct Case {
-        const char *hand, *table, *upPile, *takenAlone, *mustMeld;
-        bool stockEmpty, canEnd;
-    };
-    const Case cases[] = {
-        {"9C", "", "", "", "", false, true},
-        {"5H", "", "", "5H", "", false, false},
-        {"5H", "6H 7H 8H", "", "5H", "", false, true},
-        {"5H 9C", "", "", "5H", "", false, true},
-        {"7C 2H", "", "", "", "7C", false, false},
-        {"7S 7D 7C 2H", "", "", "", "7C", false, true},
-        {"7C 2H", "7S 7D 7H", "", "", "7C", false, true},
-        {"", "", "", "", "", true, false},
-        {"", "", "5H", "", "", true, false},
-        {"9C", "", "5H", "", "", true, true},
-    };
-    for (const Case& c : cases) {
-        GameState s = Seat(c.hand, c.table, c.upPile);
-        if (*c.takenAlone) s.TakenUpCard = Card(c.takenAlone);
-        if (*c.mustMeld) s.MustMeldCard = Card(c.mustMeld);
-        s.HasDrawn = !c.stockEmpty;
-        s.StackCount = c.stockEmpty ? 0 : 10;
-        EXPECT_TRUE(c.stockEmpty || TurnCanEnd(s) == c.canEnd) << c.hand << " / " << c.table;
-        EXPECT_EQ(WhyTurnCannotEnd(s).empty(), c.canEnd) << c.hand << " / " << c.table;
-    }
-}
-
-// Random legal players, the stream cut every way down to single bytes, both programs checked
-// after every message; a failure names the seed that replays it.
 TEST(Duel, RandomPlayersKeepBothProgramsInStepForTwoThousandRounds) {
     constexpr int kRounds = 2000;
     constexpr int kRoundsPerDuel = 30;
