@@ -164,34 +164,5 @@ INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
                                     (p.param.clientCounts ? "" : "Uncounted");
                          });
 
-// A watch that cannot call a game off would let a stopped game run to the cap: each way a side
-// stops must end the watch, told with that side's story.
-TEST(GameWatch, CallsOffAGameThatStops) {
-    struct Case {
-        QStringList args;
-        const char* lastWords;
-        const char *why, *story;
-    };
-    const Case cases[] = {
-        {{"--serve", "--port", "0"},
-         "Round 1: ",
-         "nothing moved for 0.3 s",
-         "running; printed nothing; standard error:\nkelvane-bot: waiting"},
-        {{"--rounds", "many"},
-         "Round 1: ",
-         "the bot left before the game was over",
-         "left with code 2"},
-        {{"--help"}, "", "every program has left, but the game is not over", "left with code 0"},
-    };
-    for (const Case& c : cases) {
-        test::Program bot("the bot", c.lastWords);
-        bot.Start(KELVANE_BOT_PATH, c.args);
-        const std::string stopped = test::Watch(
-            {&bot}, [] { return false; }, [&] { bot.process().waitForReadyRead(20); }, {}, 300);
-        EXPECT_TRUE(stopped.starts_with(c.why)) << stopped;
-        EXPECT_NE(stopped.find(c.story), std::string::npos) << stopped;
-    }
-}
-
 }  // namespace
 }  // namespace kelvane

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "game/card_text.h"
-#include "game/invariants.h"
 #include "game/stock.h"
 
 namespace kelvane {
@@ -180,31 +179,6 @@ TEST(Moves, TransitionsLeaveTheStateTheRulesDescribe) {
     }
     EXPECT_EQ(MeldPoints(Position(Seat::kLocal, "AH KH QH", ""), {Cards("AH KH QH"), kNewColumn}),
               35);
-}
-
-// A move made by one program and its mirror applied by the other leave the two in step, from a
-// real deal through a whole turn of each player.
-TEST(Moves, BothSeatsOfOneMoveKeepTheProgramsMirrored) {
-    GameState server, client;
-    server.Stack = client.Stack = ShuffleOrder(SeededRandom(3));
-    DealRound(server, kRoleServer);
-    DealRound(client, kRoleClient);
-    ASSERT_TRUE(HoldsTurn(client, Seat::kLocal));
-    // The client draws and throws back his first card; the server takes it alone and discards.
-    const auto both = [&](GameState& mover, GameState& other, const auto& move) {
-        move(mover, Seat::kLocal);
-        move(other, Seat::kRemote);
-        EXPECT_EQ(CheckInvariants(mover), "");
-        EXPECT_EQ(CheckInvariants(other), "");
-        EXPECT_EQ(CheckMirrored(server, client), "");
-    };
-    both(client, server, [](GameState& s, Seat seat) { DrawFromStack(s, seat); });
-    const Int16 thrown = client.LocalHand[0];
-    both(client, server, [&](GameState& s, Seat seat) { Discard(s, seat, thrown); });
-    both(server, client, [&](GameState& s, Seat seat) { TakeFromUpPile(s, seat, s.UpCount - 1); });
-    const Int16 next = server.LocalHand[0] == thrown ? server.LocalHand[1] : server.LocalHand[0];
-    both(server, client, [&](GameState& s, Seat seat) { Discard(s, seat, next); });
-    EXPECT_EQ(client.RemoteTakenUpCard, thrown);
 }
 
 }  // namespace
