@@ -90,20 +90,6 @@ class BotScreen : public HeadlessScreen {
     }
 };
 
-// A failure inside the engine is told on standard error and play goes on, as a player
-// answering Yes to the report would.
-class BotErrors : public ErrorPrompt {
-  public:
-    std::vector<std::string> reports;
-
-    void SetClipboardText(const std::string&) override {}
-    bool AskToContinue(const std::string& text) override {
-        reports.push_back(text);
-        return true;
-    }
-    [[noreturn]] void EndProgram() override { throw ProgramEnded{}; }
-};
-
 std::function<RandomSource()> Shuffles(const BotOptions& options) {
     if (!options.seed) return ClockSeededRandom;
     auto generator = std::make_shared<std::mt19937_64>(*options.seed);
@@ -154,11 +140,11 @@ class Session {
             table_.mnuServer_Click();
             if (counted_.State(0) != kSocketListening) {
                 const std::string why =
-                    errors_.reports.empty() ? "" : ": " + FailureText(errors_.reports.front());
+                    errors_.reports().empty() ? "" : ": " + FailureText(errors_.reports().front());
                 Say("cannot listen on port " + std::to_string(options_.port) + why);
                 return false;
             }
-            errors_.reports.clear();
+            errors_.ClearReports();
             Say("waiting for an opponent on port " + std::to_string(socket_.LocalPort(0)));
             return true;
         }
@@ -195,8 +181,10 @@ class Session {
     // over, and schedule the bot's next move when the turn is its own.
     void AfterEvent() {
         if (left_) return;
-        for (const std::string& report : errors_.reports) Say("engine failure: " + report);
-        errors_.reports.clear();
+        // A failure inside the engine is told on standard error and play goes on, as a player
+        // answering Yes to the report would.
+        for (const std::string& report : errors_.reports()) Say("engine failure: " + report);
+        errors_.ClearReports();
         bool connectFailed = false;
         for (const Notice& notice : prompts_.notices()) {
             if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
@@ -249,7 +237,7 @@ class Session {
     CountingSocket counted_;
     BotScreen screen_;
     HeadlessPrompts prompts_;
-    BotErrors errors_;
+    HeadlessErrors errors_;
     Table table_;
     BotPolicy policy_;
     QTimer mover_;
