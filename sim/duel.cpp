@@ -85,6 +85,9 @@ bool Duel::Step() {
         Gesture(*mover);
     }
     CountResults();
+    if (steps_ - roundStartStep_ > options_.roundStepLimit)
+        Fail("round " + std::to_string(roundsChecked_ + 1) + " has not ended in " +
+             std::to_string(options_.roundStepLimit) + " steps");
     return !Over();
 }
 
@@ -194,6 +197,7 @@ void Duel::CountResults() {
     const std::vector<RoundResult>& ours = server_.screen.rounds();
     const std::vector<RoundResult>& theirs = client_.screen.rounds();
     for (; roundsChecked_ < std::min(ours.size(), theirs.size()); ++roundsChecked_) {
+        roundStartStep_ = steps_;
         const RoundResult& s = ours[roundsChecked_];
         const RoundResult& c = theirs[roundsChecked_];
         if (s.local != c.remote || s.remote != c.local)
