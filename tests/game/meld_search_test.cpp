@@ -161,7 +161,5 @@ TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
     }
 }
 
-// Random legal players, the stream cut every way down to single bytes, both programs checked
-// after every message; a failure names the seed that replays it.
 }  // namespace
 }  // namespace kelvane

@@ -188,6 +188,5 @@ TEST(WireFields, AreReadFromFixedPositionsMovesLenientlyTheDealStrictly) {
     }
 }
 
-// Everything a refused gesture must leave as it was, and a bot's plan of a move must foresee.
 }  // namespace
 }  // namespace kelvane
