@@ -17,6 +17,7 @@
 #include "game/stock.h"
 #include "headless/headless_ports.h"
 #include "qtnet/qt_socket.h"
+#include "ui/texts.h"
 
 namespace kelvane::bot {
 namespace {
@@ -185,10 +186,17 @@ class Session {
         // answering Yes to the report would.
         for (const std::string& report : errors_.reports()) Say("engine failure: " + report);
         errors_.ClearReports();
-        bool connectFailed = false;
+        bool connectFailed = false, sessionClosed = false;
         for (const Notice& notice : prompts_.notices()) {
             if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
-            if (notice.kind == NoticeKind::kServerTooOld) Say("the server's version is too old");
+            if (notice.kind == NoticeKind::kServerTooOld) {
+                Say("the server's version is too old");
+                sessionClosed = true;
+            }
+            if (notice.kind == NoticeKind::kPeerFault) {
+                Say(PeerFaultText(notice.fault));
+                sessionClosed = true;
+            }
             if (notice.kind == NoticeKind::kRefused)
                 Say(std::string("the table refused a move: ") +
                     RefusalName(notice.refusal.refusal));
@@ -198,6 +206,7 @@ class Session {
             CannotConnect();
             return Leave(kExitFailure);
         }
+        if (sessionClosed) return Leave(kExitFailure);
         if (options_.rounds && roundsFinished_ >= *options_.rounds) return Leave(0);
         if (table_.ended() || screen_.closed()) {
             std::cout << "Your opponent left." << std::endl;
@@ -210,10 +219,20 @@ class Session {
     // pause before the next.
     void Move() {
         const long sentBefore = counted_.sends();
-        for (int i = 0; i < kGesturesPerMove && !left_; ++i) {
-            if (!table_.state().MyTurn || table_.ended()) break;
-            policy_.Act(table_);
-            if (counted_.sends() != sentBefore) break;
+        // The bot's own judgement is ours to answer for: a fault in it ends the bot plainly,
+        // never through an abort.
+        try {
+            for (int i = 0; i < kGesturesPerMove && !left_; ++i) {
+                if (!table_.state().MyTurn || table_.ended()) break;
+                policy_.Act(table_);
+                if (counted_.sends() != sentBefore) break;
+            }
+        } catch (const Failure& failure) {
+            Say("internal fault while choosing a move: " + failure.description());
+            return Leave(kExitFailure);
+        } catch (const std::exception& e) {
+            Say(std::string("internal fault while choosing a move: ") + e.what());
+            return Leave(kExitFailure);
         }
         if (counted_.sends() == sentBefore && table_.state().MyTurn && !table_.ended())
             return TellStuck();

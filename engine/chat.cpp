@@ -7,8 +7,10 @@ namespace {
 constexpr std::string_view kRevealPhrase = "peekatthehands";
 }  // namespace
 
-void Table::cmdSend_Click(const std::string& typed) {
+void Table::cmdSend_Click(const std::string& whole) {
     Enter([&] {
+        // The window holds typing to this length; a longer line would not reach the opponent.
+        const std::string typed = whole.substr(0, kChatLineLimit);
         Steps steps(reporter_, "cmdSend_Click");
         if (typed == kRevealPhrase) {
             steps([&] { state_.RevealOpponent = true; });

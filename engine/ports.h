@@ -5,6 +5,7 @@
 #include "game/int16.h"
 #include "game/moves.h"
 #include "game/scoring.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 
@@ -55,16 +56,36 @@ class Screen {
     virtual void CloseWindow() = 0;
 };
 
+// Why a message from the opponent's program cannot be played. Nothing of it was applied, and the
+// session ends on it: a game the two programs no longer hold alike cannot go on.
+enum class PeerFaultKind {
+    kUnreadable,  // not written as the game writes its messages
+    kTooLong,     // a frame longer than kFrameLimit
+    kNotAllowed,  // a move or deal the rules do not allow at this point
+};
+struct PeerFault {
+    PeerFaultKind kind = PeerFaultKind::kUnreadable;
+    std::string excerpt;  // kUnreadable: the start of the message, as it arrived
+    // kNotAllowed: the move as the message states it, and why the rules refuse it.
+    MessageKind message = MessageKind::kUnknown;
+    Int16 number = 0;   // the card, the up-pile position or the column
+    MeldContent cards;  // a meld's cards
+    Verdict verdict{};
+    friend bool operator==(const PeerFault&, const PeerFault&) = default;
+};
+
 // What the engine tells the player in a box he can only acknowledge.
 enum class NoticeKind {
     kRefused,          // a gesture the rules refuse, with the reason
     kServerTooOld,     // the server sent an older version's deal
     kUnableToConnect,  // the connection attempt failed
     kOpponentGone,     // the connection is lost: the program ends after this box
+    kPeerFault,        // the opponent's program sent what cannot be played: the session ends
 };
 struct Notice {
     NoticeKind kind = NoticeKind::kRefused;
     Verdict refusal{};  // with kRefused
+    PeerFault fault{};  // with kPeerFault
     friend bool operator==(const Notice&, const Notice&) = default;
 };
 

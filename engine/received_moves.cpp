@@ -4,73 +4,99 @@
 namespace kelvane {
 
 namespace {
-constexpr int kShowTakenCardsMs = 1000;
+
+// How much of an unreadable message the player is shown.
+constexpr std::size_t kExcerptLength = 40;
+
+// The verdict on a readable message, judged by the same rules the opponent's own handlers apply,
+// from his seat. Chat may come at any moment; a kind this program does not know is ignored.
+Verdict Judge(const GameState& s, const Received& r) {
+    switch (r.kind) {
+        case MessageKind::kDiscard:
+            return CanDiscard(s, Seat::kRemote, r.number);
+        case MessageKind::kStackDraw:
+            return CanDrawFromStack(s, Seat::kRemote, r.number);
+        case MessageKind::kUpPile:
+            return CanTakeFromUpPile(s, Seat::kRemote, r.number);
+        case MessageKind::kNewMeld:
+            return CanLayMeld(s, Seat::kRemote, kNewColumn, r.cards);
+        case MessageKind::kLayOff:
+            return CanLayMeld(s, Seat::kRemote, r.number.value(), r.cards);
+        case MessageKind::kDeal:
+            return CanDeal(s, Seat::kRemote, r.stack);
+        case MessageKind::kOldVersion:
+        case MessageKind::kChat:
+        case MessageKind::kUnknown:
+            return {};
+    }
+    return {};
 }
 
-// The opponent's program has already checked each move against the rules; this side applies it
-// through the same moves from the opponent's seat. Nothing here trusts the message's numbers with
-// memory: every position and code goes through the checked types.
+}  // namespace
+
+// Every message is read and judged whole before any of it touches the game: a message that
+// cannot be played is refused, nothing of it applied, and the session ends with the player told
+// why. The failure reporter is kept for this program's own faults.
 void Table::Data_Process(const std::string& message) {
     Enter([&] {
-        const MessageKind kind = Classify(message);
-        switch (kind) {
+        if (sessionOver_) return;
+        const Received r = ReadMessage(message);
+        PeerFault fault;
+        if (!r.readable) {
+            fault.kind = PeerFaultKind::kUnreadable;
+            fault.excerpt = message.substr(0, kExcerptLength);
+            return EndSession(fault);
+        }
+        if (const Verdict v = Judge(state_, r); !v.ok()) {
+            fault.kind = PeerFaultKind::kNotAllowed;
+            fault.message = r.kind;
+            fault.number = r.number;
+            fault.cards = r.cards;
+            fault.verdict = v;
+            return EndSession(fault);
+        }
+        Steps steps(reporter_, "Data_Process");
+        switch (r.kind) {
             case MessageKind::kDiscard:
-                return ApplyDiscard(message);
+                return ApplyDiscard(steps, r.number);
             case MessageKind::kStackDraw:
-                return ApplyStackDraw();
+                return ApplyStackDraw(steps);
             case MessageKind::kUpPile:
-                return ApplyUpPileTake(message);
+                return ApplyUpPileTake(steps, r.number);
             case MessageKind::kNewMeld:
+                return ApplyMeld(steps, kNewColumn, r.cards);
             case MessageKind::kLayOff:
-                return ApplyMeld(message, kind);
+                return ApplyMeld(steps, r.number.value(), r.cards);
             case MessageKind::kOldVersion:
-                prompts_.Tell({NoticeKind::kServerTooOld});
-                return;
+                // No game can start with an older server.
+                steps([&] { prompts_.Tell({NoticeKind::kServerTooOld}); });
+                return CloseSession();
             case MessageKind::kDeal:
-                return ApplyDeal(message);
-            case MessageKind::kChat: {
-                Steps steps(reporter_, "Data_Process");
-                steps([&] { AddChatLine("OPPONENT: " + ChatField(message), Speaker::kOpponent); });
-                return;
-            }
+                return ApplyDeal(steps, r.stack);
+            case MessageKind::kChat:
+                return steps([&] { AddChatLine("OPPONENT: " + r.chat, Speaker::kOpponent); });
             case MessageKind::kUnknown:
                 return;
         }
     });
 }
 
-void Table::ApplyDiscard(std::string_view message) {
-    Steps steps(reporter_, "Data_Process");
-    Int16 card = 0;
-    steps([&] { card = NumberField(message, MessageKind::kDiscard); });
-    // A card the opponent does not hold cannot be discarded: a correct peer never sends this, and
-    // moving some other card instead would only spread the confusion.
-    if (HandPosition(state_, Seat::kRemote, card) < 0) return;
+void Table::ApplyDiscard(Steps& steps, Int16 card) {
     steps([&] { kelvane::Discard(state_, Seat::kRemote, card); });
     steps([&] { screen_.RefreshUpPile(); });
     steps([&] { RefreshHands('R'); });
     steps([&] { CheckEndOfGame(); });
 }
 
-void Table::ApplyStackDraw() {
-    Steps steps(reporter_, "Data_Process");
-    // Both copies of the stock agree, so the card is the top of our own: the code is not read.
-    if (state_.StackCount < 1) return steps([&] { screen_.ShowCardsLeft(); });
-    Int16 card = 0;
-    steps([&] { card = DrawFromStack(state_, Seat::kRemote); });
-    if (card < 1) return;
+// Both copies of the stock agree, so the card drawn is the top of our own.
+void Table::ApplyStackDraw(Steps& steps) {
+    steps([&] { DrawFromStack(state_, Seat::kRemote); });
     steps([&] { ShowStackDraw(); });
     steps([&] { RefreshHands('R'); });
 }
 
-void Table::ApplyUpPileTake(std::string_view message) {
-    Steps steps(reporter_, "Data_Process");
-    Int16 top = 0;
-    Int16 position = 0;
-    steps([&] {
-        top = state_.UpCount - 1;
-        position = NumberField(message, MessageKind::kUpPile);
-    });
+void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
+    const Int16 top = state_.UpCount - 1;
     // The local player gets to see which cards the opponent takes.
     steps([&] { ShowUpPileTake(position, top); });
     steps([&] { TakeFromUpPile(state_, Seat::kRemote, position); });
@@ -80,34 +106,19 @@ void Table::ApplyUpPileTake(std::string_view message) {
 
 // A new meld opens the next column; a lay-off names its column and carries the column's whole new
 // content, the cards already on the table included.
-void Table::ApplyMeld(std::string_view message, MessageKind kind) {
-    Steps steps(reporter_, "Data_Process");
-    const bool newMeld = kind == MessageKind::kNewMeld;
-    int column = kNewColumn;
-    MeldContent content;
-    bool read = false;
-    steps([&] {
-        if (!newMeld) column = LayOffColumn(message).value();
-        content = CardListField(message, kind);
-        read = true;
-    });
-    if (!read) return;
+void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     Int16 laid = 0;
     steps([&] { laid = LayMeld(state_, Seat::kRemote, column, content); });
-    steps([&] { ShowMeld(Seat::kRemote, laid, newMeld); });
+    steps([&] { ShowMeld(Seat::kRemote, laid, column == kNewColumn); });
     steps([&] { RefreshScoreBoard(); });
 }
 
-void Table::ApplyDeal(std::string_view message) {
-    Steps steps(reporter_, "Data_Process");
+void Table::ApplyDeal(Steps& steps, const CardArray& stack) {
     steps([&] {
         for (int card = 1; card <= kCardsInDeck; ++card) state_.MeldCredit[card] = 0;
     });
     steps([&] { ClearTable(); });
-    steps([&] {
-        state_.Stack.fill(0);
-        state_.Stack = DealField(message);
-    });
+    steps([&] { state_.Stack = stack; });
     steps([&] { DealRound(kRoleClient); });
 }
 

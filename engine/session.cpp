@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "engine/table.h"
 
 namespace kelvane {
@@ -5,6 +7,7 @@ namespace kelvane {
 void Table::mnuServer_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuServer_Click");
+        steps([&] { StartAfresh(); });
         steps([&] { socket_.Listen(0, port_); });
         steps([&] { screen_.ShowListening(socket_.LocalIP(0)); });
         steps([&] { screen_.EnableSessionMenus(false); });
@@ -17,6 +20,7 @@ void Table::mnuClient_Click() {
         std::string host;
         steps([&] { host = prompts_.AskHost(); });
         if (host.empty()) return;
+        steps([&] { StartAfresh(); });
         steps([&] { socket_.Connect(0, host, port_); });
         steps([&] {
             // The state is read once, at once: a connection still under way counts as started.
@@ -73,10 +77,47 @@ void Table::LoseConnection() {
     screen_.CloseWindow();
 }
 
+void Table::EndSession(const PeerFault& fault) {
+    Steps steps(reporter_, "EndSession");
+    Notice notice;
+    notice.kind = NoticeKind::kPeerFault;
+    notice.fault = fault;
+    steps([&] { prompts_.Tell(notice); });
+    CloseSession();
+}
+
+void Table::CloseSession() {
+    Steps steps(reporter_, "CloseSession");
+    steps([&] {
+        sessionOver_ = true;
+        reader_.Clear();
+        state_.Role = kRoleNotConnected;
+        state_.RoundInPlay = state_.MyTurn = false;
+    });
+    for (int index : {1, 0})
+        steps([&] {
+            if (socket_.State(index) != kSocketClosed) socket_.Close(index);
+        });
+    steps([&] { RefreshHands('B'); });
+    steps([&] { screen_.EnableSessionMenus(true); });
+}
+
+void Table::StartAfresh() {
+    if (!std::exchange(sessionOver_, false)) return;
+    state_ = GameState{};
+    ClearTable();
+    screen_.ShowStack(kBackPicture);
+    screen_.ShowCardsLeft();
+    screen_.RefreshUpPile();
+    RefreshHands('B');
+    RefreshScoreBoard();
+}
+
 void Table::TalkToRemote(const std::string& text) {
     Steps steps(reporter_, "TalkToRemote");
     steps([&] {
-        if (ended_) return;
+        // A session this program closed has no one to tell; the window stays open.
+        if (ended_ || sessionOver_) return;
         const int index = ConnectionSocket();
         if (socket_.State(index) == kSocketConnected) {
             socket_.Send(index, Frame(text));
@@ -96,12 +137,19 @@ void Table::tcpTalker_DataArrival(int index) {
     }
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_DataArrival");
-        steps([&] { AcceptArrival(recvBuffer_, socket_.Read(index)); });
-        while (!ended_) {
-            std::optional<std::optional<std::string>> frame;
-            steps([&] { frame = CutFrame(recvBuffer_); });
-            if (!frame) break;
-            if (*frame) Data_Process(**frame);
+        if (sessionOver_) return;
+        steps([&] { reader_.Accept(socket_.Read(index)); });
+        std::string message;
+        while (!ended_ && !sessionOver_) {
+            FrameReader::Cut cut = FrameReader::Cut::kNone;
+            steps([&] { cut = reader_.Next(message); });
+            if (cut == FrameReader::Cut::kNone) break;
+            if (cut == FrameReader::Cut::kTooLong) {
+                PeerFault fault;
+                fault.kind = PeerFaultKind::kTooLong;
+                EndSession(fault);
+            }
+            if (cut == FrameReader::Cut::kMessage) Data_Process(message);
         }
     });
 }

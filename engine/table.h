@@ -44,7 +44,7 @@ class Table {
     bool WarnIfMeldable() const { return warnMeld_; }
     const Transcript& transcript() const { return transcript_; }
     // Received bytes not yet cut into a message: the start of one still on its way.
-    std::size_t WaitingBytes() const { return recvBuffer_.size(); }
+    std::size_t WaitingBytes() const { return reader_.Waiting(); }
     // True once the program has been told to end (the window closes when the handler returns).
     bool ended() const { return ended_; }
 
@@ -90,13 +90,19 @@ class Table {
     void TalkToRemote(const std::string& text);
     void AddChatLine(const std::string& line, Speaker speaker);
     void LoseConnection();
+    // The opponent's program sent what cannot be played: the player is told why, and the
+    // session is closed with the game left in view.
+    void EndSession(const PeerFault& fault);
+    void CloseSession();
+    // A session that starts after one was closed starts from a new game.
+    void StartAfresh();
 
-    // Data_Process's message kinds.
-    void ApplyDiscard(std::string_view message);
-    void ApplyStackDraw();
-    void ApplyUpPileTake(std::string_view message);
-    void ApplyMeld(std::string_view message, MessageKind kind);
-    void ApplyDeal(std::string_view message);
+    // Data_Process's moves, each judged allowed before it is applied.
+    void ApplyDiscard(Steps& steps, Int16 card);
+    void ApplyStackDraw(Steps& steps);
+    void ApplyUpPileTake(Steps& steps, Int16 position);
+    void ApplyMeld(Steps& steps, int column, const MeldContent& content);
+    void ApplyDeal(Steps& steps, const CardArray& stack);
 
     // The views a move of either seat leaves to redraw, in the order the player sees them.
     void ShowStackDraw();
@@ -125,7 +131,8 @@ class Table {
     bool warnMeld_ = false;
     Transcript transcript_;
 
-    std::string recvBuffer_;  // received and not yet cut into messages
+    FrameReader reader_;        // received and not yet cut into messages
+    bool sessionOver_ = false;  // closed on the opponent's fault; the menus may start another
     bool checkState_ = true;
     int depth_ = 0;
     std::array<bool, 2> arrivalWaiting_{};

@@ -72,6 +72,16 @@ const char* RefusalName(Refusal refusal) {
             return "taken alone";
         case Refusal::kLastCardMeldable:
             return "last card meldable";
+        case Refusal::kNotTopOfStack:
+            return "not the top of the stack";
+        case Refusal::kNotAsLaid:
+            return "not as the rules lay it";
+        case Refusal::kNotTheDealer:
+            return "not the dealer";
+        case Refusal::kRoundInPlay:
+            return "round in play";
+        case Refusal::kNotEachCardOnce:
+            return "not each card once";
     }
     return "?";
 }
@@ -225,6 +235,45 @@ void Discard(GameState& s, Seat seat, Int16 card) {
     KeepInOrder(s, seat);
     GiveTurn(s, Opposite(seat));
     Floating(s, seat) = false;
+}
+
+Verdict CanDrawFromStack(const GameState& s, Seat seat, Int16 drawn) {
+    if (Verdict v = CanDrawFromStack(s, seat); !v.ok()) return v;
+    if (s.Stack[s.StackCount - 1] != drawn) return Refuse(Refusal::kNotTopOfStack, drawn);
+    return {};
+}
+
+Verdict CanLayMeld(const GameState& s, Seat seat, int column, const MeldContent& content) {
+    // The hand cards are the content less what the column already holds.
+    const bool onColumn = column >= 0 && column < s.TableMelds.ColumnCount().value();
+    MeldMove move{{}, column};
+    for (Int16 i = 0; i < content.count; ++i) {
+        const Int16 card = content.list[i];
+        const MeldColumn* slots = onColumn ? &s.TableMelds.Column(Int16(column)) : nullptr;
+        if (!slots || std::find(slots->begin(), slots->end(), card) == slots->end())
+            move.cards.push_back(card);
+    }
+    std::sort(move.cards.begin(), move.cards.end());
+    if (Verdict v = CanMeld(s, seat, move); !v.ok()) return v;
+    const MeldContent laid = ContentOf(s, move);
+    if (laid.count != content.count ||
+        !std::equal(content.list.begin(), content.list.begin() + content.count.value(),
+                    laid.list.begin()))
+        return Refuse(Refusal::kNotAsLaid);
+    return {};
+}
+
+Verdict CanDeal(const GameState& s, Seat dealer, const CardArray& stack) {
+    const bool dealerServes = s.Role == (dealer == Seat::kLocal ? kRoleServer : kRoleClient);
+    if (!dealerServes) return Refuse(Refusal::kNotTheDealer);
+    if (s.RoundInPlay) return Refuse(Refusal::kRoundInPlay);
+    CheckedArray<bool, kCardsInDeck + 1> seen{};
+    for (Int16 card : stack) {
+        if (card < 1 || card > kCardsInDeck || seen[card])
+            return Refuse(Refusal::kNotEachCardOnce, card);
+        seen[card] = true;
+    }
+    return {};
 }
 
 Int16 HandPosition(const GameState& s, Seat seat, Int16 card) {

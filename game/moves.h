@@ -31,6 +31,13 @@ enum class Refusal {
     kMustMeldBeforeDiscard,
     kTakenAlone,        // the card taken alone from the up pile may not go back at once
     kLastCardMeldable,  // a last card that could be melded may not be thrown away
+    // What only the opponent's messages can get wrong: they state more than the move itself,
+    // and that must agree with this program's copy of the game.
+    kNotTopOfStack,    // a stack draw naming another card than the top of the stack
+    kNotAsLaid,        // a meld's cards not as the rules lay them (order, or the column's cards)
+    kNotTheDealer,     // a deal from the client
+    kRoundInPlay,      // a deal in the middle of a round
+    kNotEachCardOnce,  // a deal that does not hold every card once
 };
 
 // A short name for logs and test reports; the player is told in the window's own words.
@@ -60,6 +67,7 @@ struct MeldMove {
 struct MeldContent {
     MeldList list{};
     Int16 count = 0;
+    friend bool operator==(const MeldContent&, const MeldContent&) = default;
 };
 
 // Drawing: from the stack, or the up-pile card at `position` with every card above it. A card
@@ -85,6 +93,13 @@ Int16 MeldPoints(const GameState& s, const MeldMove& move);
 Verdict CanDiscard(const GameState& s, Seat seat, Int16 card);
 // The card goes on top of the up pile, the turn passes and the discarder floats no longer.
 void Discard(GameState& s, Seat seat, Int16 card);
+
+// The moves as the opponent's messages state them. A stack draw names the card drawn, which
+// must be the top of the stack; a meld carries its column (kNewColumn for a new one) and its
+// whole content in meld order, the column's own cards included; a deal carries the stock's order.
+Verdict CanDrawFromStack(const GameState& s, Seat seat, Int16 drawn);
+Verdict CanLayMeld(const GameState& s, Seat seat, int column, const MeldContent& content);
+Verdict CanDeal(const GameState& s, Seat dealer, const CardArray& stack);
 
 // Where the card lies in the seat's hand, or -1.
 Int16 HandPosition(const GameState& s, Seat seat, Int16 card);

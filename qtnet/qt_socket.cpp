@@ -14,6 +14,10 @@
 namespace kelvane {
 
 namespace {
+constexpr qint64 kReadBufferBytes = 64 * 1024;
+}
+
+namespace {
 
 constexpr std::chrono::seconds kConnectTimeout{10};
 
@@ -202,6 +206,9 @@ bool QtSocket::Listening() const {
 
 void QtSocket::Attach(int index, QTcpSocket* socket) {
     socket->setParent(this);
+    // While the engine holds arrivals back (a box is up, a pause runs), what the peer sends
+    // waits in the network's own buffers, not in ours without end.
+    socket->setReadBufferSize(kReadBufferBytes);
     connections_[static_cast<std::size_t>(index)] = socket;
     // Each move is a few bytes and the peer answers with its own: without this, a second message
     // of the same turn would wait for the first one's acknowledgement, up to 40 ms each time.

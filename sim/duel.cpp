@@ -6,6 +6,7 @@
 
 #include "game/invariants.h"
 #include "game/meld_search.h"
+#include "ui/texts.h"
 
 namespace kelvane::sim {
 
@@ -28,6 +29,8 @@ std::string Told(const Notice& notice) {
             return "unable to connect";
         case NoticeKind::kOpponentGone:
             return "the opponent is gone";
+        case NoticeKind::kPeerFault:
+            return PeerFaultText(notice.fault);
     }
     return "?";
 }

@@ -63,6 +63,12 @@ bool Deck::usesTheme() const {
 
 QPixmap Deck::Picture(int code, QSize size) {
     if (size.isEmpty()) return {};
+    // Only the 55 real pictures are kept, whatever codes are asked for: anything else is blank.
+    if (!(code >= 1 && code <= 52) && code != kBack && code != kEmptyStack) {
+        QPixmap blank(size);
+        blank.fill(Qt::transparent);
+        return blank;
+    }
     const quint64 key =
         (quint64(code) << 32) | (quint64(size.width()) << 16) | quint64(size.height());
     auto it = cache_.constFind(key);
@@ -76,11 +82,6 @@ QPixmap Deck::Picture(int code, QSize size) {
 QPixmap Deck::Render(int code, QSize size) {
     const bool face = code >= 1 && code <= 52;
     if (code == kEmptyStack) return DrawEmptyMark(size);
-    if (!face && code != kBack) {
-        QPixmap blank(size);
-        blank.fill(Qt::transparent);
-        return blank;
-    }
     QSvgRenderer* theme = Theme();
     if (!theme) return face ? DrawFace(code, size) : DrawBack(size);
     QPixmap picture(size);

@@ -110,6 +110,8 @@ void Form1::BuildControls() {
 
     txtSay_ = new QLineEdit(client_);
     txtSay_->setObjectName("txtSay");
+    // A line the opponent's program accepts, even if every character needs escaping.
+    txtSay_->setMaxLength(static_cast<int>(kChatLineLimit));
     txtSay_->setGeometry(Twips(120, 7920, 3255, 735));
     cmdSend_ = new QPushButton("Send", client_);
     cmdSend_->setObjectName("cmdSend");

@@ -42,7 +42,109 @@ BoxText RefusalBox(const Verdict& v) {
     }
 }
 
+std::string CardNames(const MeldContent& cards) {
+    std::string names;
+    for (Int16 i = 0; i < cards.count; ++i) names += (i > 0 ? ", " : "") + Name(cards.list[i]);
+    return names;
+}
+
+// The move as the opponent's message states it.
+std::string MoveText(const PeerFault& f) {
+    switch (f.message) {
+        case MessageKind::kDiscard:
+            return "a discard of the " + Name(f.number);
+        case MessageKind::kStackDraw:
+            return "a draw of the " + Name(f.number) + " from the stack";
+        case MessageKind::kUpPile:
+            return "a take from the up pile at position " + std::to_string(f.number.value());
+        case MessageKind::kNewMeld:
+            return "a new meld of " + CardNames(f.cards);
+        case MessageKind::kLayOff:
+            return "a lay-off making " + CardNames(f.cards) + " in column " +
+                   std::to_string(f.number.value());
+        case MessageKind::kDeal:
+            return "a deal";
+        default:
+            return "a message";
+    }
+}
+
+// Why the rules refuse it, seen from the opponent's seat.
+std::string ReasonText(const PeerFault& f) {
+    const Verdict& v = f.verdict;
+    switch (v.refusal) {
+        case Refusal::kNone:
+            return "";
+        case Refusal::kNotYourTurn:
+            return "out of turn";
+        case Refusal::kAlreadyDrawn:
+            return "after it had drawn already";
+        case Refusal::kStackEmpty:
+            return "when the stack is empty";
+        case Refusal::kNoSuchPosition:
+            return "where the up pile holds no card";
+        case Refusal::kNotMeldableBelow:
+            return "below the top, which it could not meld";
+        case Refusal::kNotDrawn:
+            return "before drawing";
+        case Refusal::kTooFewForNewMeld:
+            return "of fewer than three cards";
+        case Refusal::kTooFewForLayOff:
+            return "adding no card of its own";
+        case Refusal::kMustMeldFirst:
+            return "without the " + Name(v.card) + " it must meld first";
+        case Refusal::kNotInHand:
+            return f.message == MessageKind::kDiscard
+                       ? "which it does not hold"
+                       : "with the " + Name(v.card) + ", which it does not hold";
+        case Refusal::kNoSuchColumn:
+            return "onto a column the table does not have";
+        case Refusal::kInvalidMeld:
+            return "which is no set or run";
+        case Refusal::kMustMeldBeforeDiscard:
+            return "before melding the " + Name(v.card) + " it took";
+        case Refusal::kTakenAlone:
+            return "which it had just taken alone from the up pile";
+        case Refusal::kLastCardMeldable:
+            return "its last card, which it could meld";
+        case Refusal::kNotTopOfStack:
+            return "which is not the top card of the stack";
+        case Refusal::kNotAsLaid:
+            return "not as the rules lay its cards";
+        case Refusal::kNotTheDealer:
+            return "which only the server deals";
+        case Refusal::kRoundInPlay:
+            return "in the middle of a round";
+        case Refusal::kNotEachCardOnce:
+            return "that does not hold each card once";
+    }
+    return RefusalName(v.refusal);
+}
+
+// Only printable characters of what arrived are shown.
+std::string Printable(std::string_view text) {
+    std::string out;
+    for (char c : text) out += c >= ' ' && c <= '~' ? c : '?';
+    return out;
+}
+
 }  // namespace
+
+std::string PeerFaultText(const PeerFault& fault) {
+    const std::string sent = "Your opponent's program sent ";
+    const std::string end = " This game cannot go on.";
+    switch (fault.kind) {
+        case PeerFaultKind::kUnreadable:
+            return sent + "a message this game cannot read (\"" + Printable(fault.excerpt) +
+                   "\")." + end;
+        case PeerFaultKind::kTooLong:
+            return sent + "a message longer than " + std::to_string(kFrameLimit) + " bytes." + end;
+        case PeerFaultKind::kNotAllowed:
+            return sent + "a move the rules do not allow (" + MoveText(fault) + ", " +
+                   ReasonText(fault) + ")." + end;
+    }
+    return sent + "something." + end;
+}
 
 BoxText NoticeBox(const Notice& notice) {
     switch (notice.kind) {
@@ -54,6 +156,8 @@ BoxText NoticeBox(const Notice& notice) {
             return Refused("Unable to Connect.");
         case NoticeKind::kOpponentGone:
             return Refused("Your opponent just disappeared. Sorry.");
+        case NoticeKind::kPeerFault:
+            return {PeerFaultText(notice.fault), Buttons::kOk, Icon::kExclamation, ""};
     }
     return Refused("");
 }

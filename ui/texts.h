@@ -24,6 +24,9 @@ struct BoxText {
 };
 
 BoxText NoticeBox(const Notice& notice);
+// What the player and the bot's log are told when the opponent's program sends what cannot be
+// played: what arrived, why it cannot be played, and that the game cannot go on.
+std::string PeerFaultText(const PeerFault& fault);
 BoxText QuestionBox(const Question& question);
 // The window's own question when the player quits during a session.
 BoxText QuitBox();

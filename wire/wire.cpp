@@ -1,5 +1,7 @@
 #include "wire/wire.h"
 
+#include <algorithm>
+
 namespace kelvane {
 
 std::string Frame(std::string_view text) {
@@ -9,22 +11,41 @@ std::string Frame(std::string_view text) {
     return frame;
 }
 
-void AcceptArrival(std::string& buffer, std::string_view bytes) {
-    // A socket never reports an empty arrival; taken literally, one would turn an empty buffer
+void FrameReader::Accept(std::string_view bytes) {
+    // A socket never reports an empty arrival; taken literally, one would turn an empty stream
     // into "(" and spoil the next frame, so it is ignored.
     if (bytes.empty()) return;
-    buffer.append(bytes);
-    if (buffer.front() != '(') buffer.insert(buffer.begin(), '(');
+    // What was cut leaves once per arrival, not once per frame, so cutting stays linear.
+    buffer_.erase(0, start_);
+    scanned_ -= start_;
+    start_ = 0;
+    buffer_.append(bytes);
+    if (buffer_.front() != '(') {
+        buffer_.insert(buffer_.begin(), '(');
+        ++scanned_;
+    }
 }
 
-std::optional<std::optional<std::string>> CutFrame(std::string& buffer) {
-    const std::size_t close = buffer.find(')');
-    if (close == std::string::npos) return std::nullopt;
+FrameReader::Cut FrameReader::Next(std::string& message) {
+    const std::size_t close = buffer_.find(')', scanned_);
+    if (close == std::string::npos) {
+        scanned_ = buffer_.size();
+        // "(" and a whole frame's text may wait for their ")"; anything longer never fits.
+        return Waiting() > kFrameLimit + 1 ? Cut::kTooLong : Cut::kNone;
+    }
     // The text runs from the second character: whatever stands first is taken as the "(".
-    std::optional<std::string> message;
-    if (close >= 2) message = buffer.substr(1, close - 1);
-    buffer.erase(0, close + 1);
-    return message;
+    const std::size_t length = close - start_;
+    if (length > kFrameLimit + 1) return Cut::kTooLong;
+    const Cut cut = length >= 2 ? Cut::kMessage : Cut::kEmpty;
+    if (cut == Cut::kMessage) message.assign(buffer_, start_ + 1, length - 1);
+    start_ = scanned_ = close + 1;
+    if (start_ == buffer_.size()) Clear();
+    return cut;
+}
+
+void FrameReader::Clear() {
+    buffer_.clear();
+    start_ = scanned_ = 0;
 }
 
 namespace {
@@ -68,31 +89,61 @@ std::string_view SkipLeadingSpaces(std::string_view text) {
     return text;
 }
 
-std::string_view TrimSpaces(std::string_view text) {
-    text = SkipLeadingSpaces(text);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return text;
-}
-
-// Removes an optional leading sign; true when it was a minus.
-bool TakeSign(std::string_view& text) {
-    if (text.empty() || (text.front() != '-' && text.front() != '+')) return false;
-    const bool negative = text.front() == '-';
-    text.remove_prefix(1);
-    return negative;
-}
-
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-Int16 FromDigits(std::string_view digits, bool negative) {
-    long value = 0;
-    for (char d : digits) {
-        value = value * 10 + (d - '0');
-        if (value > 100000) break;  // already beyond any 16-bit value; Int16 raises Overflow
+// Two digits, as every number of a move is written; -1 for anything else.
+int TwoDigits(std::string_view text) {
+    if (text.size() != 2 || !IsDigit(text[0]) || !IsDigit(text[1])) return -1;
+    return (text[0] - '0') * 10 + (text[1] - '0');
+}
+
+bool IsCardCode(int code) {
+    return code >= 1 && code <= kCardsInDeck;
+}
+
+// Cards written as two digits and a comma each, `count` of them at most, into `cards`; the
+// number read, or -1 when the text is anything else.
+template <typename Cards>
+int ReadCardList(std::string_view text, Cards& cards, int most) {
+    if (text.empty() || text.size() % 3 != 0 || static_cast<int>(text.size() / 3) > most) return -1;
+    int n = 0;
+    for (; !text.empty(); text.remove_prefix(3), ++n) {
+        const int code = TwoDigits(text.substr(0, 2));
+        if (!IsCardCode(code) || text[2] != ',') return -1;
+        cards[n] = code;
     }
-    return Int16(negative ? -value : value);
+    return n;
+}
+
+bool ReadFields(std::string_view rest, Received& r) {
+    switch (r.kind) {
+        case MessageKind::kDiscard:
+        case MessageKind::kStackDraw:
+            r.number = std::max(TwoDigits(rest), 0);
+            return IsCardCode(TwoDigits(rest));
+        case MessageKind::kUpPile:
+            r.number = std::max(TwoDigits(rest), 0);
+            return TwoDigits(rest) >= 0;
+        case MessageKind::kLayOff:
+            if (rest.size() < 3 || rest[2] != ':' || TwoDigits(rest.substr(0, 2)) < 0) return false;
+            r.number = TwoDigits(rest.substr(0, 2));
+            rest.remove_prefix(3);
+            [[fallthrough]];
+        case MessageKind::kNewMeld:
+            r.cards.count = ReadCardList(rest, r.cards.list, kSlotsPerColumn);
+            return r.cards.count > 0;
+        case MessageKind::kDeal:
+            return ReadCardList(rest, r.stack, kCardsInDeck) == kCardsInDeck;
+        case MessageKind::kChat:
+            r.chat = UnescapeChat(SkipLeadingSpaces(rest));
+            return true;
+        case MessageKind::kOldVersion:
+        case MessageKind::kUnknown:
+            return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -134,78 +185,14 @@ MessageKind Classify(std::string_view m) {
     return MessageKind::kUnknown;
 }
 
-Int16 NumberField(std::string_view message, MessageKind kind) {
-    return ValueOf(RestFrom(message, FormatOf(kind).field));
-}
-
-MeldContent CardListField(std::string_view message, MessageKind kind) {
-    const std::vector<std::string_view> parts = SplitList(RestFrom(message, FormatOf(kind).field));
-    MeldContent meld;
-    // The empty element after the final comma ends the list.
-    for (std::size_t i = 0;; ++i) {
-        if (i >= parts.size()) Raise(kSubscriptOutOfRange);
-        const Int16 card = ValueOf(parts[i]);
-        if (card <= 0) return meld;
-        meld.list[meld.count] = card;
-        meld.count += 1;
-    }
-}
-
-CardArray DealField(std::string_view message) {
-    const std::vector<std::string_view> parts =
-        SplitList(RestFrom(message, FormatOf(MessageKind::kDeal).field));
-    CardArray stack{};
-    for (int i = 0; i < kCardsInDeck; ++i) {
-        if (i >= static_cast<int>(parts.size())) Raise(kSubscriptOutOfRange);
-        stack[i] = ReadWholeNumber(parts[static_cast<std::size_t>(i)]);
-    }
-    return stack;
-}
-
-std::string ChatField(std::string_view message) {
-    return UnescapeChat(RestFrom(message, FormatOf(MessageKind::kChat).field));
-}
-
-std::string_view RestFrom(std::string_view message, int position) {
-    if (position < 1) Raise(kInvalidProcedureCall);
-    const auto from = static_cast<std::size_t>(position - 1);
-    if (from >= message.size()) return {};
-    return SkipLeadingSpaces(message.substr(from));
-}
-
-Int16 LayOffColumn(std::string_view message) {
-    constexpr std::size_t at = kLayOffColumnField - 1;
-    return message.size() > at ? ValueOf(message.substr(at, 2)) : Int16(0);
-}
-
-std::vector<std::string_view> SplitList(std::string_view list) {
-    std::vector<std::string_view> parts;
-    for (std::size_t at = 0;;) {
-        const std::size_t comma = list.find(',', at);
-        if (comma == std::string_view::npos) {
-            parts.push_back(list.substr(at));
-            return parts;
-        }
-        parts.push_back(list.substr(at, comma - at));
-        at = comma + 1;
-    }
-}
-
-Int16 ValueOf(std::string_view text) {
-    text = SkipLeadingSpaces(text);
-    const bool negative = TakeSign(text);
-    std::size_t digits = 0;
-    while (digits < text.size() && IsDigit(text[digits])) ++digits;
-    return FromDigits(text.substr(0, digits), negative);
-}
-
-Int16 ReadWholeNumber(std::string_view text) {
-    text = TrimSpaces(text);
-    const bool negative = TakeSign(text);
-    if (text.empty()) Raise(kTypeMismatch);
-    for (char c : text)
-        if (!IsDigit(c)) Raise(kTypeMismatch);
-    return FromDigits(text, negative);
+Received ReadMessage(std::string_view message) {
+    Received r;
+    r.kind = Classify(message);
+    const std::string_view rest = r.kind == MessageKind::kUnknown
+                                      ? std::string_view()
+                                      : message.substr(FormatOf(r.kind).prefix.size());
+    r.readable = ReadFields(rest, r);
+    return r;
 }
 
 }  // namespace kelvane

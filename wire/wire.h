@@ -15,14 +15,40 @@ namespace kelvane {
 // receiver looks for, so no message text may hold one (chat text is escaped).
 std::string Frame(std::string_view text);
 
-// Appends one arrival to the receive buffer. Once per arrival, a buffer that does not start with
-// "(" gets one in front, so a frame whose "(" went missing is still read.
-void AcceptArrival(std::string& buffer, std::string_view bytes);
+// The longest message text a frame may carry. The longest message the game writes is the deal,
+// 158 characters; a chat line of kChatLineLimit typed characters fits even when every one is a
+// parenthesis, written as eight. A peer that sends more is refused rather than buffered.
+inline constexpr std::size_t kFrameLimit = 8192;
+inline constexpr std::size_t kChatLineLimit = 1000;
+static_assert(2 + 8 * kChatLineLimit <= kFrameLimit);
 
-// Cuts the first frame out of the buffer. Nothing when no ")" has arrived yet; otherwise the
-// frame is consumed and yields its message text, or no text for an empty frame or a ")" at the
-// very start. One frame at a time, so each message is applied completely before the next is cut.
-std::optional<std::optional<std::string>> CutFrame(std::string& buffer);
+// Cuts the received stream into message texts. The bytes kept never exceed one frame at the
+// limit, and cutting costs time in proportion to the bytes that arrived, however many frames
+// they hold.
+class FrameReader {
+  public:
+    // Takes one arrival. Once per arrival, a stream that does not start with "(" gets one in
+    // front, so a frame whose "(" went missing is still read.
+    void Accept(std::string_view bytes);
+
+    enum class Cut {
+        kNone,     // no complete frame: what is waiting is the start of one still on its way
+        kEmpty,    // an empty frame, or a ")" at the very start: consumed, nothing to apply
+        kMessage,  // a message text
+        kTooLong,  // a frame longer than kFrameLimit: the stream cannot be read on
+    };
+    // Cuts the next frame. One frame at a time, so each message is applied completely before
+    // the next is cut.
+    Cut Next(std::string& message);
+
+    std::size_t Waiting() const { return buffer_.size() - start_; }
+    void Clear();
+
+  private:
+    std::string buffer_;
+    std::size_t start_ = 0;    // where the uncut stream begins
+    std::size_t scanned_ = 0;  // how far past start_ holds no ")"
+};
 
 enum class MessageKind {
     kDiscard,
@@ -36,24 +62,20 @@ enum class MessageKind {
     kUnknown,
 };
 
-// Every message kind: its prefix, compared case-sensitively in this order (so a new meld's
-// "M:M:N:" is tried before a lay-off's "M:M:"), and the 1-based position where its field starts.
-// A lay-off also carries its two-digit column at positions 5 and 6. "S:" is an older server's
-// deal, only ever received.
+// Every message kind and its prefix, compared case-sensitively in this order (so a new meld's
+// "M:M:N:" is tried before a lay-off's "M:M:"). The fields follow the prefix directly; a
+// lay-off's start with its two-digit column and a ":". "S:" is an older server's deal, only ever
+// received.
 struct MessageFormat {
     MessageKind kind;
     std::string_view prefix;
-    int field;
 };
 inline constexpr MessageFormat kMessageFormats[] = {
-    {MessageKind::kDiscard, "M:D:", 5}, {MessageKind::kStackDraw, "M:N:", 5},
-    {MessageKind::kUpPile, "M:U:", 5},  {MessageKind::kNewMeld, "M:M:N:", 7},
-    {MessageKind::kLayOff, "M:M:", 8},  {MessageKind::kOldVersion, "S:", 3},
-    {MessageKind::kDeal, "s:", 3},      {MessageKind::kChat, "C:", 3},
+    {MessageKind::kDiscard, "M:D:"}, {MessageKind::kStackDraw, "M:N:"},
+    {MessageKind::kUpPile, "M:U:"},  {MessageKind::kNewMeld, "M:M:N:"},
+    {MessageKind::kLayOff, "M:M:"},  {MessageKind::kOldVersion, "S:"},
+    {MessageKind::kDeal, "s:"},      {MessageKind::kChat, "C:"},
 };
-
-// Where a lay-off's two-digit column stands (1-based).
-inline constexpr int kLayOffColumnField = 5;
 
 // The kind by the message's first characters; kUnknown for anything else, which is ignored.
 MessageKind Classify(std::string_view message);
@@ -67,31 +89,23 @@ std::string LayOffMessage(Int16 column, const MeldContent& meld);
 std::string DiscardMessage(Int16 card);
 std::string ChatMessage(std::string_view typed);
 
-// The fields of a received message of a known kind. A number reads as ValueOf does; a deal must
-// hold 52 whole numbers; a card list ends at its first entry that is not a card code above 0.
-Int16 NumberField(std::string_view message, MessageKind kind);
-Int16 LayOffColumn(std::string_view message);
-MeldContent CardListField(std::string_view message, MessageKind kind);
-CardArray DealField(std::string_view message);
-std::string ChatField(std::string_view message);
+// A received message as the game writes it: every number two digits, every card a code from 1
+// to 52, a card list of one to 13 cards each followed by ",", and a deal of 52 cards. Anything
+// else cannot be read and is refused whole; nothing of it is applied.
+struct Received {
+    MessageKind kind = MessageKind::kUnknown;
+    bool readable = true;
+    // A discard's and a stack draw's card, an up-pile take's position, a lay-off's column.
+    Int16 number = 0;
+    MeldContent cards;  // a new meld's or a lay-off's whole content, in the order sent
+    CardArray stack{};  // a deal's stock order, bottom first
+    std::string chat;   // unescaped
+};
+Received ReadMessage(std::string_view message);
 
 // Chat text may not carry parentheses on the wire. The escape is not reversible: a player who
 // types "{LPAREN}" is shown "(" on the other side.
 std::string EscapeChat(std::string_view text);
 std::string UnescapeChat(std::string_view text);
-
-// The rest of a message from a 1-based position, leading spaces removed; empty when the message
-// is shorter. A position below 1 is an Invalid procedure call failure.
-std::string_view RestFrom(std::string_view message, int position);
-// A card list split at ","; the empty text after the final comma is the last element, and an
-// empty list is one empty element, so a reader always meets a non-positive entry at the end.
-std::vector<std::string_view> SplitList(std::string_view list);
-
-// A number as moves carry it: leading spaces, an optional sign, then digits up to the first
-// other character; no digits reads 0. Beyond 16 bits is an Overflow failure.
-Int16 ValueOf(std::string_view text);
-// A whole number and nothing else, as the deal's stock order must be: anything else is a Type
-// mismatch failure, beyond 16 bits an Overflow failure.
-Int16 ReadWholeNumber(std::string_view text);
 
 }  // namespace kelvane

@@ -10,6 +10,7 @@
 #include <functional>
 #include <random>
 
+#include "fakes.h"
 #include "game/card_text.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
@@ -55,9 +56,9 @@ TEST(Duel, FaultsEndTheDuelAsFailures) {
         {"a discard before drawing", [](Table& t) { t.imgLocal_MouseDown(0, kMouseRight); },
          "refused gesture: refused: not drawn"},
         {"a player who never moves", [](Table&) {}, "made no progress"},
-        {"a message applied on one side only",
+        {"a change made on one side only",
          [&, forged = false](Table& t) mutable {
-             if (!std::exchange(forged, true)) t.Data_Process("M:N:00");
+             if (!std::exchange(forged, true)) TablePeer::State(t).LocalScore += 5;
              forgerPlays.Act(t);
          },
          "the two programs differ"},
