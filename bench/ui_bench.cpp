@@ -332,6 +332,23 @@ void ReceiveMove(benchmark::State& state, Game& game, const MoveCase& move, Pain
     state.counters["restarts"] = game.restarts - restartsBefore;
 }
 
+// A chat line as long as a frame may carry, received and drawn while the conversation grows by
+// one such line each time: its cost must stay that of the line, not of the transcript.
+void ChatLineAtTheFrameLimit(benchmark::State& state, Deck& deck) {
+    QtSocket socket;
+    BenchWindow window(socket, deck);
+    window.show();
+    std::string line = "C:";
+    while (line.size() + 8 <= kFrameLimit) line += "chatter ";
+    for (auto _ : state) {
+        window.table().Data_Process(line);
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents();
+    }
+    if (!window.problems.empty()) state.SkipWithError(window.problems.front().c_str());
+    state.counters["line_bytes"] = static_cast<double>(line.size());
+}
+
 }  // namespace
 }  // namespace kelvane
 
@@ -371,6 +388,11 @@ int main(int argc, char** argv) {
             ->Iterations(move.iterations)
             ->Unit(benchmark::kMicrosecond);
     }
+    benchmark::RegisterBenchmark(
+        "BM_ChatLineAtTheFrameLimit",
+        [&deck](benchmark::State& state) { kelvane::ChatLineAtTheFrameLimit(state, deck); })
+        ->Iterations(300)
+        ->Unit(benchmark::kMillisecond);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;
