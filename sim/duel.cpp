@@ -6,7 +6,6 @@
 
 #include "game/invariants.h"
 #include "game/meld_search.h"
-#include "ui/texts.h"
 
 namespace kelvane::sim {
 
@@ -30,7 +29,11 @@ std::string Told(const Notice& notice) {
         case NoticeKind::kOpponentGone:
             return "the opponent is gone";
         case NoticeKind::kPeerFault:
-            return PeerFaultText(notice.fault);
+            return std::string("the opponent's message was refused: ") +
+                   (notice.fault.kind == PeerFaultKind::kNotAllowed
+                        ? RefusalName(notice.fault.verdict.refusal)
+                        : notice.fault.kind == PeerFaultKind::kTooLong ? "too long"
+                                                                       : "unreadable");
     }
     return "?";
 }

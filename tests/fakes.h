@@ -9,6 +9,7 @@
 
 #include "engine/steps.h"
 #include "engine/table.h"
+#include "engine/table_peer.h"
 #include "game/card_text.h"
 #include "ui/texts.h"
 
@@ -145,16 +146,6 @@ class MemorySocket : public Socket {
 };
 
 }  // namespace kelvane::test
-
-namespace kelvane {
-struct TablePeer {
-    static GameState& State(Table& table) { return table.state_; }
-    // Positions staged by hand hold only the cards a test needs, so the whole-state check that
-    // debug builds make after every handler would object to them.
-    static void CheckStates(Table& table, bool on) { table.checkState_ = on; }
-    static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
-};
-}  // namespace kelvane
 
 namespace kelvane::test {
 

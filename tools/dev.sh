@@ -5,11 +5,12 @@
 #   bash tools/dev.sh sanitize   the tests again under AddressSanitizer + UBSan
 #   bash tools/dev.sh format     check the formatting of every C++ file
 #   bash tools/dev.sh bench      build and run the benchmarks and the start-up comparison
+#   bash tools/dev.sh fuzz [s]   fuzz what each role receives, s seconds each (default 60)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
-          qt6-base-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5)
+          qt6-base-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5 clang libclang-rt-14-dev)
 
 install_missing() {
     local missing=()
@@ -58,8 +59,25 @@ bench)
     for b in build/release/bench/kelvane_*bench; do "$b" "${@:2}"; done
     bash bench/startup.sh build/release
     ;;
+fuzz)
+    install_missing
+    build fuzz
+    # Each role starts from the seed corpus; whatever breaks is saved in fuzz/crashes, where the
+    # ordinary test suite replays it from then on.
+    status=0
+    for role in server client; do
+        work=$(mktemp -d)
+        log=$(mktemp)
+        build/fuzz/fuzz/kelvane_fuzz_$role -max_total_time="${2:-60}" -print_final_stats=1 \
+            -artifact_prefix=fuzz/crashes/$role- "$work" fuzz/corpus >"$log" 2>&1 || status=1
+        echo "$role: $(grep -E '^stat::number_of_executed_units' "$log")"
+        grep -E '^(broke|==[0-9]+==ERROR)' "$log" || true
+        rm -rf "$work" "$log"
+    done
+    exit $status
+    ;;
 *)
-    sed -n '2,7p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,8p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "engine/table.h"
+
+namespace kelvane {
+
+// For the tests and the fuzzer: a Table's state reached directly, so positions can be staged
+// without a game's worth of moves.
+struct TablePeer {
+    static GameState& State(Table& table) { return table.state_; }
+    // Positions staged by hand hold only the cards a test needs, so the whole-state check that
+    // debug builds make after every handler would object to them.
+    static void CheckStates(Table& table, bool on) { table.checkState_ = on; }
+    static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
+};
+
+}  // namespace kelvane
