@@ -7,18 +7,25 @@
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTest>
+#include <QTextEdit>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "game/stock.h"
 #include "game_watch.h"
 #include "qtnet/qt_socket.h"
 #include "sim/random_policy.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
+#include "wire/wire.h"
 
 namespace kelvane {
 namespace {
@@ -129,6 +136,58 @@ TEST_P(WindowAgainstBot, PlaysAWholeGame) {
 INSTANTIATE_TEST_SUITE_P(BothSeats, WindowAgainstBot, ::testing::Bool(), [](const auto& seat) {
     return seat.param ? "WindowServes" : "BotServes";
 });
+
+// The window connected to a peer played by the test over loopback: what the peer's program could
+// not have sent is told in one box, the connection closed, the window left open on the game with
+// both session commands enabled; a flood of empty frames changes nothing. Never a failure report.
+TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
+    const std::string deal = "(" + DealMessage(ShuffleOrder(SeededRandom(9))) + ")";
+    std::string flood, ones;
+    for (int i = 0; i < 1'000'000; ++i) flood += "()";
+    for (int i = 0; i < kCardsInDeck; ++i) ones += "01,";
+    const std::pair<std::string, std::string> cases[] = {
+        {deal + "(M:D:xx)", "a message this game cannot read (\"M:D:xx\")"},
+        {deal + "(" + std::string(1 << 20, 'x'), "a message longer than 8192 bytes"},
+        {"(s:" + ones + ")",
+         "a move the rules do not allow (a deal, that does not hold each card once)"},
+        {deal + flood + "(C:still here)", ""},
+    };
+    Deck deck;
+    for (const auto& [bytes, told] : cases) {
+        SCOPED_TRACE(told);
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+        QtSocket socket;
+        UnattendedWindow window(socket, deck);
+        window.show();
+        window.table().UsePort(server.serverPort());
+        window.table().mnuClient_Click();
+        ASSERT_TRUE(QTest::qWaitFor([&] { return server.hasPendingConnections(); }, 5000));
+        std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
+        peer->setParent(nullptr);
+        peer->write(bytes.data(), static_cast<qint64>(bytes.size()));
+        const auto settled = [&] {
+            return told.empty() ? window.rtbConvo()->toPlainText().contains("still here")
+                                : !window.boxes.empty();
+        };
+        ASSERT_TRUE(QTest::qWaitFor(settled, 5000));
+        EXPECT_TRUE(window.failures.empty()) << window.failures.front();
+        EXPECT_TRUE(window.isVisible());
+        if (told.empty()) {
+            EXPECT_TRUE(window.boxes.empty()) << window.boxes.front();
+            EXPECT_EQ(window.table().state().LocalCount, 7) << "the game goes on";
+            continue;
+        }
+        ASSERT_EQ(window.boxes.size(), 1u);
+        EXPECT_EQ(window.boxes[0],
+                  "Your opponent's program sent " + told + ". This game cannot go on.");
+        EXPECT_TRUE(window.action("mnuServer")->isEnabled());
+        EXPECT_TRUE(window.action("mnuClient")->isEnabled());
+        EXPECT_TRUE(peer->state() == QAbstractSocket::UnconnectedState ||
+                    peer->waitForDisconnected(5000))
+            << "the connection is closed";
+    }
+}
 
 }  // namespace
 }  // namespace kelvane

@@ -1,0 +1,82 @@
+// The window connected to a peer that sends a frame that never closes: how far the window's
+// peak resident memory grows, and what the player is told.
+//   QT_QPA_PLATFORM=offscreen kelvane_flood_window [megabytes]
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "game/stock.h"
+#include "qtnet/qt_socket.h"
+#include "ui/deck.h"
+#include "ui/form1.h"
+#include "wire/wire.h"
+
+namespace {
+
+double PeakMegabytes() {
+    QFile status("/proc/self/status");
+    status.open(QIODevice::ReadOnly);
+    const auto match = QRegularExpression("VmHWM:\\s+(\\d+)").match(status.readAll());
+    return match.captured(1).toDouble() / 1024;
+}
+
+class FloodedWindow : public kelvane::Form1 {
+  public:
+    using Form1::Form1;
+    bool ShowBox(const kelvane::BoxText& box) override {
+        told = box.text;
+        return true;
+    }
+    std::string AskHost() override { return "127.0.0.1"; }
+    std::string told;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const int megabytes = argc > 1 ? std::stoi(argv[1]) : 200;
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost, 0);
+    kelvane::QtSocket socket;
+    kelvane::Deck deck;
+    FloodedWindow window(socket, deck);
+    window.show();
+    window.table().UsePort(server.serverPort());
+    window.table().mnuClient_Click();
+    while (!server.hasPendingConnections()) QCoreApplication::processEvents();
+    std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
+    const std::string deal =
+        "(" + kelvane::DealMessage(kelvane::ShuffleOrder(kelvane::SeededRandom(9))) + ")";
+    peer->write(deal.data(), static_cast<qint64>(deal.size()));
+    while (window.table().state().LocalCount < 7) QCoreApplication::processEvents();
+    const double before = PeakMegabytes();
+
+    const QByteArray chunk(64 * 1024, 'x');
+    peer->write("(");
+    qint64 sent = 0;
+    QElapsedTimer clock;
+    clock.start();
+    while (sent < qint64(megabytes) << 20 && peer->state() == QAbstractSocket::ConnectedState &&
+           clock.elapsed() < 60'000) {
+        if (peer->bytesToWrite() < 4 * chunk.size()) sent += peer->write(chunk);
+        QCoreApplication::processEvents();
+    }
+    QElapsedTimer settle;
+    settle.start();
+    while (settle.elapsed() < 500) QCoreApplication::processEvents();
+    std::printf("window peak resident memory before the flood: %.1f MB\n", before);
+    std::printf("window peak resident memory after:            %.1f MB (grew %.1f MB)\n",
+                PeakMegabytes(), PeakMegabytes() - before);
+    std::printf("bytes written before the window closed the connection: %lld\n",
+                static_cast<long long>(sent));
+    std::printf("the player was told: %s\n", window.told.c_str());
+    return 0;
+}
