@@ -106,7 +106,7 @@ void Table::StartAfresh() {
     if (!std::exchange(sessionOver_, false)) return;
     state_ = GameState{};
     ClearTable();
-    screen_.ShowStack(kBackPicture);
+    screen_.ShowStack(0);  // no stock until the deal
     screen_.ShowCardsLeft();
     screen_.RefreshUpPile();
     RefreshHands('B');

@@ -164,6 +164,7 @@ struct TableUnderTest {
     // Connected as the client mid-round; the stock holds KS down to 4S from the top.
     void MidRound(const char* hand, const char* upPile) {
         s.Role = kRoleClient;
+        s.GamesPlayed = 1;
         socket.states[0] = kSocketConnected;
         SetHand(s, hand);
         SetUpPile(s, upPile);

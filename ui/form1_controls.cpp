@@ -96,16 +96,17 @@ void Form1::BuildControls() {
     lblStatus_ =
         Label<StatusLabel>(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
     lblStatus_->setWordWrap(true);
-    lblScores_ = Label(client_, "lblScores", "Become server or client to begin new game",
-                       Twips(3360, 0, 4575, 255));
+    const ScoreBoardTexts start = ScoreBoardText(GameState{});
+    lblScores_ = Label(client_, "lblScores", start.scores.c_str(), Twips(3360, 0, 4575, 255));
     frmScores_ = Frame(client_, "frmScores", "Scores", Twips(8280, 0, 3135, 1455));
-    lblTotGamesPlayed_ = Label(frmScores_, "lblTotGamesPlayed",
-                               "Total Games Played:", Twips(120, 240, 2895, 255), 9.75);
-    lblLocalScore_ =
-        Label(frmScores_, "lblLocalScore", "Your Score:", Twips(120, 480, 2895, 255), 9.75);
-    lblRemoteScore_ = Label(frmScores_, "lblRemoteScore",
-                            "Your Opponent's Score:", Twips(120, 720, 2895, 255), 9.75);
-    lblFloat_ = Label(frmScores_, "lblFloat", "", Twips(120, 960, 2895, 255), 9.75);
+    lblTotGamesPlayed_ = Label(frmScores_, "lblTotGamesPlayed", start.gamesPlayed.c_str(),
+                               Twips(120, 240, 2895, 255), 9.75);
+    lblLocalScore_ = Label(frmScores_, "lblLocalScore", start.localScore.c_str(),
+                           Twips(120, 480, 2895, 255), 9.75);
+    lblRemoteScore_ = Label(frmScores_, "lblRemoteScore", start.remoteScore.c_str(),
+                            Twips(120, 720, 2895, 255), 9.75);
+    lblFloat_ =
+        Label(frmScores_, "lblFloat", start.floating.c_str(), Twips(120, 960, 2895, 255), 9.75);
     label1_ = Label(client_, "Label1", "Chat with Opponent:", Twips(120, 7680, 2055, 255));
 
     txtSay_ = new QLineEdit(client_);

@@ -100,6 +100,12 @@ void Form1::WriteStatusLine() {
     QFont font = lblStatus_->font();
     font.setPointSize(s.MyTurn ? 2 * statusFontSize_ : statusFontSize_);
     lblStatus_->setFont(font);
+    // A session closed on the opponent's fault leaves its game in view, but nobody plays on.
+    if (s.Role == kRoleNotConnected) {
+        SetStatusColour(QColor(0, 0, 0));
+        lblStatus_->setText(QString::fromStdString(kRoleNotConnected));
+        return;
+    }
     SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
     if (s.MyTurn) {
         lblStatus_->setText(s.HasDrawn ? "Discard" : "Draw");

@@ -198,6 +198,10 @@ std::string ListeningText(const std::string& localAddress) {
 }
 
 ScoreBoardTexts ScoreBoardText(const GameState& s) {
+    // Before the first deal of a session the labels invite the player to start one.
+    if (s.GamesPlayed == 0)
+        return {"Become server or client to begin new game",
+                "Total Games Played:", "Your Score:", "Your Opponent's Score:", ""};
     const MeldedPoints melded = MeldedScores(s);
     auto text = [](Int16 n) { return std::to_string(n.value()); };
     const char* floating = s.LocalFloating && s.RemoteFloating ? "Both Floating"

@@ -181,6 +181,7 @@ TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
         ASSERT_EQ(window.boxes.size(), 1u);
         EXPECT_EQ(window.boxes[0],
                   "Your opponent's program sent " + told + ". This game cannot go on.");
+        EXPECT_EQ(window.label("lblStatus")->text(), "Not Connected");
         EXPECT_TRUE(window.action("mnuServer")->isEnabled());
         EXPECT_TRUE(window.action("mnuClient")->isEnabled());
         EXPECT_TRUE(peer->state() == QAbstractSocket::UnconnectedState ||
