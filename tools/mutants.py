@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""One-line mutants: each is a slip a developer could make; the suite must catch it.
+
+    python3 tools/mutants.py               # every mutant
+    python3 tools/mutants.py --only M3,M7  # some
+    python3 tools/mutants.py --list
+
+Each mutant replaces one exact text (found exactly once in its file), builds the release
+configuration without benchmarks in build/mutants, runs the suite with a 60-second limit per
+test, and restores the file. A mutant the suite does not catch is a missing test. The results
+are printed as a table and written to build/mutants/results.md.
+"""
+import argparse
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# id, file, original text, replacement, what the slip does to the game
+MUTANTS = [
+    # The rules and the moves.
+    ("M1", "game/scoring.cpp", "if (rank < kTen) return 5;", "if (rank <= kTen) return 5;",
+     "a ten scores 5"),
+    ("M2", "game/scoring.cpp", "meldHoldsTwo ? 5 : 15", "meldHoldsTwo ? 15 : 15",
+     "an ace beside a two scores 15"),
+    ("M3", "game/invariants.cpp", "if (n != 1) p.Add(", "if (n > 1) p.Add(",
+     "the invariant checker misses a lost card"),
+    ("M4", "game/moves.cpp", "if (seat == Seat::kRemote && !CardIsKnown(s, s.UpPile[i])) {",
+     "if (seat == Seat::kRemote) {", "a card re-taken from the up pile is listed twice"),
+    ("M5", "game/moves.cpp", "    s.HasDrawn = true;\n    TakenUp(s, seat) = 0;\n    return card;",
+     "    s.HasDrawn = true;\n    return card;", "a stack draw leaves the taken-alone card"),
+    ("M6", "game/moves.cpp", "if (taken > 0 && card == taken) return",
+     "if (taken > 0 && card == taken && false) return",
+     "the card taken alone may be discarded at once"),
+    ("M7", "game/moves.cpp", "move.cards.size() < (newMeld ? 3u : 1u)",
+     "move.cards.size() < (newMeld ? 2u : 1u)", "a new meld of two cards passes the count"),
+    ("M8", "game/moves.cpp", "if (HandCount(s, seat) == 1 && CheckMeld(s, card, seat))",
+     "if (HandCount(s, seat) == 2 && CheckMeld(s, card, seat))",
+     "the meldable-last-card rule applies one card early"),
+    ("M9", "game/moves.cpp", "if (must != 0 && content.list[i] == must) must = 0;",
+     "if (must != 0 && content.list[i] != must) must = 0;",
+     "the must-meld duty is cleared by any meld"),
+    ("M10", "game/moves.cpp", "    Floating(s, seat) = false;\n}", "}\n",
+     "a discard does not end the float"),
+    ("M11", "game/moves.cpp", "card > kCardsInDeck || seen[card]", "card > kCardsInDeck",
+     "a deal holding a card twice is accepted"),
+    ("M12", "game/moves.cpp", "if (s.Stack[s.StackCount - 1] != drawn) return",
+     "if (s.Stack[s.StackCount - 1] != drawn && false) return",
+     "a stack draw naming another card is accepted"),
+    ("M13", "game/moves.cpp", "if (position != top && !CheckMeld(s, card, seat))",
+     "if (position + 1 < top && !CheckMeld(s, card, seat))",
+     "the card just below the top may be taken without melding it"),
+    ("M14", "game/meldability.cpp", "bool SetTest() const { return sameRank >= 3; }",
+     "bool SetTest() const { return sameRank >= 2; }", "two of a rank count as meldable"),
+    ("M15", "game/stock.cpp", "s.LocalCount = 7;", "s.LocalCount = 6;", "a deal gives six cards"),
+    # The wire.
+    ("M16", "wire/wire.cpp", "if (text.size() != 2 ||", "if (text.size() < 2 ||",
+     "a number of three digits is read as two"),
+    ("M17", "wire/wire.cpp", "return code >= 1 && code <= kCardsInDeck;",
+     "return code >= 1 && code <= kCardsInDeck + 1;", "card code 53 is readable"),
+    ("M18", "wire/wire.cpp", "return Waiting() > kFrameLimit + 1 ? Cut::kTooLong",
+     "return Waiting() > kFrameLimit + 2 ? Cut::kTooLong", "an open frame may run one past the limit"),
+    ("M19", "wire/wire.cpp", "static_cast<int>(text.size() / 3) > most",
+     "static_cast<int>(text.size() / 3) > most + 1", "a meld of 14 cards is readable"),
+    ("M20", "wire/wire.cpp", 'return ReplaceAll(ReplaceAll(text, "{RPAREN}", ")")',
+     'return ReplaceAll(ReplaceAll(text, "{RPAREN}", "(")', "an escaped ) arrives as ("),
+    ("M21", "wire/wire.cpp", "    buffer_.erase(0, start_);\n", "",
+     "cut frames are never dropped from the buffer"),
+    # The engine.
+    ("M22", "engine/received_moves.cpp", "return CanDiscard(s, Seat::kRemote, r.number);",
+     "return {};", "a received discard is not judged"),
+    ("M23", "engine/received_moves.cpp", "return CanLayMeld(s, Seat::kRemote, kNewColumn, r.cards);",
+     "return {};", "a received new meld is not judged"),
+    ("M24", "engine/session.cpp", "        state_.RoundInPlay = state_.MyTurn = false;\n", "",
+     "a closed session leaves the turn in play"),
+    ("M25", "engine/session.cpp", "if (socket_.State(index) != kSocketClosed) socket_.Close(index);",
+     "if (false) socket_.Close(index);", "a refused message leaves the connection open"),
+    ("M26", "engine/table.cpp", "        if (state_.Role == kRoleServer) ShuffleStack();",
+     "        if (state_.Role != kRoleServer) ShuffleStack();", "the client deals the next round"),
+    ("M27", "engine/table.cpp", "        case Refusal::kNotInHand:\n            return;",
+     "        case Refusal::kNotDrawn:\n            return;", "'Please Draw First' is not shown"),
+    ("M28", "engine/local_discard.cpp", "const bool warn = warnMeld_ && CheckMeld(state_, card);",
+     "const bool warn = CheckMeld(state_, card);", "the meldable warning ignores its option"),
+    # The window's layout and words.
+    ("M29", "ui/card_layout.h", "return frameHeight * 0.3;", "return frameHeight * 0.4;",
+     "clubs stand at the diamonds' height"),
+    ("M30", "ui/card_layout.h", "return frameWidth / 85 + cardWidth * 0.4 * i;",
+     "return frameWidth / 85 + cardWidth * 0.5 * i;", "up-pile cards spread too wide"),
+    ("M31", "ui/deck.cpp", "&& code != kBack && code != kEmptyStack) {", "&& code != kBack) {",
+     "the empty-stack mark is drawn blank"),
+    ("M32", "ui/texts.cpp", "return f.message == MessageKind::kDiscard",
+     "return f.message != MessageKind::kDiscard", "a refused discard is worded as a meld's"),
+    ("M33", "ui/form1_views.cpp", 's.HasDrawn ? "Discard" : "Draw"', 's.HasDrawn ? "Draw" : "Discard"',
+     "the status line asks for the wrong step"),
+    # The bot and the socket.
+    ("M34", "bot/bot_policy.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
+     "points - outlook_.KeptCost(kept) + outlook_.Denial(card)",
+     "the bot's judgement of a discard flips a sign"),
+    ("M35", "bot/main.cpp", "if (sessionClosed) return Leave(kExitFailure);",
+     "if (sessionClosed) return Leave(0);", "the bot leaves a refused session with status 0"),
+    ("M36", "qtnet/qt_socket.cpp", "if (index == 0 && Listening()) return server_->serverPort();",
+     "if (index == 1 && Listening()) return server_->serverPort();",
+     "the listening port is reported for the wrong socket"),
+]
+
+
+def run(command, **kwargs):
+    return subprocess.run(command, cwd=ROOT, capture_output=True, text=True, **kwargs)
+
+
+def configure(build):
+    run(["cmake", "-S", ".", "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
+         "-DKELVANE_BUILD_BENCH=OFF"], check=True)
+
+
+def try_mutant(build, mutant):
+    mid, path, original, replacement, _ = mutant
+    file = ROOT / path
+    text = file.read_text()
+    if text.count(original) != 1:
+        return {"result": f"text found {text.count(original)} times", "failed": "", "seconds": 0}
+    start = time.time()
+    try:
+        file.write_text(text.replace(original, replacement))
+        built = run(["cmake", "--build", build, "-j2"])
+        if built.returncode != 0:
+            return {"result": "did not compile", "failed": "", "seconds": time.time() - start}
+        tested = run(["ctest", "--test-dir", build, "-j2", "--timeout", "60"],
+                     env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
+        failed = re.findall(r"^\s*\d+ - (\S+)", tested.stdout.split("tests FAILED")[-1],
+                            re.MULTILINE) if tested.returncode != 0 else []
+        result = "caught" if tested.returncode != 0 else "NOT CAUGHT"
+        if "Timeout" in tested.stdout:
+            result += " (timeout)"
+        return {"result": result, "failed": ", ".join(failed[:4]), "seconds": time.time() - start}
+    finally:
+        file.write_text(text)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--only", help="comma-separated ids")
+    parser.add_argument("--list", action="store_true")
+    parser.add_argument("--build-dir", default="build/mutants")
+    args = parser.parse_args()
+    chosen = [m for m in MUTANTS if not args.only or m[0] in args.only.split(",")]
+    if args.list:
+        for mid, path, _, _, what in chosen:
+            print(f"{mid:4} {path:28} {what}")
+        return 0
+    configure(args.build_dir)
+    baseline = run(["cmake", "--build", args.build_dir, "-j2"])
+    if baseline.returncode != 0:
+        print(baseline.stdout[-2000:])
+        return 1
+    rows = []
+    for mutant in chosen:
+        outcome = try_mutant(args.build_dir, mutant)
+        rows.append((mutant, outcome))
+        print(f"{mutant[0]:4} {outcome['result']:18} {outcome['seconds']:5.0f} s  {mutant[4]}"
+              f"  [{outcome['failed']}]", flush=True)
+    run(["cmake", "--build", args.build_dir, "-j2"])
+    if run(["git", "diff", "--quiet"]).returncode != 0:
+        print("warning: the working tree differs from the last commit after restoring")
+    lines = ["| id | file | mutant | result | caught by |", "| --- | --- | --- | --- | --- |"]
+    for (mid, path, _, _, what), outcome in rows:
+        lines.append(f"| {mid} | {path} | {what} | {outcome['result']} | {outcome['failed']} |")
+    caught = sum(1 for _, o in rows if o["result"].startswith("caught"))
+    lines.append(f"\n{caught} of {len(rows)} caught")
+    report = "\n".join(lines)
+    (ROOT / args.build_dir / "results.md").write_text(report + "\n")
+    print(report)
+    return 0
+
+
+sys.exit(main())
