@@ -34,7 +34,8 @@
 namespace kelvane {
 namespace {
 
-// Every picture, themed and drawn by hand, drawn once per size however often asked for.
+// Every picture, themed and drawn by hand, drawn once per size however often asked for; only the
+// 55 real pictures are kept.
 TEST(CardPictures, EveryCodeDrawsOncePerSize) {
     Deck themed;
     Deck drawn(QDir::tempPath() + "/kelvane-no-theme-here");
@@ -53,6 +54,9 @@ TEST(CardPictures, EveryCodeDrawsOncePerSize) {
                                  (code - 1) / 13 % 2 == 1)
                         << "red suits must show red: " << code;
                 }
+        // Codes no card has are drawn blank and never kept, whatever a peer's deal names.
+        for (int code : {0, 53, 99, -1, 32767})
+            EXPECT_FALSE(deck->Picture(code, sizes[0]).isNull());
         EXPECT_EQ(deck->renders(), int(codes.size() * std::size(sizes)));
     }
 }
