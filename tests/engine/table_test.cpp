@@ -293,6 +293,19 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
         EXPECT_FALSE(o.table.ended()) << "the window stays open";
         EXPECT_EQ(o.screen.log.back() == "EnableMenus", !told.empty());
     }
+    // The example the player is most likely to meet, worded in full.
+    Opponent drawn;
+    drawn.s.HasDrawn = true;
+    drawn.Arrive("(M:D:52)");
+    ASSERT_EQ(drawn.prompts.boxes.size(), 1u);
+    EXPECT_EQ(drawn.prompts.boxes[0].text,
+              notAllowed + "a discard of the King of Hearts, which it does not hold)" + cannotGoOn);
+    // Nobody plays on in a closed session, though its game stays in view.
+    Turn mine("2C 9H");
+    mine.socket.waiting[0] = "(M:D:xx)";
+    mine.table.tcpTalker_DataArrival(0);
+    mine.table.imgStack_Click();
+    EXPECT_FALSE(mine.s.HasDrawn);
     // An older server cannot start a game: the player is told so, and may start another session.
     Opponent old;
     old.s.RoundInPlay = false;
