@@ -25,6 +25,9 @@ Verdict Judge(const GameState& s, const Received& r) {
         case MessageKind::kDeal:
             return CanDeal(s, Seat::kRemote, r.stack);
         case MessageKind::kOldVersion:
+            // An older server's deal carries nothing this program reads, but it comes only
+            // from the server and only when a deal is due.
+            return CanDealNow(s, Seat::kRemote);
         case MessageKind::kChat:
         case MessageKind::kUnknown:
             return {};

@@ -263,10 +263,15 @@ Verdict CanLayMeld(const GameState& s, Seat seat, int column, const MeldContent&
     return {};
 }
 
-Verdict CanDeal(const GameState& s, Seat dealer, const CardArray& stack) {
+Verdict CanDealNow(const GameState& s, Seat dealer) {
     const bool dealerServes = s.Role == (dealer == Seat::kLocal ? kRoleServer : kRoleClient);
     if (!dealerServes) return Refuse(Refusal::kNotTheDealer);
     if (s.RoundInPlay) return Refuse(Refusal::kRoundInPlay);
+    return {};
+}
+
+Verdict CanDeal(const GameState& s, Seat dealer, const CardArray& stack) {
+    if (Verdict v = CanDealNow(s, dealer); !v.ok()) return v;
     CheckedArray<bool, kCardsInDeck + 1> seen{};
     for (Int16 card : stack) {
         if (card < 1 || card > kCardsInDeck || seen[card])

@@ -100,6 +100,8 @@ void Discard(GameState& s, Seat seat, Int16 card);
 Verdict CanDrawFromStack(const GameState& s, Seat seat, Int16 drawn);
 Verdict CanLayMeld(const GameState& s, Seat seat, int column, const MeldContent& content);
 Verdict CanDeal(const GameState& s, Seat dealer, const CardArray& stack);
+// Whether `dealer` may deal now, whatever the cards: the server, between rounds.
+Verdict CanDealNow(const GameState& s, Seat dealer);
 
 // Where the card lies in the seat's hand, or -1.
 Int16 HandPosition(const GameState& s, Seat seat, Int16 card);

@@ -64,6 +64,8 @@ std::string MoveText(const PeerFault& f) {
                    std::to_string(f.number.value());
         case MessageKind::kDeal:
             return "a deal";
+        case MessageKind::kOldVersion:
+            return "an older server's deal";
         default:
             return "a message";
     }

@@ -256,6 +256,8 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
                                   cannotGoOn},
         {"(s:" + DealMessage(ShuffleOrder(SeededRandom(1))).substr(2) + ")",
          notAllowed + "a deal, in the middle of a round)" + cannotGoOn},
+        {"(S:01,02,)",
+         notAllowed + "an older server's deal, in the middle of a round)" + cannotGoOn},
         {"(M:U:-3)",
          "Your opponent's program sent a message this game cannot read "
          "(\"M:U:-3\")" +
