@@ -32,8 +32,8 @@ std::string Told(const Notice& notice) {
             return std::string("the opponent's message was refused: ") +
                    (notice.fault.kind == PeerFaultKind::kNotAllowed
                         ? RefusalName(notice.fault.verdict.refusal)
-                        : notice.fault.kind == PeerFaultKind::kTooLong ? "too long"
-                                                                       : "unreadable");
+                    : notice.fault.kind == PeerFaultKind::kTooLong ? "too long"
+                                                                   : "unreadable");
     }
     return "?";
 }

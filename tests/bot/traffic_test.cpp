@@ -62,8 +62,8 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
         EXPECT_EQ(link.SentDigest(sim::Side::kClient), r.clientDigest) << which;
         if (std::string(r.server) == r.client) continue;
         botRounds += result.rounds;
-        botLead += (std::string(r.server) == "bot" ? 1 : -1) *
-                   (result.serverPoints - result.clientPoints);
+        botLead +=
+            (std::string(r.server) == "bot" ? 1 : -1) * (result.serverPoints - result.clientPoints);
     }
     // The bot leads by 52.5 points a round here; over twenty 400-round arena runs
     // (`kelvane-arena --rounds 400 --seed 1`, 401, ..., 7601) its lead ranged from 43.5 to 56.2.
