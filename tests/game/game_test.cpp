@@ -95,23 +95,6 @@ TEST(Steps, YesResumesWithTheNextStepNoEndsTheProgram) {
     EXPECT_NE(prompt.shown[0].find("in GetTopCardFromStack:"), std::string::npos);
 }
 
-// Every code's short name agrees with code = (suit - 1) * 13 + rank.
-TEST(Cards, NamesSuitsAndRanks) {
-    const std::string_view ranks = "A23456789TJQK", suits = "SDCH";
-    for (int code = 1; code <= kCardsInDeck; ++code) {
-        const std::string name = GetCardName(code, false);
-        ASSERT_EQ(name.size(), 2u) << code;
-        EXPECT_EQ(static_cast<int>(suits.find(name[1]) * 13 + ranks.find(name[0])) + 1, code)
-            << name;
-    }
-    std::string longNames;
-    for (int code : {1, 23, 25, 29, 50, 52, 0, 53, -1}) longNames += GetCardName(code, true) + ", ";
-    EXPECT_EQ(longNames,
-              "Ace of Spades, Ten of Diamonds, Queen of Diamonds, Three of Clubs, "
-              "Jack of Hearts, King of Hearts, ??, ??, ??, ");
-    EXPECT_EQ(GetCardName(0, false), "??");
-}
-
 TEST(MeldRules, AWholeSuitClosesHighAndUnsortedRunsCountOnlyInRankOrder) {
     auto [suit, count] = Meld("KH QH JH TH 9H 8H 7H 6H 5H 4H 3H 2H AH");
     SortMeld(suit, count);
