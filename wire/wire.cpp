@@ -118,22 +118,23 @@ int ReadCardList(std::string_view text, Cards& cards, int most) {
 }
 
 bool ReadFields(std::string_view rest, Received& r) {
+    const int number = TwoDigits(rest.substr(0, r.kind == MessageKind::kLayOff ? 2 : rest.size()));
+    r.number = std::max(number, 0);
     switch (r.kind) {
         case MessageKind::kDiscard:
         case MessageKind::kStackDraw:
-            r.number = std::max(TwoDigits(rest), 0);
-            return IsCardCode(TwoDigits(rest));
+            return IsCardCode(number);
         case MessageKind::kUpPile:
-            r.number = std::max(TwoDigits(rest), 0);
-            return TwoDigits(rest) >= 0;
+            return number >= 0;
         case MessageKind::kLayOff:
-            if (rest.size() < 3 || rest[2] != ':' || TwoDigits(rest.substr(0, 2)) < 0) return false;
-            r.number = TwoDigits(rest.substr(0, 2));
+            if (number < 0 || rest.size() < 3 || rest[2] != ':') return false;
             rest.remove_prefix(3);
             [[fallthrough]];
-        case MessageKind::kNewMeld:
-            r.cards.count = ReadCardList(rest, r.cards.list, kSlotsPerColumn);
-            return r.cards.count > 0;
+        case MessageKind::kNewMeld: {
+            const int n = ReadCardList(rest, r.cards.list, kSlotsPerColumn);
+            r.cards.count = std::max(n, 0);
+            return n > 0;
+        }
         case MessageKind::kDeal:
             return ReadCardList(rest, r.stack, kCardsInDeck) == kCardsInDeck;
         case MessageKind::kChat:
