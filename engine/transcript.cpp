@@ -1,5 +1,6 @@
 #include "transcript.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace kelvane {
@@ -28,12 +29,27 @@ void ColorizeRTB(std::string_view text, std::size_t base, std::vector<ColourRun>
 }
 
 void Transcript::AddLine(std::string_view line) {
+    if (lines_ == kMostLines) DropOlderHalf();
+    ++lines_;
     if (!text_.empty()) text_ += "\r\n";
     lastLineStart_ = text_.size();
     lastLineFirstRun_ = runs_.size();
     text_ += line;
     // The CR LF in front puts the pass back at line start, so the earlier runs stay as they are.
     ColorizeRTB(line, lastLineStart_, runs_);
+}
+
+void Transcript::DropOlderHalf() {
+    // Past the CR LF that ends the last line dropped; no run crosses a line break.
+    std::size_t cut = 0;
+    for (std::size_t dropped = 0; dropped < kMostLines / 2; ++dropped)
+        cut = text_.find("\r\n", cut) + 2;
+    text_.erase(0, cut);
+    lines_ -= kMostLines / 2;
+    const auto kept = std::find_if(runs_.begin(), runs_.end(),
+                                   [cut](const ColourRun& run) { return run.start >= cut; });
+    runs_.erase(runs_.begin(), kept);
+    for (ColourRun& run : runs_) run.start -= cut;
 }
 
 }  // namespace kelvane

@@ -30,6 +30,10 @@ struct ColourRun {
 // are not limited to 16 bits: the transcript keeps working past 32,767 characters.
 class Transcript {
   public:
+    // The lines kept: past this many, the older half is dropped, so an opponent's program that
+    // chats without end cannot grow the transcript without bound. A line is at most a frame long.
+    static constexpr std::size_t kMostLines = 2000;
+
     // Appends one line (CR LF in front unless the transcript is empty) and colours it.
     void AddLine(std::string_view line);
 
@@ -40,7 +44,10 @@ class Transcript {
     std::size_t lastLineFirstRun() const { return lastLineFirstRun_; }
 
   private:
+    void DropOlderHalf();
+
     std::string text_;
+    std::size_t lines_ = 0;
     std::vector<ColourRun> runs_;
     std::size_t lastLineStart_ = 0;
     std::size_t lastLineFirstRun_ = 0;

@@ -120,6 +120,8 @@ void Form1::BuildControls() {
     rtbConvo_ = new QTextEdit(client_);
     rtbConvo_->setObjectName("rtbConvo");
     rtbConvo_->setReadOnly(true);
+    // The view, like the transcript, keeps a bounded number of lines, dropping the oldest.
+    rtbConvo_->document()->setMaximumBlockCount(static_cast<int>(Transcript::kMostLines));
     rtbConvo_->setGeometry(Twips(4320, 7655, 7095, 1000));
 
     // Frames that are drawn later sit below the card rows they overlap.

@@ -434,17 +434,22 @@ TEST(Transcript, SpeakerNamesAreColouredUpToTheFirstSpaceOneLineAtATime) {
     EXPECT_EQ(t.lastLineStart(), 28u);
     EXPECT_EQ(t.lastLineFirstRun(), 4u);
     // Colouring only the new line must give what one pass over the whole text gives, whatever the
-    // opponent sends (line breaks, odd spacing), also past 16-bit positions.
+    // opponent sends (line breaks, odd spacing), also past 16-bit positions and after the oldest
+    // lines were dropped.
     std::mt19937 random(5);
     const std::string alphabet = "YOUPN: x\r\n";
-    for (int line = 1; t.text().size() < 40000; ++line) {
+    std::size_t longest = 0;
+    for (int line = 1; line <= 3 * static_cast<int>(Transcript::kMostLines); ++line) {
         std::string text;
-        for (int i = random() % 12; i > 0; --i) text += alphabet[random() % alphabet.size()];
+        for (int i = random() % 40; i > 0; --i) text += alphabet[random() % alphabet.size()];
         t.AddLine((random() % 2 ? "" : random() % 2 ? "YOU: " : "OPPONENT: ") + text);
+        longest = std::max(longest, t.text().size());
         std::vector<ColourRun> whole;
         if (line % 500 == 0) ColorizeRTB(t.text(), 0, whole);
         ASSERT_TRUE(whole.empty() || t.runs() == whole) << "after line " << line;
     }
+    EXPECT_GT(longest, 32767u);
+    EXPECT_LT(t.text().size(), longest) << "the oldest lines were dropped";
     t.AddLine("YOU: last");
     EXPECT_EQ(t.runs()[t.runs().size() - 2], (ColourRun{t.text().size() - 9, 4, kBlue, true}));
 }
