@@ -13,7 +13,6 @@
 #include "bot/bot_policy.h"
 #include "bot/options.h"
 #include "engine/table.h"
-#include "game/meld_search.h"
 #include "game/stock.h"
 #include "headless/headless_ports.h"
 #include "qtnet/qt_socket.h"
@@ -28,7 +27,10 @@ constexpr int kExitUsage = 2;
 constexpr int kGesturesPerMove = 2 * kCardsInDeck;
 
 const std::string kStuckChat =
-    "I have nothing I may draw, so this round cannot go on. Please quit to end the session.";
+    "Neither of us can draw, so this round cannot go on. I am leaving; start a new game to play "
+    "again.";
+// A client whose opponent's server dropped calls it again this often.
+constexpr int kRecallMs = 1000;
 
 void Say(const std::string& line) {
     std::cerr << "kelvane-bot: " << line << std::endl;
@@ -76,6 +78,8 @@ class BotScreen : public HeadlessScreen {
   public:
     std::function<void(const RoundResult&)> onRound;
     std::function<void()> onGame;
+    std::function<void(bool reconnecting)> onLost;
+    std::function<void()> onBack;
 
     void ShowRoundResult(const RoundResult& result) override {
         HeadlessScreen::ShowRoundResult(result);
@@ -85,6 +89,9 @@ class BotScreen : public HeadlessScreen {
         HeadlessScreen::ShowGameResult(outcome);
         onGame();
     }
+    void ShowConnectionLost(bool reconnecting) override { onLost(reconnecting); }
+    void ShowConnectionBack() override { onBack(); }
+    void ShowPeerProgram(const std::string& program) override { Say("playing " + program); }
     void ChatLineAdded(const Transcript& transcript, Speaker speaker) override {
         if (speaker == Speaker::kOpponent)
             std::cerr << transcript.text().substr(transcript.lastLineStart()) << std::endl;
@@ -107,6 +114,7 @@ class Session {
           prompts_(options.host),
           table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
         table_.UsePort(options.port);
+        table_.SetProgramName("kelvane-bot " KELVANE_VERSION);
         // Every socket event enters the engine through its handlers, whose gate holds data
         // that arrives during another handler until that handler is over.
         socket_.onConnectionRequest = [this](int index, long id) {
@@ -125,6 +133,16 @@ class Session {
             table_.ConnectionFailed();
             AfterEvent();
         };
+        socket_.onConnected = [this](int index) {
+            table_.tcpTalker_Connect(index);
+            AfterEvent();
+        };
+        screen_.onLost = [this](bool reconnecting) { WaitForOpponent(reconnecting); };
+        screen_.onBack = [this] {
+            giveUp_.stop();
+            recall_.stop();
+            Say("the opponent is back; the game goes on");
+        };
         screen_.onRound = [this](const RoundResult& result) { ShowRound(result); };
         // Shown before the totals return to 0 for the next game.
         screen_.onGame = [this] {
@@ -133,6 +151,18 @@ class Session {
         };
         mover_.setSingleShot(true);
         QObject::connect(&mover_, &QTimer::timeout, [this] { Move(); });
+        recall_.setInterval(kRecallMs);
+        QObject::connect(&recall_, &QTimer::timeout, [this] {
+            table_.Reconnect();
+            AfterEvent();
+        });
+        giveUp_.setSingleShot(true);
+        QObject::connect(&giveUp_, &QTimer::timeout, [this] {
+            Say("the opponent did not come back within " + std::to_string(options_.resumeSeconds) +
+                " s; giving up");
+            table_.GiveUpWaiting();
+            Leave(kExitFailure);
+        });
     }
 
     // Starts serving or connecting; false, having said why, when that cannot even begin.
@@ -167,7 +197,20 @@ class Session {
         if (left_) return;
         left_ = true;
         mover_.stop();
+        recall_.stop();
+        giveUp_.stop();
+        // A Kelvane opponent is told, so that it ends too instead of waiting for us to return.
+        table_.Quit();
         QCoreApplication::exit(code);
+    }
+
+    // The connection to a Kelvane opponent dropped: the game waits, the client calls the
+    // server again every second, both for at most --resume-timeout.
+    void WaitForOpponent(bool reconnecting) {
+        Say(std::string("the connection was lost; ") +
+            (reconnecting ? "calling the server again" : "waiting for the opponent to come back"));
+        giveUp_.start(options_.resumeSeconds * 1000);
+        if (reconnecting) recall_.start();
     }
 
     void ShowRound(const RoundResult& round) {
@@ -186,8 +229,9 @@ class Session {
         // answering Yes to the report would.
         for (const std::string& report : errors_.reports()) Say("engine failure: " + report);
         errors_.ClearReports();
-        bool connectFailed = false, sessionClosed = false;
+        bool connectFailed = false, sessionClosed = false, frozen = false;
         for (const Notice& notice : prompts_.notices()) {
+            if (notice.kind == NoticeKind::kNobodyCanDraw) frozen = true;
             if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
             if (notice.kind == NoticeKind::kServerTooOld) {
                 Say("the server's version is too old");
@@ -207,6 +251,7 @@ class Session {
             return Leave(kExitFailure);
         }
         if (sessionClosed) return Leave(kExitFailure);
+        if (frozen) return TellFrozen();
         if (options_.rounds && roundsFinished_ >= *options_.rounds) return Leave(0);
         if (table_.ended() || screen_.closed()) {
             std::cout << "Your opponent left." << std::endl;
@@ -234,21 +279,21 @@ class Session {
             Say(std::string("internal fault while choosing a move: ") + e.what());
             return Leave(kExitFailure);
         }
-        if (counted_.sends() == sentBefore && table_.state().MyTurn && !table_.ended())
-            return TellStuck();
+        if (counted_.sends() == sentBefore && table_.state().MyTurn && !table_.ended() &&
+            !table_.WaitingForOpponent()) {
+            Say("internal fault: no move found although the turn is mine");
+            return Leave(kExitFailure);
+        }
         AfterEvent();
     }
 
-    // The rules can leave the player to move nothing he may draw; the round cannot go on and
-    // only the opponent's quitting ends the session.
-    void TellStuck() {
-        if (stuckTold_) return;
-        stuckTold_ = true;
-        const std::string why = WhyTurnCannotEnd(SeatView(table_.state()));
-        Say("the rules leave me no move" + (why.empty() ? "" : " (" + why + ")") +
-            "; waiting for the opponent to quit");
+    // Neither player can draw and the opponent's program knows no way to end such a round: the
+    // bot says so, in the chat too, and leaves after its last round line.
+    void TellFrozen() {
+        Say("neither player can draw: the stack and the up pile are both empty, and the "
+            "opponent's program cannot end the round; leaving");
         table_.cmdSend_Click(kStuckChat);
-        AfterEvent();
+        Leave(0);
     }
 
     BotOptions options_;
@@ -260,8 +305,9 @@ class Session {
     Table table_;
     BotPolicy policy_;
     QTimer mover_;
+    QTimer recall_;
+    QTimer giveUp_;
     int roundsFinished_ = 0;
-    bool stuckTold_ = false;
     bool left_ = false;
 };
 

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kHighestPort = 65535;
 constexpr int kLongestDelayMs = 60000;
+constexpr int kLongestResumeSeconds = 86400;
 
 // The whole text as a number in [lowest, highest], or nothing.
 template <typename T>
@@ -43,7 +44,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         const std::string& arg = args[i];
         const bool flag = arg == "--serve";
         const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
-                                arg == "--seed" || arg == "--delay";
+                                arg == "--seed" || arg == "--delay" || arg == "--resume-timeout";
         if (!flag && !takesValue) {
             if (!arg.starts_with("-")) return fail("unexpected argument '" + arg + "'");
             return fail("unknown option '" + arg + "'");
@@ -72,6 +73,11 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
                 Number<std::uint64_t>(value, 0, std::numeric_limits<std::uint64_t>::max());
             if (!seed) return fail("--seed needs a whole number of 0 or more, not '" + value + "'");
             o.seed = *seed;
+        } else if (arg == "--resume-timeout") {
+            const auto seconds = Number(value, 1, kLongestResumeSeconds);
+            if (!seconds)
+                return fail("--resume-timeout needs seconds from 1 to 86400, not '" + value + "'");
+            o.resumeSeconds = *seconds;
         } else {
             const auto delay = Number(value, 0, kLongestDelayMs);
             if (!delay)
@@ -99,6 +105,10 @@ std::string UsageText() {
            "                  leaves)\n"
            "  --seed S        repeatable shuffles (when serving) and play\n"
            "  --delay MS      pause between the bot's own moves (default 700, 0 for none)\n"
+           "  --resume-timeout S\n"
+           "                  when the connection to a Kelvane opponent drops, how long to wait\n"
+           "                  for the game to resume (default 60): serving, for the opponent\n"
+           "                  to call again; connecting, calling the server again each second\n"
            "  --help          show this text\n"
            "\n"
            "One line per finished round on standard output; chat from the opponent on standard\n"

@@ -10,6 +10,9 @@ namespace kelvane::bot {
 // Long enough for a person to follow each of the bot's moves on the table, short enough that a
 // game does not drag.
 inline constexpr int kDefaultDelayMs = 700;
+// Long enough for a Wi-Fi blip or a restarted router, short enough that a bot whose opponent has
+// really gone does not linger.
+inline constexpr int kDefaultResumeSeconds = 60;
 
 // What the command line asks of kelvane-bot.
 struct BotOptions {
@@ -20,6 +23,7 @@ struct BotOptions {
     std::optional<int> rounds;
     std::optional<std::uint64_t> seed;
     int delayMs = kDefaultDelayMs;
+    int resumeSeconds = kDefaultResumeSeconds;
 };
 
 // The options, or the reason they cannot be used (a message for standard error).

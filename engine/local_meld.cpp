@@ -26,6 +26,7 @@ void Table::MeldSelected(Steps& steps, int column) {
         TalkToRemote(column == kNewColumn ? NewMeldMessage(content) : LayOffMessage(laid, content));
     });
     steps([&] { RefreshScoreBoard(); });
+    steps([&] { CheckNobodyCanDraw(); });
 }
 
 // The hand that gave the cards, then the column that took them.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "game/int16.h"
@@ -48,6 +49,14 @@ class Screen {
     // "Be The Server" and "Connect to a server".
     virtual void EnableSessionMenus(bool enabled) = 0;
     virtual void ShowWarnMeldChecked(bool checked) = 0;
+    // The connection to a Kelvane opponent was lost without his quitting. The game stays as it
+    // is while his program comes back: the server waits for it, the client (`reconnecting`)
+    // calls it again. The player may give up waiting.
+    virtual void ShowConnectionLost(bool reconnecting) = 0;
+    // The opponent's program is back, and play goes on where it stopped.
+    virtual void ShowConnectionBack() = 0;
+    // The opponent's program announced itself by this name and version.
+    virtual void ShowPeerProgram(const std::string& program) = 0;
     // The transcript gained its last line, typed here or by the opponent; its colour runs are
     // already computed.
     virtual void ChatLineAdded(const Transcript& transcript, Speaker speaker) = 0;
@@ -62,6 +71,10 @@ enum class PeerFaultKind {
     kUnreadable,  // not written as the game writes its messages
     kTooLong,     // a frame longer than kFrameLimit
     kNotAllowed,  // a move or deal the rules do not allow at this point
+    // Between two Kelvane programs:
+    kDisagree,     // its digest of what both must hold alike differs from ours
+    kNotThisGame,  // coming back after a dropped connection, a program not playing this game
+    kOutOfPlace,   // one of Kelvane's own messages where it has no place
 };
 struct PeerFault {
     PeerFaultKind kind = PeerFaultKind::kUnreadable;
@@ -71,6 +84,9 @@ struct PeerFault {
     Int16 number = 0;   // the card, the up-pile position or the column
     MeldContent cards;  // a meld's cards
     Verdict verdict{};
+    // kDisagree: the round's digests, ours and the opponent's; none when the two programs'
+    // digests of the whole game differed after a dropped connection.
+    std::optional<RoundDigest> here, there;
     friend bool operator==(const PeerFault&, const PeerFault&) = default;
 };
 
@@ -81,6 +97,8 @@ enum class NoticeKind {
     kUnableToConnect,  // the connection attempt failed
     kOpponentGone,     // the connection is lost: the program ends after this box
     kPeerFault,        // the opponent's program sent what cannot be played: the session ends
+    // Neither player can draw and the opponent's program knows no way to end such a round.
+    kNobodyCanDraw,
 };
 struct Notice {
     NoticeKind kind = NoticeKind::kRefused;

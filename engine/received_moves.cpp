@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "engine/table.h"
 #include "game/moves.h"
 
@@ -28,11 +30,15 @@ Verdict Judge(const GameState& s, const Received& r) {
             // An older server's deal carries nothing this program reads, but it comes only
             // from the server and only when a deal is due.
             return CanDealNow(s, Seat::kRemote);
-        case MessageKind::kChat:
-        case MessageKind::kUnknown:
+        default:
+            // Chat, Kelvane's own messages and kinds this program does not know.
             return {};
     }
-    return {};
+}
+
+bool IsExtension(MessageKind kind) {
+    return kind == MessageKind::kHello || kind == MessageKind::kRoundDigest ||
+           kind == MessageKind::kSync || kind == MessageKind::kBye;
 }
 
 }  // namespace
@@ -43,6 +49,18 @@ Verdict Judge(const GameState& s, const Received& r) {
 void Table::Data_Process(const std::string& message) {
     Enter([&] {
         if (sessionOver_) return;
+        const MessageKind kind = Classify(message);
+        // A program that speaks only the game's messages passes over Kelvane's.
+        if (!extensions_ && (IsExtension(kind) || message.starts_with(kExtensionPrefix))) return;
+        // A Kelvane program announces itself before anything else it sends; an opponent whose
+        // first message is anything else speaks only the game's messages.
+        if (!std::exchange(link_.peerKnown, true) && kind != MessageKind::kHello) {
+            link_.keeping = false;
+            link_.kept.clear();
+        }
+        // Coming back after a dropped connection, the opponent's program announces this game
+        // first; anyone else is turned away.
+        if (link_.awaitingHello && kind != MessageKind::kHello) return TurnAway();
         const Received r = ReadMessage(message);
         PeerFault fault;
         if (!r.readable) {
@@ -58,30 +76,38 @@ void Table::Data_Process(const std::string& message) {
             fault.verdict = v;
             return EndSession(fault);
         }
+        if (Counted(message)) ++link_.applied;
         Steps steps(reporter_, "Data_Process");
-        switch (r.kind) {
-            case MessageKind::kDiscard:
-                return ApplyDiscard(steps, r.number);
-            case MessageKind::kStackDraw:
-                return ApplyStackDraw(steps);
-            case MessageKind::kUpPile:
-                return ApplyUpPileTake(steps, r.number);
-            case MessageKind::kNewMeld:
-                return ApplyMeld(steps, kNewColumn, r.cards);
-            case MessageKind::kLayOff:
-                return ApplyMeld(steps, r.number.value(), r.cards);
-            case MessageKind::kOldVersion:
-                // No game can start with an older server.
-                steps([&] { prompts_.Tell({NoticeKind::kServerTooOld}); });
-                return CloseSession();
-            case MessageKind::kDeal:
-                return ApplyDeal(steps, r.stack);
-            case MessageKind::kChat:
-                return steps([&] { AddChatLine("OPPONENT: " + r.chat, Speaker::kOpponent); });
-            case MessageKind::kUnknown:
-                return;
-        }
+        if (IsExtension(r.kind)) return steps([&] { ApplyExtension(r); });
+        Apply(steps, r);
+        // Once caught up after a resume, our digest of the whole game follows the message.
+        steps([&] { SyncIfDue(); });
     });
+}
+
+void Table::Apply(Steps& steps, const Received& r) {
+    switch (r.kind) {
+        case MessageKind::kDiscard:
+            return ApplyDiscard(steps, r.number);
+        case MessageKind::kStackDraw:
+            return ApplyStackDraw(steps);
+        case MessageKind::kUpPile:
+            return ApplyUpPileTake(steps, r.number);
+        case MessageKind::kNewMeld:
+            return ApplyMeld(steps, kNewColumn, r.cards);
+        case MessageKind::kLayOff:
+            return ApplyMeld(steps, r.number.value(), r.cards);
+        case MessageKind::kOldVersion:
+            // No game can start with an older server.
+            steps([&] { prompts_.Tell({NoticeKind::kServerTooOld}); });
+            return CloseSession();
+        case MessageKind::kDeal:
+            return ApplyDeal(steps, r.stack);
+        case MessageKind::kChat:
+            return steps([&] { AddChatLine("OPPONENT: " + r.chat, Speaker::kOpponent); });
+        default:
+            return;
+    }
 }
 
 void Table::ApplyDiscard(Steps& steps, Int16 card) {
@@ -114,6 +140,7 @@ void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     steps([&] { laid = LayMeld(state_, Seat::kRemote, column, content); });
     steps([&] { ShowMeld(Seat::kRemote, laid, column == kNewColumn); });
     steps([&] { RefreshScoreBoard(); });
+    steps([&] { CheckNobodyCanDraw(); });
 }
 
 void Table::ApplyDeal(Steps& steps, const CardArray& stack) {
@@ -121,7 +148,10 @@ void Table::ApplyDeal(Steps& steps, const CardArray& stack) {
         for (int card = 1; card <= kCardsInDeck; ++card) state_.MeldCredit[card] = 0;
     });
     steps([&] { ClearTable(); });
-    steps([&] { state_.Stack = stack; });
+    steps([&] {
+        state_.Stack = stack;
+        NoteDeal(stack);
+    });
     steps([&] { DealRound(kRoleClient); });
 }
 

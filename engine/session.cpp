@@ -8,6 +8,7 @@ void Table::mnuServer_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuServer_Click");
         steps([&] { StartAfresh(); });
+        steps([&] { link_ = Link{}; });
         steps([&] { socket_.Listen(0, port_); });
         steps([&] { screen_.ShowListening(socket_.LocalIP(0)); });
         steps([&] { screen_.EnableSessionMenus(false); });
@@ -21,6 +22,10 @@ void Table::mnuClient_Click() {
         steps([&] { host = prompts_.AskHost(); });
         if (host.empty()) return;
         steps([&] { StartAfresh(); });
+        steps([&] {
+            link_ = Link{};
+            link_.host = host;
+        });
         steps([&] { socket_.Connect(0, host, port_); });
         steps([&] {
             // The state is read once, at once: a connection still under way counts as started.
@@ -45,6 +50,7 @@ void Table::tcpTalker_ConnectionRequest(int index, long requestId) {
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_ConnectionRequest");
         if (index != 0) return;
+        if (link_.down && state_.Role == kRoleServer) return TakeBackClient(requestId);
         // The connection slot serves the first client for the whole session: anyone knocking
         // later is turned away at once, and the game and its players notice nothing.
         if (state_.Role == kRoleServer) {
@@ -53,6 +59,7 @@ void Table::tcpTalker_ConnectionRequest(int index, long requestId) {
         }
         steps([&] { socket_.Accept(1, requestId); });
         steps([&] { state_.Role = kRoleServer; });
+        steps([&] { Announce(); });
         steps([&] { ShuffleStack(); });
     });
 }
@@ -70,7 +77,9 @@ void Table::tcpTalker_Close(int) {
 }
 
 void Table::LoseConnection() {
-    if (ended_) return;
+    if (ended_ || sessionOver_) return;
+    // Between two Kelvane programs a connection lost without a quit is not the end of the game.
+    if (CanResume()) return LinkLost();
     prompts_.Tell({NoticeKind::kOpponentGone});
     // What follows in the current handler still runs, but nothing opens the window again.
     ended_ = true;
@@ -82,6 +91,10 @@ void Table::EndSession(const PeerFault& fault) {
     Notice notice;
     notice.kind = NoticeKind::kPeerFault;
     notice.fault = fault;
+    // A Kelvane opponent is told the session is over, so it does not wait for us to come back.
+    steps([&] {
+        if (Agreed() && !link_.down) SendNow(ByeMessage());
+    });
     steps([&] { prompts_.Tell(notice); });
     CloseSession();
 }
@@ -90,6 +103,7 @@ void Table::CloseSession() {
     Steps steps(reporter_, "CloseSession");
     steps([&] {
         sessionOver_ = true;
+        link_.down = link_.awaitingHello = false;
         reader_.Clear();
         state_.Role = kRoleNotConnected;
         state_.RoundInPlay = state_.MyTurn = false;
@@ -118,6 +132,9 @@ void Table::TalkToRemote(const std::string& text) {
     steps([&] {
         // A session this program closed has no one to tell; the window stays open.
         if (ended_ || sessionOver_) return;
+        Keep(text);
+        // While the connection is lost the message waits among those a resume sends again.
+        if (link_.down) return;
         const int index = ConnectionSocket();
         if (socket_.State(index) == kSocketConnected) {
             socket_.Send(index, Frame(text));
@@ -161,7 +178,8 @@ namespace kelvane {
 void Table::ConnectionFailed() {
     Enter([&] {
         Steps steps(reporter_, "mnuClient_Click");
-        if (state_.Role != kRoleClient || ended_) return;
+        // Calling a lost opponent's server again is retried by the shell, without a box.
+        if (state_.Role != kRoleClient || ended_ || link_.down) return;
         steps([&] { prompts_.Tell({NoticeKind::kUnableToConnect}); });
         steps([&] { socket_.Close(0); });
         steps([&] {

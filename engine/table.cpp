@@ -1,5 +1,7 @@
 #include "engine/table.h"
 
+#include <utility>
+
 #include "game/invariants.h"
 #include "game/scoring.h"
 
@@ -88,6 +90,7 @@ void Table::ShuffleStack() {
     steps([&] {
         state_.Stack = ShuffleOrder(shuffleSource_());
         for (int card = 1; card <= kCardsInDeck; ++card) state_.MeldCredit[card] = 0;
+        NoteDeal(state_.Stack);
     });
     // The client must have the order before the server deals its own copy from it.
     steps([&] { TalkToRemote(DealMessage(state_.Stack)); });
@@ -124,9 +127,28 @@ void Table::CheckEndOfGame() {
     Steps steps(reporter_, "CheckEndOfGame");
     bool over = false;
     steps([&] { over = RoundHasEnded(state_); });
-    if (!over) return;
+    if (over) ScoreRoundEnd(steps);
+}
+
+// Kelvane's own rule: between two Kelvane programs a round in which the player to move can draw
+// nothing ends at once, scored as any other; both programs see it at the same message. An
+// opponent's program that knows nothing of the rule would wait for ever, so the player is told.
+void Table::CheckNobodyCanDraw() {
+    Steps steps(reporter_, "CheckEndOfGame");
+    bool frozen = false;
+    steps([&] { frozen = NobodyCanDraw(state_); });
+    if (!frozen) return;
+    if (Agreed()) return ScoreRoundEnd(steps);
+    steps([&] {
+        if (!std::exchange(link_.frozenTold, true)) prompts_.Tell({NoticeKind::kNobodyCanDraw});
+    });
+}
+
+void Table::ScoreRoundEnd(Steps& steps) {
     RoundResult result{0, 0};
     steps([&] { result = EndRound(state_); });
+    // Before the next deal, so the server's digest reaches the client ahead of it.
+    steps([&] { TellRoundDigest(); });
     steps([&] { RefreshScoreBoard(); });
     steps([&] { screen_.ShowRoundResult(result); });
     steps([&] {

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
+#include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -38,6 +41,12 @@ class Table {
     // The port the session listens on and connects to; the game's own port unless a test or a
     // second copy on one machine asks for another.
     void UsePort(int port) { port_ = port; }
+    // Kelvane's own messages (announcement, rounds nobody can draw in, round digests, resuming a
+    // dropped connection) are on unless switched off before a session starts: then this program
+    // speaks exactly as one that knows nothing of them, as the tests' stand-in for such a peer.
+    void UseExtensions(bool on) { extensions_ = on; }
+    // The name and version this program announces to a Kelvane opponent.
+    void SetProgramName(std::string name) { programName_ = std::move(name); }
 
     const GameState& state() const { return state_; }
     bool IsSelected(Int16 handIndex) const { return selected_[handIndex]; }
@@ -47,6 +56,10 @@ class Table {
     std::size_t WaitingBytes() const { return reader_.Waiting(); }
     // True once the program has been told to end (the window closes when the handler returns).
     bool ended() const { return ended_; }
+    // The opponent announced himself as a Kelvane program: our own messages are in use.
+    bool KelvaneOpponent() const { return Agreed(); }
+    // The connection to a Kelvane opponent was lost and the game waits for him to come back.
+    bool WaitingForOpponent() const { return link_.down; }
 
     // The player's gestures.
     void imgStack_Click();
@@ -67,6 +80,18 @@ class Table {
     // A connection attempt that had started failed later (refused, unreachable, timed out): the
     // player is told and may try again.
     void ConnectionFailed();
+    // The client's connection attempt has completed.
+    void tcpTalker_Connect(int index);
+
+    // While the connection to a Kelvane opponent is lost: the client calls the server again
+    // (the window and the bot call this on a timer, and the player may ask for it).
+    void Reconnect();
+    // The player gives up waiting for his opponent to come back: the session ends, the game
+    // stays in view and a new session may be started.
+    void GiveUpWaiting();
+    // The player quits. A Kelvane opponent is told first, so that it ends as the game ends on
+    // the opponent's leaving instead of waiting for him to come back.
+    void Quit();
 
     // Redraws the hands for the shell (after a resize); the selection goes with the redraw.
     void RefreshHands(char which);
@@ -81,10 +106,53 @@ class Table {
     // Tests set up positions through it without a game's worth of moves.
     friend struct TablePeer;
 
+    // What a session with a Kelvane opponent adds to the game's own conversation.
+    struct Link {
+        std::optional<Hello> peer;  // his announcement on the session's first connection
+        bool peerKnown = false;     // his first message has arrived: it was an announcement or not
+        std::optional<std::uint64_t> game;  // the session's identifier, from its first deal
+        // Counted messages each way; ours the opponent has not confirmed are kept, framed, to be
+        // sent again after a dropped connection. `firstKept` is the number of the oldest.
+        long sent = 0, applied = 0;
+        std::deque<std::string> kept;
+        long firstKept = 1;
+        bool keeping = true;  // until the opponent shows he is not a Kelvane program
+        long rounds = 0;      // rounds scored in this session
+        std::optional<RoundDigest> lastRound;
+        bool down = false;           // lost: waiting for the opponent's program to come back
+        bool awaitingHello = false;  // reconnected: his announcement must come first
+        std::optional<long> syncAt;  // a resume's digest goes out once this many are applied
+        bool peerQuit = false;
+        bool frozenTold = false;  // told this round that nobody can draw
+        std::string host;
+    };
+
+    bool Agreed() const { return extensions_ && link_.peer.has_value(); }
+    bool CanResume() const;
+    void Announce();
+    void SendNow(const std::string& text);
+    void Keep(const std::string& text);
+    void Confirmed(long applied);
+    void NoteDeal(const CardArray& stack);
+    void ApplyExtension(const Received& r);
+    void TakeAnnouncement(const Hello& hello);
+    void Resume(const Hello& hello);
+    void TurnAway();
+    void CompareRound(const RoundDigest& theirs);
+    void CompareSync(const Sync& theirs);
+    void SyncIfDue();
+    void TellRoundDigest();
+    void LinkLost();
+    void TakeBackClient(long requestId);
+    void FailLink(PeerFaultKind kind);
+
     void ShuffleStack();
     void DealRound(const std::string& role);
     void ClearTable();
     void CheckEndOfGame();
+    // After a meld: a round nobody can draw in ends here between two Kelvane programs.
+    void CheckNobodyCanDraw();
+    void ScoreRoundEnd(Steps& steps);
     void RefreshScoreBoard();
     void Discard(Int16 card);
     void TalkToRemote(const std::string& text);
@@ -98,6 +166,7 @@ class Table {
     void StartAfresh();
 
     // Data_Process's moves, each judged allowed before it is applied.
+    void Apply(Steps& steps, const Received& r);
     void ApplyDiscard(Steps& steps, Int16 card);
     void ApplyStackDraw(Steps& steps);
     void ApplyUpPileTake(Steps& steps, Int16 position);
@@ -139,6 +208,9 @@ class Table {
     bool closeWaiting_ = false;
     bool ended_ = false;
     int port_ = kGamePort;
+    bool extensions_ = true;
+    std::string programName_ = "Kelvane " KELVANE_VERSION;
+    Link link_;
 };
 
 }  // namespace kelvane

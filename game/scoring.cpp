@@ -14,6 +14,10 @@ bool RoundHasEnded(const GameState& s) {
            s.StackCount == 0;
 }
 
+bool NobodyCanDraw(const GameState& s) {
+    return s.RoundInPlay && !s.HasDrawn && s.StackCount == 0 && s.UpCount == 0;
+}
+
 MeldedPoints MeldedScores(const GameState& s) {
     MeldedPoints points{0, 0};
     for (int card = 1; card <= kCardsInDeck; ++card) {

@@ -17,6 +17,11 @@ Int16 CardPoints(Int16 card, bool meldHoldsTwo = false);
 // discard made once the stock is empty.
 bool RoundHasEnded(const GameState& state);
 
+// The player to move has not drawn and the stack and the up pile are both empty: he can draw
+// nothing, and no move of either player can change that, so the round cannot go on. Only a
+// player melding his last card out while both piles are empty leaves a round so.
+bool NobodyCanDraw(const GameState& state);
+
 // Points melded this round by each player, cards still in hand not subtracted.
 struct MeldedPoints {
     Int16 local;

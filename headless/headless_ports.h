@@ -32,6 +32,9 @@ class HeadlessScreen : public Screen {
     void ShowListening(const std::string&) override {}
     void EnableSessionMenus(bool) override {}
     void ShowWarnMeldChecked(bool) override {}
+    void ShowConnectionLost(bool) override {}
+    void ShowConnectionBack() override {}
+    void ShowPeerProgram(const std::string&) override {}
     void ChatLineAdded(const Transcript&, Speaker) override {}
     void ClearChatInput() override {}
     void CloseWindow() override { closed_ = true; }

@@ -118,7 +118,10 @@ void QtSocket::Connect(int index, const std::string& host, int port) {
     connectFailed_ = false;
     auto* socket = new QTcpSocket(this);
     Attach(0, socket);
-    connect(socket, &QAbstractSocket::connected, this, [this] { connectTimer_.stop(); });
+    connect(socket, &QAbstractSocket::connected, this, [this] {
+        connectTimer_.stop();
+        if (onConnected) onConnected(0);
+    });
     connectTimer_.start();
     // A failure inside connectToHost itself shows in the state the engine reads right after.
     const QScopedValueRollback inside(insideConnect_, true);
@@ -135,12 +138,13 @@ int QtSocket::State(int index) {
 
 void QtSocket::Accept(int index, long requestId) {
     if (index != 1) Fail("Connections are accepted on socket 1 only");
-    if (slotOneCreated_) Fail("Socket 1 already exists");
+    // The connection slot serves one client at a time; a game resumed after a dropped
+    // connection takes its client back into it once the lost connection is closed.
+    if (connections_[1]) Fail("Socket 1 already exists");
     const auto request = requests_.find(requestId);
     if (request == requests_.end()) Fail("No connection request " + std::to_string(requestId));
     QTcpSocket* socket = request->second;
     requests_.erase(request);
-    slotOneCreated_ = true;
     Attach(1, socket);
     // Bytes the client sent before it was accepted arrived while nobody listened for them.
     if (socket->bytesAvailable() > 0) {

@@ -36,6 +36,8 @@ class QtSocket : public QObject, public Socket {
     std::function<void(int index)> onClose;
     // A connection attempt that had started failed later: refused, unreachable or timed out.
     std::function<void()> onConnectFailed;
+    // The connection attempt of socket `index` has completed.
+    std::function<void(int index)> onConnected;
 
     void Listen(int index, int port) override;
     std::string LocalIP(int index) override;
@@ -69,7 +71,6 @@ class QtSocket : public QObject, public Socket {
     std::array<QTcpSocket*, kSockets> connections_{};
     std::map<long, QTcpSocket*> requests_;
     long lastRequestId_ = 0;
-    bool slotOneCreated_ = false;
     bool connectFailed_ = false;
     bool insideConnect_ = false;
     QTimer connectTimer_;

@@ -32,8 +32,11 @@ std::string Told(const Notice& notice) {
             return std::string("the opponent's message was refused: ") +
                    (notice.fault.kind == PeerFaultKind::kNotAllowed
                         ? RefusalName(notice.fault.verdict.refusal)
-                    : notice.fault.kind == PeerFaultKind::kTooLong ? "too long"
-                                                                   : "unreadable");
+                    : notice.fault.kind == PeerFaultKind::kTooLong  ? "too long"
+                    : notice.fault.kind == PeerFaultKind::kDisagree ? "the digests differ"
+                                                                    : "unreadable or out of place");
+        case NoticeKind::kNobodyCanDraw:
+            return "nobody can draw";
     }
     return "?";
 }
@@ -48,7 +51,10 @@ Duel::Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions optio
       shuffles_(seed),
       random_(seed ^ kSplitSalt),
       server_(link_, Side::kServer, server, [this] { return SeededRandom(shuffles_()); }),
-      client_(link_, Side::kClient, client, [this] { return SeededRandom(shuffles_()); }) {}
+      client_(link_, Side::kClient, client, [this] { return SeededRandom(shuffles_()); }) {
+    server_.table.UseExtensions(options.serverExtensions);
+    client_.table.UseExtensions(options.clientExtensions);
+}
 
 void Duel::Open() {
     opened_ = true;
@@ -59,6 +65,7 @@ void Duel::Open() {
     const std::optional<long> request = link_.PendingRequest();
     if (!request) return Fail("the client's connection attempt did not reach the server");
     Guarded([&] { server_.table.tcpTalker_ConnectionRequest(0, *request); });
+    RaiseSocketEvents();
     CheckQuiet(server_, "while setting up the session");
     CheckQuiet(client_, "while setting up the session");
 }
@@ -73,14 +80,14 @@ DuelResult Duel::Play(int rounds) {
 bool Duel::Step() {
     if (Over()) return false;
     ++steps_;
-    for (Side side : {Side::kServer, Side::kClient}) {
-        if (!link_.TakeCloseEvent(side)) continue;
-        Guarded([&] { table(side).tcpTalker_Close(LinkedSockets::ConnectionIndex(side)); });
-    }
+    RaiseSocketEvents();
     const bool toClient = !link_.InFlight(Side::kServer).empty();
     const bool toServer = !link_.InFlight(Side::kClient).empty();
-    Seat* mover = Mover();
-    if (!toClient && !toServer && mover == nullptr) {
+    // Nobody plays while the line is down: the game waits as it was.
+    Seat* mover = Reconnecting() ? nullptr : Mover();
+    if (!toClient && !toServer && mover == nullptr && Reconnecting()) {
+        // The reconnection goes on through the socket events of the next step.
+    } else if (!toClient && !toServer && mover == nullptr) {
         Fail("nobody holds the turn and nothing is in flight");
     } else if ((toClient || toServer) && (mover == nullptr || Below(2) == 0)) {
         const Side from = toClient && toServer ? (Below(2) == 0 ? Side::kServer : Side::kClient)
@@ -95,6 +102,38 @@ bool Duel::Step() {
         Fail("round " + std::to_string(roundsChecked_ + 1) + " has not ended in " +
              std::to_string(options_.roundStepLimit) + " steps");
     return !Over();
+}
+
+// What the network and the event loop would raise: closes, the client calling again while its
+// opponent is away, the server's listener taking the call, the call completing.
+void Duel::RaiseSocketEvents() {
+    for (Side side : {Side::kServer, Side::kClient}) {
+        if (!link_.TakeCloseEvent(side)) continue;
+        Guarded([&] { table(side).tcpTalker_Close(LinkedSockets::ConnectionIndex(side)); });
+        CheckQuiet(SeatOf(side), "on losing the connection");
+    }
+    if (client_.table.WaitingForOpponent()) Guarded([&] { client_.table.Reconnect(); });
+    if (const std::optional<long> request = link_.PendingRequest())
+        Guarded([&] { server_.table.tcpTalker_ConnectionRequest(0, *request); });
+    if (link_.TakeConnectEvent(Side::kClient)) Guarded([&] { client_.table.tcpTalker_Connect(0); });
+    for (Seat* seat : {&server_, &client_}) CheckQuiet(*seat, "while reconnecting");
+    if (cut_ && !Reconnecting()) {
+        cut_ = false;
+        ++resumes_;
+    }
+}
+
+bool Duel::Reconnecting() {
+    return server_.table.WaitingForOpponent() || client_.table.WaitingForOpponent() ||
+           link_.PendingRequest().has_value();
+}
+
+void Duel::Cut(std::size_t fromServer, std::size_t fromClient) {
+    if (fromServer > 0) Deliver(Side::kServer, fromServer);
+    if (fromClient > 0) Deliver(Side::kClient, fromClient);
+    link_.Cut();
+    cut_ = true;
+    for (Seat* seat : {&server_, &client_}) seat->unchecked = true;
 }
 
 // A player acts only on what has reached him: while the opponent's bytes are still on their way
@@ -146,8 +185,9 @@ void Duel::Gesture(Seat& seat) {
     Guarded([&] { seat.policy.Act(seat.table); });
     // The only question a legal gesture meets is the one that confirms a discard.
     for (const Notice& notice : seat.prompts.notices())
-        Fail(std::string(SideName(seat.side)) +
-             "'s policy made a refused gesture: " + Told(notice));
+        if (!Frozen(seat, notice))
+            Fail(std::string(SideName(seat.side)) +
+                 "'s policy made a refused gesture: " + Told(notice));
     seat.prompts.Clear();
     CheckQuiet(seat, "after a gesture");
     if (link_.SentBytes(seat.side) != sentBefore) {
@@ -156,6 +196,14 @@ void Duel::Gesture(Seat& seat) {
     } else if (++idle_ >= options_.idleLimit) {
         JudgeIdle(seat);
     }
+}
+
+// A program that meets a peer knowing nothing of Kelvane's own rule tells its player when nobody
+// can draw: the duel is stuck, as it would be at the next gesture.
+bool Duel::Frozen(const Seat& seat, const Notice& notice) {
+    if (notice.kind != NoticeKind::kNobodyCanDraw) return false;
+    Stick(seat, "nobody can draw, and one program knows no way to end the round");
+    return true;
 }
 
 void Duel::JudgeIdle(Seat& seat) {
@@ -180,7 +228,7 @@ void Duel::CheckQuiet(Seat& seat, const char* when) {
     if (!seat.errors.reports().empty())
         Fail(side + " reported a failure " + when + ": " + seat.errors.reports().front());
     for (const Notice& notice : seat.prompts.notices())
-        Fail(side + " was told \"" + Told(notice) + "\" " + when);
+        if (!Frozen(seat, notice)) Fail(side + " was told \"" + Told(notice) + "\" " + when);
     if (!seat.prompts.questions().empty()) Fail(side + " was asked a question " + when);
     seat.prompts.Clear();
     if (seat.table.ended() || seat.screen.closed()) Fail(side + "'s program ended " + when);
@@ -246,6 +294,7 @@ DuelResult Duel::Result() const {
     result.failure = failure_;
     result.stuck = stuck_;
     result.stuckReason = stuckReason_;
+    result.resumes = resumes_;
     return result;
 }
 

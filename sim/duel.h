@@ -25,6 +25,10 @@ struct DuelOptions {
     // Check both programs' states after every applied message. Off only where the game's own
     // speed is measured; the results and the refused-gesture checks stay on.
     bool checkStates = true;
+    // Kelvane's own messages on each side; off, that side speaks only the game's messages, as a
+    // program that knows nothing of them.
+    bool serverExtensions = true;
+    bool clientExtensions = true;
 };
 
 struct DuelResult {
@@ -35,10 +39,12 @@ struct DuelResult {
     long long serverPoints = 0;  // the sum of each player's round results
     long long clientPoints = 0;
     std::string failure;  // empty when every check held
-    // The rules left the player to move unable to finish his turn: a legitimate end of a duel,
-    // after which callers start a new one.
+    // The rules left the player to move unable to finish his turn: a legitimate end of a duel
+    // with a program that knows nothing of Kelvane's own rule, after which callers start a new
+    // one. Between two Kelvane programs such a round ends and is scored.
     bool stuck = false;
     std::string stuckReason;
+    int resumes = 0;  // dropped connections resumed by both sides
 };
 
 // Two engines, server and client, joined in memory and driven by a policy on each side. The
@@ -71,6 +77,12 @@ class Duel {
     // checking nothing: for callers that stage positions or time the engine.
     void Deliver(Side from, std::size_t count);
     void DeliverAll(Side from) { Deliver(from, link_.InFlight(from).size()); }
+    // The line drops after `fromServer` and `fromClient` more in-flight bytes have arrived: the
+    // rest is lost and both connections close. The client then calls again, and the duel goes on
+    // once both sides have resumed.
+    void Cut(std::size_t fromServer, std::size_t fromClient);
+    // A connection was lost and not yet resumed on both sides.
+    bool Reconnecting();
 
   private:
     struct Seat {
@@ -91,10 +103,12 @@ class Duel {
     bool Over() const { return !failure_.empty() || stuck_; }
     std::size_t Below(std::size_t n) { return static_cast<std::size_t>(random_() % n); }
 
+    void RaiseSocketEvents();
     void DeliverPiece(Side from);
     std::size_t PieceLength(const std::string& inFlight);
     void Gesture(Seat& seat);
     void JudgeIdle(Seat& seat);
+    bool Frozen(const Seat& seat, const Notice& notice);
     void Guarded(const std::function<void()>& action);
     void CheckQuiet(Seat& seat, const char* when);
     void CheckStates();
@@ -118,6 +132,8 @@ class Duel {
     std::string failure_;
     bool stuck_ = false;
     std::string stuckReason_;
+    bool cut_ = false;
+    int resumes_ = 0;
 };
 
 DuelResult PlayDuel(std::uint64_t seed, Policy& server, Policy& client, int rounds,

@@ -25,6 +25,22 @@ bool LinkedSockets::TakeCloseEvent(Side side) {
     return std::exchange(Of(side).closeEvent, false);
 }
 
+bool LinkedSockets::TakeConnectEvent(Side side) {
+    return std::exchange(Of(side).connectEvent, false);
+}
+
+void LinkedSockets::Cut() {
+    for (Side side : {Side::kServer, Side::kClient}) {
+        End& end = Of(side);
+        end.inFlight.clear();
+        end.received.clear();
+        int& state = end.states[static_cast<std::size_t>(ConnectionIndex(side))];
+        if (state != kSocketConnected) continue;
+        state = kSocketClosing;
+        end.closeEvent = true;
+    }
+}
+
 int& LinkedSockets::Sockets::StateOf(int index) {
     if (index < 0 || index > 1) Raise(kSubscriptOutOfRange);
     return link_.Of(side_).states[static_cast<std::size_t>(index)];
@@ -67,8 +83,9 @@ void LinkedSockets::Sockets::Accept(int index, long requestId) {
     if (StateOf(index) != kSocketClosed) Raise(kInvalidProcedureCall);
     link_.pending_.reset();
     StateOf(index) = kSocketConnected;
-    link_.Of(Side::kClient).states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] =
-        kSocketConnected;
+    End& client = link_.Of(Side::kClient);
+    client.states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] = kSocketConnected;
+    client.connectEvent = true;
 }
 
 void LinkedSockets::Sockets::Refuse(int, long requestId) {
@@ -86,6 +103,8 @@ void LinkedSockets::Sockets::Send(int index, const std::string& bytes) {
     me.inFlight += bytes;
     me.sent += bytes.size();
     for (unsigned char c : bytes) me.digest = (me.digest ^ c) * 0x100000001b3ULL;
+    // The engine sends one frame at a time.
+    if (!bytes.starts_with("(K:")) me.gameText += bytes;
 }
 
 std::string LinkedSockets::Sockets::Read(int index) {

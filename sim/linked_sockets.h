@@ -38,6 +38,9 @@ class LinkedSockets {
     // A 64-bit FNV-1a digest of every byte `from` has ever sent: two runs that send the same
     // bytes in the same order have the same digest.
     std::uint64_t SentDigest(Side from) const { return Of(from).digest; }
+    // Every byte of the game's own messages `from` has sent, leaving out Kelvane's ("K:"
+    // frames), which a program that knows nothing of them passes over.
+    const std::string& GameText(Side from) const { return Of(from).gameText; }
     // Hands the first `count` in-flight bytes from `from` to the other side, whose Read returns
     // them; the caller then raises that side's data arrival on its ConnectionIndex.
     void Deliver(Side from, std::size_t count);
@@ -46,6 +49,12 @@ class LinkedSockets {
     std::optional<long> PendingRequest() const { return pending_; }
     // True once after `side`'s peer closed the connection: the harness raises its Close event.
     bool TakeCloseEvent(Side side);
+    // True once after the client's connection attempt was accepted: the harness raises its
+    // Connect event.
+    bool TakeConnectEvent(Side side);
+    // The line drops: what is still in flight either way is lost, and each side's connection
+    // closes under it, each seeing the other's close. The server's listener stays open.
+    void Cut();
 
   private:
     struct End {
@@ -54,7 +63,9 @@ class LinkedSockets {
         std::string received;
         std::size_t sent = 0;
         std::uint64_t digest = 0xcbf29ce484222325ULL;
+        std::string gameText;
         bool closeEvent = false;
+        bool connectEvent = false;
     };
 
     // One program's socket array.

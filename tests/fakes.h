@@ -68,6 +68,9 @@ class RecordingScreen : public Screen {
     }
     void EnableSessionMenus(bool on) override { Log(on ? "EnableMenus" : "DisableMenus"); }
     void ShowWarnMeldChecked(bool on) override { Log("WarnMeld", on); }
+    void ShowConnectionLost(bool reconnecting) override { Log("ConnectionLost", reconnecting); }
+    void ShowConnectionBack() override { Log("ConnectionBack"); }
+    void ShowPeerProgram(const std::string& program) override { Log("PeerProgram", program); }
     void ChatLineAdded(const Transcript&, Speaker) override {
         ++chatLines;
         Log("ChatLineAdded");

@@ -172,7 +172,10 @@ void Form1::closeEvent(QCloseEvent* event) {
         return;
     }
     closing_ = true;
+    // A Kelvane opponent hears that this is a quit, not a dropped line.
+    table_->Quit();
     if (dialog_) dialog_->close();
+    if (linkDialog_) linkDialog_->hide();
     event->accept();
 }
 
@@ -192,6 +195,22 @@ void Form1::EnableSessionMenus(bool enabled) {
 
 void Form1::ShowWarnMeldChecked(bool checked) {
     mnuWarnMeld_->setChecked(checked);
+}
+
+void Form1::ShowConnectionLost(bool reconnecting) {
+    if (linkDialog_) return;
+    linkDialog_ = new LinkDialog(*table_, reconnecting, this);
+    linkDialog_->show();
+}
+
+void Form1::ShowConnectionBack() {
+    if (!linkDialog_) return;
+    linkDialog_->accept();
+    linkDialog_->deleteLater();
+}
+
+void Form1::ShowPeerProgram(const std::string& program) {
+    lblStatus_->setToolTip(QString::fromStdString(PeerProgramText(program)));
 }
 
 void Form1::ShowRoundResult(const RoundResult& result) {

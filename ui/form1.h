@@ -9,6 +9,7 @@
 #include "engine/ports.h"
 #include "engine/report_error.h"
 #include "engine/table.h"
+#include "ui/link_dialog.h"
 #include "ui/results_dialog.h"
 #include "ui/texts.h"
 
@@ -54,6 +55,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QTextEdit* rtbConvo() const { return rtbConvo_; }
     QAction* action(const char* name) const;
     ResultsDialog* resultsDialog() const { return dialog_; }
+    LinkDialog* linkDialog() const { return linkDialog_; }
     int statusFontSize() const { return statusFontSize_; }
 
     // Screen
@@ -72,6 +74,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ShowListening(const std::string& localAddress) override;
     void EnableSessionMenus(bool enabled) override;
     void ShowWarnMeldChecked(bool checked) override;
+    void ShowConnectionLost(bool reconnecting) override;
+    void ShowConnectionBack() override;
+    void ShowPeerProgram(const std::string& program) override;
     void ChatLineAdded(const Transcript& transcript, Speaker speaker) override;
     void ClearChatInput() override;
     void CloseWindow() override;
@@ -148,6 +153,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QAction* mnuWarnMeld_ = nullptr;
     QAction* mnuAbout_ = nullptr;
     QPointer<ResultsDialog> dialog_;
+    QPointer<LinkDialog> linkDialog_;
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;

@@ -176,6 +176,7 @@ void Form1::WireSocket() {
     socket_.onDataArrival = [this](int index) { table_->tcpTalker_DataArrival(index); };
     socket_.onClose = [this](int index) { table_->tcpTalker_Close(index); };
     socket_.onConnectFailed = [this] { table_->ConnectionFailed(); };
+    socket_.onConnected = [this](int index) { table_->tcpTalker_Connect(index); };
 }
 
 QLabel* Form1::label(const char* name) const {

@@ -130,6 +130,30 @@ std::string Printable(std::string_view text) {
     return out;
 }
 
+std::string Pair(int a, int b) {
+    return std::to_string(a) + " and " + std::to_string(b);
+}
+
+// The first thing the two digests differ in, worded as "what (here ..., there ...)".
+std::string Difference(const RoundDigest& here, const RoundDigest& there) {
+    auto both = [](const char* what, const std::string& a, const std::string& b) {
+        return std::string(what) + " (here " + a + ", there " + b + ")";
+    };
+    if (here.round != there.round)
+        return both("the number of rounds played", std::to_string(here.round),
+                    std::to_string(there.round));
+    if (here.serverTotal != there.serverTotal || here.clientTotal != there.clientTotal)
+        return both("the totals, the server's first", Pair(here.serverTotal, here.clientTotal),
+                    Pair(there.serverTotal, there.clientTotal));
+    if (here.deals != there.deals)
+        return both("the deals of this game", std::to_string(here.deals),
+                    std::to_string(there.deals));
+    auto opener = [](char o) { return std::string(o == 'S' ? "the server" : "the client"); };
+    if (here.opener != there.opener)
+        return both("who plays first next", opener(here.opener), opener(there.opener));
+    return "the cards of the round just played";
+}
+
 }  // namespace
 
 std::string PeerFaultText(const PeerFault& fault) {
@@ -144,6 +168,18 @@ std::string PeerFaultText(const PeerFault& fault) {
         case PeerFaultKind::kNotAllowed:
             return sent + "a move the rules do not allow (" + MoveText(fault) + ", " +
                    ReasonText(fault) + ")." + end;
+        case PeerFaultKind::kDisagree:
+            return "Your opponent's program and this one no longer agree on " +
+                   (fault.here && fault.there ? Difference(*fault.here, *fault.there)
+                                              : std::string("the cards on the table and in the "
+                                                            "hands")) +
+                   "." + end;
+        case PeerFaultKind::kNotThisGame:
+            return "The program that answered is not playing this game with you, so the game "
+                   "cannot be resumed." +
+                   end;
+        case PeerFaultKind::kOutOfPlace:
+            return sent + "a Kelvane message where it has no place." + end;
     }
     return sent + "something." + end;
 }
@@ -160,6 +196,12 @@ BoxText NoticeBox(const Notice& notice) {
             return Refused("Your opponent just disappeared. Sorry.");
         case NoticeKind::kPeerFault:
             return {PeerFaultText(notice.fault), Buttons::kOk, Icon::kExclamation, ""};
+        case NoticeKind::kNobodyCanDraw:
+            return {
+                "Neither player can draw: the stack and the up pile are both empty, so this "
+                "round cannot go on. Your opponent's program has no way to end it; quit when "
+                "you are ready.",
+                Buttons::kOk, Icon::kExclamation, ""};
     }
     return Refused("");
 }
@@ -197,6 +239,25 @@ std::string GameText(GameOutcome outcome) {
 
 std::string ListeningText(const std::string& localAddress) {
     return "Waiting for client to connect... (local IP: " + localAddress + ")";
+}
+
+std::string ConnectionLostTitle() {
+    return "Connection Lost";
+}
+
+std::string ConnectionLostText(bool reconnecting, bool stillCalling) {
+    const std::string lost =
+        "The connection to your opponent was lost. The game stays as it was until ";
+    if (!reconnecting) return lost + "your opponent's program comes back.";
+    if (stillCalling)
+        return lost + "it is back: Kelvane is calling your opponent's computer again.";
+    return lost +
+           "it is back. Kelvane has stopped calling by itself; choose Reconnect Now to call "
+           "again.";
+}
+
+std::string PeerProgramText(const std::string& program) {
+    return "Your opponent plays " + program;
 }
 
 ScoreBoardTexts ScoreBoardText(const GameState& s) {

@@ -44,6 +44,13 @@ std::string GameText(GameOutcome outcome);
 // The status line while the server waits for its client.
 std::string ListeningText(const std::string& localAddress);
 
+// While the connection to a Kelvane opponent is lost: the box's title and text, for the side
+// that calls again (`reconnecting`, still calling by itself or not) or the one that waits.
+std::string ConnectionLostTitle();
+std::string ConnectionLostText(bool reconnecting, bool stillCalling);
+// Where the player finds which program his opponent plays.
+std::string PeerProgramText(const std::string& program);
+
 // The five scoreboard labels.
 struct ScoreBoardTexts {
     std::string scores;       // lblScores

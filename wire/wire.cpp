@@ -1,6 +1,7 @@
 #include "wire/wire.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace kelvane {
 
@@ -117,6 +118,103 @@ int ReadCardList(std::string_view text, Cards& cards, int most) {
     return n;
 }
 
+// The text cut at ":" into exactly `n` fields, the last one taking the rest.
+std::optional<std::vector<std::string_view>> Split(std::string_view text, std::size_t n) {
+    std::vector<std::string_view> fields;
+    for (; fields.size() + 1 < n;) {
+        const std::size_t colon = text.find(':');
+        if (colon == std::string_view::npos) return std::nullopt;
+        fields.push_back(text.substr(0, colon));
+        text.remove_prefix(colon + 1);
+    }
+    fields.push_back(text);
+    return fields;
+}
+
+// A count: one to nine digits, no sign, no leading zero but in "0".
+std::optional<long> Count(std::string_view text) {
+    if (text.empty() || text.size() > 9 || (text.size() > 1 && text[0] == '0')) return std::nullopt;
+    long value = 0;
+    for (char c : text) {
+        if (!IsDigit(c)) return std::nullopt;
+        value = value * 10 + (c - '0');
+    }
+    return value;
+}
+
+// A total: a count, or "-" and a count, within the game's 16-bit range.
+std::optional<int> Total(std::string_view text) {
+    const bool negative = !text.empty() && text[0] == '-';
+    if (negative) text.remove_prefix(1);
+    const std::optional<long> magnitude = text.size() <= 5 ? Count(text) : std::nullopt;
+    if (!magnitude || (negative && *magnitude == 0)) return std::nullopt;
+    const long value = negative ? -*magnitude : *magnitude;
+    if (value < -32768 || value > 32767) return std::nullopt;
+    return static_cast<int>(value);
+}
+
+// Sixteen lower-case hexadecimal digits.
+std::optional<std::uint64_t> Hex64(std::string_view text) {
+    if (text.size() != 16) return std::nullopt;
+    std::uint64_t value = 0;
+    for (char c : text) {
+        const int digit = IsDigit(c) ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (digit < 0) return std::nullopt;
+        value = value << 4 | static_cast<std::uint64_t>(digit);
+    }
+    return value;
+}
+
+std::string Hex64Text(std::uint64_t value) {
+    char text[17];
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(value));
+    return text;
+}
+
+bool IsProgramName(std::string_view name) {
+    return !name.empty() && name.size() <= kProgramNameLimit &&
+           std::ranges::all_of(name, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+bool ReadHello(std::string_view rest, Hello& h) {
+    const auto f = Split(rest, 5);
+    if (!f) return false;
+    const std::optional<long> version = (*f)[0].size() <= 3 ? Count((*f)[0]) : std::nullopt;
+    const std::optional<long> applied = Count((*f)[2]), sent = Count((*f)[3]);
+    if (!version || *version < 1 || !applied || !sent || !IsProgramName((*f)[4])) return false;
+    h.version = static_cast<int>(*version);
+    h.applied = *applied;
+    h.sent = *sent;
+    h.program = std::string((*f)[4]);
+    if ((*f)[1] == "-") return true;
+    h.game = Hex64((*f)[1]);
+    return h.game.has_value();
+}
+
+bool ReadRoundDigest(std::string_view rest, RoundDigest& d) {
+    const auto f = Split(rest, 7);
+    if (!f) return false;
+    const auto applied = Count((*f)[0]), round = Count((*f)[1]), deals = Count((*f)[4]);
+    const auto server = Total((*f)[2]), client = Total((*f)[3]);
+    const auto table = Hex64((*f)[6]);
+    const std::string_view opener = (*f)[5];
+    if (!applied || !round || !deals || *deals > 32767 || !server || !client || !table ||
+        (opener != "S" && opener != "C"))
+        return false;
+    d = {*applied, *round, *server, *client, static_cast<int>(*deals), opener[0], *table};
+    return true;
+}
+
+bool ReadSync(std::string_view rest, Sync& y) {
+    const auto f = Split(rest, 3);
+    if (!f) return false;
+    const auto applied = Count((*f)[0]), sent = Count((*f)[1]);
+    const auto state = Hex64((*f)[2]);
+    if (!applied || !sent || !state) return false;
+    y = {*applied, *sent, *state};
+    return true;
+}
+
 bool ReadFields(std::string_view rest, Received& r) {
     const int number = TwoDigits(rest.substr(0, r.kind == MessageKind::kLayOff ? 2 : rest.size()));
     r.number = std::max(number, 0);
@@ -140,6 +238,14 @@ bool ReadFields(std::string_view rest, Received& r) {
         case MessageKind::kChat:
             r.chat = UnescapeChat(SkipLeadingSpaces(rest));
             return true;
+        case MessageKind::kHello:
+            return ReadHello(rest, r.hello);
+        case MessageKind::kRoundDigest:
+            return ReadRoundDigest(rest, r.digest);
+        case MessageKind::kSync:
+            return ReadSync(rest, r.sync);
+        case MessageKind::kBye:
+            return rest.empty();
         case MessageKind::kOldVersion:
         case MessageKind::kUnknown:
             return true;
@@ -172,6 +278,25 @@ std::string ChatMessage(std::string_view typed) {
     return Prefixed(MessageKind::kChat, EscapeChat(typed));
 }
 
+std::string HelloMessage(const Hello& h) {
+    return Prefixed(MessageKind::kHello,
+                    std::to_string(h.version) + ":" + (h.game ? Hex64Text(*h.game) : "-") + ":" +
+                        std::to_string(h.applied) + ":" + std::to_string(h.sent) + ":" + h.program);
+}
+std::string RoundDigestMessage(const RoundDigest& d) {
+    return Prefixed(MessageKind::kRoundDigest,
+                    std::to_string(d.applied) + ":" + std::to_string(d.round) + ":" +
+                        std::to_string(d.serverTotal) + ":" + std::to_string(d.clientTotal) + ":" +
+                        std::to_string(d.deals) + ":" + d.opener + ":" + Hex64Text(d.table));
+}
+std::string SyncMessage(const Sync& y) {
+    return Prefixed(MessageKind::kSync, std::to_string(y.applied) + ":" + std::to_string(y.sent) +
+                                            ":" + Hex64Text(y.state));
+}
+std::string ByeMessage() {
+    return Prefixed(MessageKind::kBye, "");
+}
+
 std::string EscapeChat(std::string_view text) {
     return ReplaceAll(ReplaceAll(text, "(", "{LPAREN}"), ")", "{RPAREN}");
 }
@@ -184,6 +309,12 @@ MessageKind Classify(std::string_view m) {
     for (const MessageFormat& format : kMessageFormats)
         if (StartsWith(m, format.prefix)) return format.kind;
     return MessageKind::kUnknown;
+}
+
+bool Counted(std::string_view message) {
+    const MessageKind kind = Classify(message);
+    if (kind == MessageKind::kUnknown) return !StartsWith(message, kExtensionPrefix);
+    return FormatOf(kind).counted;
 }
 
 Received ReadMessage(std::string_view message) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -59,6 +60,11 @@ enum class MessageKind {
     kOldVersion,
     kDeal,
     kChat,
+    // Kelvane's own, between two Kelvane programs only (below).
+    kHello,
+    kRoundDigest,
+    kSync,
+    kBye,
     kUnknown,
 };
 
@@ -66,19 +72,84 @@ enum class MessageKind {
 // "M:M:N:" is tried before a lay-off's "M:M:"). The fields follow the prefix directly; a
 // lay-off's start with its two-digit column and a ":". "S:" is an older server's deal, only ever
 // received.
+//
+// Kelvane's own messages begin "K:", a prefix the game's dispatch does not know, so a program
+// that speaks only the game's messages passes over them without a trace. Each field is separated
+// by ":"; counts are decimal. `counted` messages are numbered by both sides, in the order sent,
+// so that after a dropped connection each side knows which of the other's it has applied; a
+// message whose kind is not known is counted unless it begins "K:".
 struct MessageFormat {
     MessageKind kind;
     std::string_view prefix;
+    bool counted = true;
 };
+inline constexpr std::string_view kExtensionPrefix = "K:";
 inline constexpr MessageFormat kMessageFormats[] = {
-    {MessageKind::kDiscard, "M:D:"}, {MessageKind::kStackDraw, "M:N:"},
-    {MessageKind::kUpPile, "M:U:"},  {MessageKind::kNewMeld, "M:M:N:"},
-    {MessageKind::kLayOff, "M:M:"},  {MessageKind::kOldVersion, "S:"},
-    {MessageKind::kDeal, "s:"},      {MessageKind::kChat, "C:"},
+    {MessageKind::kDiscard, "M:D:"},
+    {MessageKind::kStackDraw, "M:N:"},
+    {MessageKind::kUpPile, "M:U:"},
+    {MessageKind::kNewMeld, "M:M:N:"},
+    {MessageKind::kLayOff, "M:M:"},
+    {MessageKind::kOldVersion, "S:"},
+    {MessageKind::kDeal, "s:"},
+    {MessageKind::kChat, "C:"},
+    // "K:HELLO:" version ":" game ":" applied ":" sent ":" program
+    {MessageKind::kHello, "K:HELLO:", false},
+    // "K:ROUND:" applied ":" round ":" server's total ":" client's total ":" deals ":" opener
+    // ":" digest
+    {MessageKind::kRoundDigest, "K:ROUND:"},
+    // "K:SYNC:" applied ":" sent ":" digest
+    {MessageKind::kSync, "K:SYNC:", false},
+    {MessageKind::kBye, "K:BYE", false},
 };
 
 // The kind by the message's first characters; kUnknown for anything else, which is ignored.
 MessageKind Classify(std::string_view message);
+// Whether the message takes a number in the sender's count of messages.
+bool Counted(std::string_view message);
+
+// The version of Kelvane's own messages this program speaks. Version 1: the announcement, the
+// end of a round nobody can draw in, a digest at every round's end, resuming a dropped connection
+// and the quit that ends a session for good.
+inline constexpr int kExtensionVersion = 1;
+
+// A Kelvane program's announcement, the first message it sends on every connection: which
+// program it is, which version of Kelvane's own messages it speaks, and, when it comes back after
+// a dropped connection, which game it resumes and how far it got.
+struct Hello {
+    int version = kExtensionVersion;
+    std::optional<std::uint64_t> game;  // none on a session's first connection
+    long applied = 0;                   // the other side's counted messages applied here
+    long sent = 0;                      // counted messages sent from here
+    std::string program;                // printable, at most kProgramNameLimit characters
+    friend bool operator==(const Hello&, const Hello&) = default;
+};
+inline constexpr std::size_t kProgramNameLimit = 64;
+
+// What both programs must hold alike once a round has been scored, told by each at the same
+// message. Totals are the server's first, so both sides write the same digest.
+struct RoundDigest {
+    long applied = 0;  // the other side's counted messages applied here (not compared)
+    long round = 0;    // rounds scored in this session
+    int serverTotal = 0;
+    int clientTotal = 0;
+    int deals = 0;            // deals made in the game, the one just scored included
+    char opener = 'C';        // who plays first in the next deal: 'S' the server, 'C' the client
+    std::uint64_t table = 0;  // StateDigest of the whole game
+    // Equal in everything both sides must hold alike; `applied` is each side's own.
+    bool Agrees(const RoundDigest& o) const {
+        return round == o.round && serverTotal == o.serverTotal && clientTotal == o.clientTotal &&
+               deals == o.deals && opener == o.opener && table == o.table;
+    }
+    friend bool operator==(const RoundDigest&, const RoundDigest&) = default;
+};
+// After a resumed connection, the whole game's digest at the point where `applied` of the other
+// side's messages had been applied here and `sent` sent from here.
+struct Sync {
+    long applied = 0;
+    long sent = 0;
+    std::uint64_t state = 0;
+};
 
 // The messages this program sends.
 std::string DealMessage(const CardArray& stack);
@@ -88,6 +159,10 @@ std::string NewMeldMessage(const MeldContent& meld);
 std::string LayOffMessage(Int16 column, const MeldContent& meld);
 std::string DiscardMessage(Int16 card);
 std::string ChatMessage(std::string_view typed);
+std::string HelloMessage(const Hello& hello);
+std::string RoundDigestMessage(const RoundDigest& digest);
+std::string SyncMessage(const Sync& sync);
+std::string ByeMessage();
 
 // A received message as the game writes it: every number two digits, every card a code from 1
 // to 52, a card list of one to 13 cards each followed by ",", and a deal of 52 cards. Anything
@@ -100,6 +175,9 @@ struct Received {
     MeldContent cards;  // a new meld's or a lay-off's whole content, in the order sent
     CardArray stack{};  // a deal's stock order, bottom first
     std::string chat;   // unescaped
+    Hello hello;
+    RoundDigest digest;
+    Sync sync;
 };
 Received ReadMessage(std::string_view message);
 

@@ -82,8 +82,13 @@ struct Session {
         peer = std::make_unique<QTcpSocket>();
         peer->connectToHost("127.0.0.1", listening.match(bot.err()).captured(1).toUShort());
         ASSERT_TRUE(peer->waitForConnected(kWaitMs));
-        ASSERT_TRUE(Until([&] { return received.find(')') != std::string::npos; }));
-        const Received deal = ReadMessage(received.substr(1, received.find(')') - 1));
+        // The bot announces itself first; a peer that speaks only the game's messages, as this
+        // one does, passes over that and reads the deal.
+        const auto second = [&] { return received.find(')', received.find(')') + 1); };
+        ASSERT_TRUE(Until([&] { return second() != std::string::npos; }));
+        const std::size_t start = received.find(')') + 1;
+        EXPECT_EQ(ReadMessage(received.substr(1, start - 2)).kind, MessageKind::kHello);
+        const Received deal = ReadMessage(received.substr(start + 1, second() - start - 1));
         ASSERT_EQ(deal.kind, MessageKind::kDeal);
         game.Stack = deal.stack;
         DealRound(game, kRoleClient);

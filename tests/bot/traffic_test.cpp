@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
 
 #include "bot/bot_policy.h"
 #include "sim/duel.h"
@@ -13,7 +16,11 @@ namespace {
 
 // Whole seeded games between the players we ship and test with. The bytes each side sends are
 // the protocol as another program reads it, so a change to how a move is judged, applied or
-// chosen that alters one byte of them shows here.
+// chosen that alters one byte of them shows here. Each game is played three ways: two Kelvane
+// programs, and a Kelvane program with one that speaks only the game's own messages on either
+// side. Leaving out Kelvane's own messages, every side sends the same bytes all three ways: what
+// Kelvane adds never changes a move, and a program that knows nothing of it is spoken to exactly
+// as before.
 struct Recorded {
     const char* server;  // "random" or "bot"
     const char* client;
@@ -22,6 +29,12 @@ struct Recorded {
     std::size_t serverBytes, clientBytes;
     std::uint64_t serverDigest, clientDigest;
 };
+
+std::uint64_t Fnv(std::string_view bytes) {
+    std::uint64_t digest = 0xcbf29ce484222325ULL;
+    for (const unsigned char c : bytes) digest = (digest ^ c) * 0x100000001b3ULL;
+    return digest;
+}
 
 std::unique_ptr<Policy> Player(const std::string& kind, std::uint64_t seed) {
     if (kind == "bot") return std::make_unique<bot::BotPolicy>();
@@ -47,23 +60,54 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
         {"bot", "bot", 12, 100, 39085, 22527, 0x19adae01d666eaa9ULL, 0x3a304bbf227b987aULL},
     };
     long long botRounds = 0, botLead = 0;
+    const std::pair<bool, bool> extensions[] = {{true, true}, {false, true}, {true, false}};
     for (const Recorded& r : recorded) {
-        auto server = Player(r.server, r.seed * 31);
-        auto client = Player(r.client, r.seed * 37);
-        sim::Duel duel(r.seed, *server, *client);
-        const sim::DuelResult result = duel.Play(r.rounds);
-        ASSERT_EQ(result.failure, "");
-        const auto& link = duel.link();
-        const std::string which =
-            std::string(r.server) + " vs " + r.client + ", seed " + std::to_string(r.seed);
-        EXPECT_EQ(link.SentBytes(sim::Side::kServer), r.serverBytes) << which;
-        EXPECT_EQ(link.SentBytes(sim::Side::kClient), r.clientBytes) << which;
-        EXPECT_EQ(link.SentDigest(sim::Side::kServer), r.serverDigest) << which;
-        EXPECT_EQ(link.SentDigest(sim::Side::kClient), r.clientDigest) << which;
-        if (std::string(r.server) == r.client) continue;
-        botRounds += result.rounds;
-        botLead +=
-            (std::string(r.server) == "bot" ? 1 : -1) * (result.serverPoints - result.clientPoints);
+        for (const auto& [serverKelvane, clientKelvane] : extensions) {
+            auto server = Player(r.server, r.seed * 31);
+            auto client = Player(r.client, r.seed * 37);
+            sim::DuelOptions options;
+            options.serverExtensions = serverKelvane;
+            options.clientExtensions = clientKelvane;
+            sim::Duel duel(r.seed, *server, *client, options);
+            const sim::DuelResult result = duel.Play(r.rounds);
+            ASSERT_EQ(result.failure, "");
+            const auto& link = duel.link();
+            // Where the game was recorded stuck in a round nobody could draw in, two Kelvane
+            // programs score that round and play on; and their own messages shift where the
+            // recording's last round stopped by a move or two, so they play on to the recorded
+            // length.
+            const bool bothKelvane = serverKelvane && clientKelvane;
+            while (bothKelvane &&
+                   (link.GameText(sim::Side::kServer).size() < r.serverBytes ||
+                    link.GameText(sim::Side::kClient).size() < r.clientBytes) &&
+                   duel.Step()) {
+            }
+            const std::string which =
+                std::string(r.server) + " vs " + r.client + ", seed " + std::to_string(r.seed) +
+                (serverKelvane ? "" : ", server plain") + (clientKelvane ? "" : ", client plain");
+            for (const auto& [side, kelvane, bytes, digest] :
+                 {std::tuple{sim::Side::kServer, serverKelvane, r.serverBytes, r.serverDigest},
+                  std::tuple{sim::Side::kClient, clientKelvane, r.clientBytes, r.clientDigest}}) {
+                const std::string& game = link.GameText(side);
+                // A plain program sends nothing else at all.
+                if (!kelvane) {
+                    EXPECT_EQ(link.SentBytes(side), game.size()) << which;
+                }
+                // Where the game was recorded stuck in a round nobody could draw in, two Kelvane
+                // programs score that round and play on.
+                if (serverKelvane && clientKelvane) {
+                    EXPECT_FALSE(result.stuck) << which;
+                    EXPECT_GE(game.size(), bytes) << which;
+                } else {
+                    EXPECT_EQ(game.size(), bytes) << which;
+                }
+                EXPECT_EQ(Fnv(std::string_view(game).substr(0, bytes)), digest) << which;
+            }
+            if (std::string(r.server) == r.client || !serverKelvane || !clientKelvane) continue;
+            botRounds += result.rounds;
+            botLead += (std::string(r.server) == "bot" ? 1 : -1) *
+                       (result.serverPoints - result.clientPoints);
+        }
     }
     // The bot leads by 52.5 points a round here; over twenty 400-round arena runs
     // (`kelvane-arena --rounds 400 --seed 1`, 401, ..., 7601) its lead ranged from 43.5 to 56.2.

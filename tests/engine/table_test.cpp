@@ -369,7 +369,10 @@ TEST(Session, ServerDealsOnTheFirstRequestOnly) {
     t.table.tcpTalker_ConnectionRequest(0, 43);
     EXPECT_EQ(t.socket.calls.back(), "Refuse 0");
     EXPECT_TRUE(t.errors.shown.empty());
-    EXPECT_EQ(t.socket.sent.size(), 1u);
+    // The announcement, then the deal; nothing for the second knock.
+    ASSERT_EQ(t.socket.sent.size(), 2u);
+    EXPECT_EQ(t.socket.sent[0], "(K:HELLO:1:-:0:0:Kelvane " KELVANE_VERSION ")");
+    EXPECT_EQ(t.socket.sent[1], Frame(DealMessage(dealt.Stack)));
     EXPECT_TRUE(t.table.state().Stack == dealt.Stack);
 }
 

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+#include "game_state.h"
+
+namespace kelvane {
+
+// A 64-bit digest of everything the two programs of a session must hold alike, taken from the
+// server's side of the table, so that the server's copy and the client's mirrored copy give the
+// same number: the stock, both hands (as sets: one copy keeps the order drawn), the up pile, the
+// melds, every credit, the totals, the deal count, the turn and each player's duties.
+// `serverSeat` is kLocal in the server's program and kRemote in the client's.
+std::uint64_t StateDigest(const GameState& state, Seat serverSeat);
+
+}  // namespace kelvane
