@@ -137,7 +137,8 @@ void Table::CheckNobodyCanDraw() {
     Steps steps(reporter_, "CheckEndOfGame");
     bool frozen = false;
     steps([&] { frozen = NobodyCanDraw(state_); });
-    if (!frozen) return;
+    // A program that speaks only the game's own messages just waits, as the game's rules have it.
+    if (!frozen || !extensions_) return;
     if (Agreed()) return ScoreRoundEnd(steps);
     steps([&] {
         if (!std::exchange(link_.frozenTold, true)) prompts_.Tell({NoticeKind::kNobodyCanDraw});

@@ -44,7 +44,9 @@ std::string Told(const Notice& notice) {
 }  // namespace
 
 Duel::Seat::Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles)
-    : side(s), policy(p), table({screen, prompts, link.socket(s), errors}, std::move(shuffles)) {}
+    : side(s), policy(p), table({screen, prompts, link.socket(s), errors}, std::move(shuffles)) {
+    screen.state = &table.state();
+}
 
 Duel::Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions options)
     : options_(options),
@@ -117,15 +119,19 @@ void Duel::RaiseSocketEvents() {
         Guarded([&] { server_.table.tcpTalker_ConnectionRequest(0, *request); });
     if (link_.TakeConnectEvent(Side::kClient)) Guarded([&] { client_.table.tcpTalker_Connect(0); });
     for (Seat* seat : {&server_, &client_}) CheckQuiet(*seat, "while reconnecting");
-    if (cut_ && !Reconnecting()) {
+    if (cut_ && !Away()) {
         cut_ = false;
         ++resumes_;
     }
 }
 
-bool Duel::Reconnecting() {
+bool Duel::Away() {
     return server_.table.WaitingForOpponent() || client_.table.WaitingForOpponent() ||
            link_.PendingRequest().has_value();
+}
+
+bool Duel::Reconnecting() {
+    return cut_ || Away();
 }
 
 void Duel::Cut(std::size_t fromServer, std::size_t fromClient) {
@@ -273,7 +279,7 @@ void Duel::Fail(const std::string& what) {
 }
 
 void Duel::Stick(const Seat& seat, const std::string& reason) {
-    stuck_ = true;
+    if (std::exchange(stuck_, true)) return;
     stuckReason_ = std::string(SideName(seat.side)) + ": " + reason;
 }
 
@@ -295,6 +301,7 @@ DuelResult Duel::Result() const {
     result.stuck = stuck_;
     result.stuckReason = stuckReason_;
     result.resumes = resumes_;
+    result.roundsNobodyCouldDraw = server_.screen.nobodyCouldDraw;
     return result;
 }
 

@@ -45,6 +45,7 @@ struct DuelResult {
     bool stuck = false;
     std::string stuckReason;
     int resumes = 0;  // dropped connections resumed by both sides
+    int roundsNobodyCouldDraw = 0;  // scored with the stack and the up pile both empty
 };
 
 // Two engines, server and client, joined in memory and driven by a policy on each side. The
@@ -87,9 +88,18 @@ class Duel {
   private:
     struct Seat {
         Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles);
+        // Counts the rounds scored with both piles empty: rounds nobody could draw in.
+        struct Screen : HeadlessScreen {
+            const GameState* state = nullptr;
+            int nobodyCouldDraw = 0;
+            void ShowRoundResult(const RoundResult& result) override {
+                HeadlessScreen::ShowRoundResult(result);
+                if (state->StackCount == 0 && state->UpCount == 0) ++nobodyCouldDraw;
+            }
+        };
         Side side;
         Policy& policy;
-        HeadlessScreen screen;
+        Screen screen;
         HeadlessPrompts prompts;
         HeadlessErrors errors;
         Table table;
@@ -104,6 +114,7 @@ class Duel {
     std::size_t Below(std::size_t n) { return static_cast<std::size_t>(random_() % n); }
 
     void RaiseSocketEvents();
+    bool Away();
     void DeliverPiece(Side from);
     std::size_t PieceLength(const std::string& inFlight);
     void Gesture(Seat& seat);
