@@ -118,7 +118,7 @@ void Table::Resume(const Hello& hello) {
 void Table::TurnAway() {
     if (state_.Role != kRoleServer) return FailLink(PeerFaultKind::kNotThisGame);
     reader_.Clear();
-    if (socket_.State(1) != kSocketClosed) socket_.Close(1);
+    socket_.Close(1);
 }
 
 void Table::CompareRound(const RoundDigest& theirs) {
@@ -175,8 +175,8 @@ void Table::LinkLost() {
     link_.syncAt.reset();
     reader_.Clear();
     arrivalWaiting_.fill(false);
-    const int index = ConnectionSocket();
-    if (socket_.State(index) != kSocketClosed) socket_.Close(index);
+    // Closed even when it reads closed: the dead connection must leave its slot.
+    socket_.Close(ConnectionSocket());
     if (first) screen_.ShowConnectionLost(state_.Role == kRoleClient);
 }
 
@@ -186,7 +186,8 @@ void Table::TakeBackClient(long requestId) {
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
         reader_.Clear();
-        if (socket_.State(1) != kSocketClosed) socket_.Close(1);
+        // The lost connection, or a caller who never announced himself, leaves the slot.
+        socket_.Close(1);
         socket_.Accept(1, requestId);
         link_.awaitingHello = true;
     });

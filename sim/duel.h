@@ -44,7 +44,7 @@ struct DuelResult {
     // one. Between two Kelvane programs such a round ends and is scored.
     bool stuck = false;
     std::string stuckReason;
-    int resumes = 0;  // dropped connections resumed by both sides
+    int resumes = 0;                // dropped connections resumed by both sides
     int roundsNobodyCouldDraw = 0;  // scored with the stack and the up pile both empty
 };
 

@@ -11,8 +11,13 @@
 
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "game_watch.h"
 
@@ -43,10 +48,80 @@ struct Pairing {
     }
 };
 
+// A line between the two bots that drops the connection each time the bytes it has carried from
+// the server reach the next of `dropAt`: what it holds of that arrival beyond the mark is lost,
+// and both ends are reset, as when a router goes down. The client calls again through it.
+class DroppingRelay {
+  public:
+    explicit DroppingRelay(std::vector<qint64> dropAt) : dropAt_(std::move(dropAt)) {
+        listener_.listen(QHostAddress::LocalHost, 0);
+    }
+    quint16 port() const { return listener_.serverPort(); }
+    int drops() const { return drops_; }
+    void ServeOn(quint16 serverPort) { serverPort_ = serverPort; }
+
+    // Takes a new call, carries what waits either way, drops the line at the next mark, and
+    // passes a close on from one end to the other.
+    void Pump() {
+        if (!client_ && serverPort_ != 0 && listener_.waitForNewConnection(0)) {
+            client_.reset(listener_.nextPendingConnection());
+            client_->setParent(nullptr);
+            server_ = std::make_unique<QTcpSocket>();
+            server_->connectToHost(QHostAddress::LocalHost, serverPort_);
+            server_->waitForConnected(1000);
+            // Each move is a few bytes answered at once; none may wait for an acknowledgement.
+            for (QTcpSocket* end : {client_.get(), server_.get()})
+                end->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        }
+        if (!client_) return;
+        client_->waitForReadyRead(1);
+        server_->write(client_->readAll());
+        server_->flush();
+        server_->waitForReadyRead(1);
+        QByteArray down = server_->readAll();
+        const bool drop = drops_ < static_cast<int>(dropAt_.size()) &&
+                          carried_ + down.size() >= dropAt_[static_cast<std::size_t>(drops_)];
+        if (drop) down.truncate(dropAt_[static_cast<std::size_t>(drops_)] - carried_);
+        carried_ += down.size();
+        client_->write(down);
+        client_->flush();
+        if (drop) {
+            ++drops_;
+            return Hang(true);
+        }
+        if (client_->state() != QAbstractSocket::ConnectedState ||
+            server_->state() != QAbstractSocket::ConnectedState)
+            Hang(false);
+    }
+
+  private:
+    void Hang(bool reset) {
+        for (QTcpSocket* end : {client_.get(), server_.get()}) {
+            if (reset) {
+                end->abort();
+            } else {
+                end->disconnectFromHost();
+                if (end->state() != QAbstractSocket::UnconnectedState)
+                    end->waitForDisconnected(100);
+            }
+        }
+        client_.reset();
+        server_.reset();
+    }
+
+    QTcpServer listener_;
+    std::unique_ptr<QTcpSocket> client_, server_;
+    quint16 serverPort_ = 0;
+    std::vector<qint64> dropAt_;
+    qint64 carried_ = 0;
+    int drops_ = 0;
+};
+
 // A serving and a connecting kelvane-bot over loopback, the client sent to the port the server
-// names. A bot that stops playing or leaves early ends the game at once: the reason, told with
-// both stories, is returned; empty when both left as they should.
-std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Program& client) {
+// names, or through `relay`. A bot that stops playing or leaves early ends the game at once: the
+// reason, told with both stories, is returned; empty when both left as they should.
+std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Program& client,
+                        DroppingRelay* relay = nullptr) {
     const auto rounds = [](bool counts) {
         return counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{};
     };
@@ -54,17 +129,21 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
                                                QString::number(pairing.serverSeed)} +
                                        rounds(true));
     const auto wait = [&] {
+        if (relay) relay->Pump();
         for (test::Program* bot : {&server, &client})
-            if (bot->running()) bot->process().waitForReadyRead(20);
+            if (bot->running()) bot->process().waitForReadyRead(relay ? 1 : 20);
     };
     static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
     const std::string stopped = test::Watch(
         {&server}, [&] { return listening.match(server.err()).hasMatch(); }, wait);
     if (!stopped.empty()) return stopped;
-    client.Start(KELVANE_BOT_PATH, QStringList{"--connect", "127.0.0.1", "--port",
-                                               listening.match(server.err()).captured(1), "--delay",
-                                               "0", "--seed", QString::number(pairing.clientSeed)} +
-                                       rounds(pairing.clientCounts));
+    const QString port = listening.match(server.err()).captured(1);
+    if (relay) relay->ServeOn(port.toUShort());
+    client.Start(KELVANE_BOT_PATH,
+                 QStringList{"--connect", "127.0.0.1", "--port",
+                             relay ? QString::number(relay->port()) : port, "--delay", "0",
+                             "--seed", QString::number(pairing.clientSeed)} +
+                     rounds(pairing.clientCounts));
     return test::Watch(
         {&server, &client}, [&] { return !server.running() && !client.running(); }, wait);
 }
@@ -95,6 +174,36 @@ TEST_P(TwoBots, PlayTwoHundredRoundsAndTellTheSameStory) {
     ASSERT_EQ(told[0].size(), told[1].size());
     for (qsizetype k = 0; k < told[0].size(); ++k)
         ASSERT_EQ(told[0][k].toStdString(), Mirrored(told[1][k]).toStdString()) << "line " << k + 1;
+}
+
+// The line between the bots drops three times in the middle of their game; each time the client
+// calls again, both resume where they were, and they finish their rounds telling the same story
+// as bots with the same seeds whose line never dropped.
+TEST(TwoBotsThroughADroppingLine, ResumeAndTellTheStoryOfAnUncutGame) {
+    const Pairing pairing{8, 1008, true};
+    const QString lastRound = QString("Round %1: ").arg(kRounds);
+    QStringList uncut, cut[2];
+    {
+        test::Program server("the server", lastRound), client("the client", lastRound);
+        const std::string stopped = PlayTwoBots(pairing, server, client);
+        ASSERT_TRUE(stopped.empty()) << stopped;
+        uncut = server.out().split('\n', Qt::SkipEmptyParts);
+    }
+    DroppingRelay relay({4000, 15000, 30000});
+    test::Program server("the server", lastRound), client("the client", lastRound);
+    const std::string stopped = PlayTwoBots(pairing, server, client, &relay);
+    ASSERT_TRUE(stopped.empty()) << stopped;
+    EXPECT_EQ(relay.drops(), 3);
+    for (const test::Program* bot : {&server, &client}) {
+        EXPECT_EQ(bot->exitCode(), 0) << bot->Story();
+        EXPECT_EQ(bot->err().count("the connection was lost"), 3) << bot->Story();
+        EXPECT_EQ(bot->err().count("the opponent is back"), 3) << bot->Story();
+        cut[bot == &client] = bot->out().split('\n', Qt::SkipEmptyParts);
+    }
+    EXPECT_EQ(cut[0], uncut);
+    ASSERT_EQ(cut[0].size(), cut[1].size());
+    for (qsizetype k = 0; k < cut[0].size(); ++k)
+        ASSERT_EQ(cut[0][k].toStdString(), Mirrored(cut[1][k]).toStdString()) << "line " << k + 1;
 }
 
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.

@@ -272,6 +272,21 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
              cannotGoOn},
         {"(" + std::string(kFrameLimit + 1, 'C'),
          "Your opponent's program sent a message longer than 8192 bytes" + cannotGoOn},
+        // Kelvane's own messages are judged as strictly.
+        {"(K:LATER:1)", ""},
+        {"(K:SYNC:zz)",
+         "Your opponent's program sent a message this game cannot read (\"K:SYNC:zz\")" +
+             cannotGoOn},
+        {"(K:HELLO:1:-:0:0:Kelvane)(K:HELLO:1:-:0:0:Kelvane)",
+         "Your opponent's program sent a Kelvane message where it has no place" + cannotGoOn},
+        {"(K:HELLO:1:0123456789abcdef:0:0:Kelvane)",
+         "The program that answered is not playing this game with you, so the game cannot be "
+         "resumed" +
+             cannotGoOn},
+        {"(K:HELLO:1:-:0:0:Kelvane)(K:ROUND:0:1:40:25:1:S:0000000000000000)",
+         "Your opponent's program and this one no longer agree on the number of rounds played "
+         "(here 0, there 1)" +
+             cannotGoOn},
     };
     for (const auto& [bytes, told] : cases) {
         SCOPED_TRACE(bytes.substr(0, 30));

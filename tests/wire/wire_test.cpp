@@ -209,5 +209,55 @@ TEST(ReadMessage, AcceptsExactlyWhatTheGameWrites) {
     EXPECT_EQ(ReadMessage("M:U:07").number, 7);
 }
 
+// Kelvane's own messages: what this program writes reads back field for field, and the strict
+// reading refuses anything else of their kinds.
+TEST(ReadMessage, KelvaneMessagesReadBackAndNothingElse) {
+    Hello hello;
+    hello.game = 0x0123456789abcdefULL;
+    hello.applied = 17;
+    hello.sent = 123456789;
+    hello.program = "kelvane-bot 1.0.42: level (1)";
+    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
+    const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
+    EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
+    const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
+    EXPECT_EQ(sync.sync.applied, 3);
+    EXPECT_EQ(sync.sync.state, 0x1ULL);
+    EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
+
+    const std::pair<std::string_view, bool> cases[] = {
+        {"K:HELLO:1:-:0:0:Kelvane 1.0.42", true},
+        {"K:HELLO:1:-:0:0:", false},                        // no program
+        {"K:HELLO:0:-:0:0:Kelvane", false},                 // no version 0
+        {"K:HELLO:1:0123:0:0:Kelvane", false},              // a game is 16 hex digits
+        {"K:HELLO:1:0123456789ABCDEF:0:0:Kelvane", false},  // lower case only
+        {"K:HELLO:1:-:01:0:Kelvane", false},                // counts without leading zeros
+        {"K:HELLO:1:-:1234567890:0:Kelvane", false},        // nine digits at most
+        {"K:HELLO:1:-:0:0:Kel\x01vane", false},             // printable names only
+        {"K:HELLO:1:-:0:Kelvane", false},
+        {"K:ROUND:0:1:0:0:1:C:0000000000000000", true},
+        {"K:ROUND:0:1:-0:0:1:C:0000000000000000", false},
+        {"K:ROUND:0:1:40000:0:1:C:0000000000000000", false},  // beyond the game's totals
+        {"K:ROUND:0:1:0:0:1:X:0000000000000000", false},
+        {"K:ROUND:0:1:0:0:1:C:00", false},
+        {"K:SYNC:0:0:0000000000000000", true},
+        {"K:SYNC:0:0", false},
+        {"K:BYE", true},
+        {"K:BYE:", false},
+        {"K:OTHER:whatever", true},  // a later version's message: ignored, not refused
+    };
+    for (const auto& [message, readable] : cases)
+        EXPECT_EQ(ReadMessage(message).readable, readable) << message;
+    // Every message of the game is counted, known or not, and Kelvane's round digests.
+    for (const auto& [message, counted] : {std::pair{"M:D:05", true},
+                                           {"X:new", true},
+                                           {"K:ROUND:", true},
+                                           {"K:HELLO:", false},
+                                           {"K:SYNC:", false},
+                                           {"K:BYE", false},
+                                           {"K:OTHER", false}})
+        EXPECT_EQ(Counted(message), counted) << message;
+}
+
 }  // namespace
 }  // namespace kelvane
