@@ -9,6 +9,8 @@
 
 #include <QAction>
 #include <QCoreApplication>
+#include <QPointer>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QStringList>
 #include <QTcpServer>
@@ -17,6 +19,7 @@
 #include <QTextEdit>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "game/stock.h"
@@ -136,6 +139,118 @@ TEST_P(WindowAgainstBot, PlaysAWholeGame) {
 INSTANTIATE_TEST_SUITE_P(BothSeats, WindowAgainstBot, ::testing::Bool(), [](const auto& seat) {
     return seat.param ? "WindowServes" : "BotServes";
 });
+
+// A line between the window and the bot that the test can drop, resetting both ends.
+class Line : public QObject {
+  public:
+    explicit Line(quint16 to) : to_(to) {
+        listener_.listen(QHostAddress::LocalHost, 0);
+        connect(&listener_, &QTcpServer::newConnection, this, [this] { Take(); });
+    }
+    quint16 port() const { return listener_.serverPort(); }
+    int calls() const { return calls_; }
+    void Drop() {
+        for (QTcpSocket* end : {near_.data(), far_.data()})
+            if (end) end->abort();
+    }
+
+  private:
+    void Take() {
+        QTcpSocket* near = listener_.nextPendingConnection();
+        auto* far = new QTcpSocket(this);
+        far->connectToHost(QHostAddress::LocalHost, to_);
+        connect(near, &QTcpSocket::readyRead, far, [near, far] { far->write(near->readAll()); });
+        connect(far, &QTcpSocket::readyRead, near, [near, far] { near->write(far->readAll()); });
+        connect(near, &QTcpSocket::disconnected, far, &QTcpSocket::disconnectFromHost);
+        connect(far, &QTcpSocket::disconnected, near, &QTcpSocket::disconnectFromHost);
+        near_ = near;
+        far_ = far;
+        ++calls_;
+    }
+
+    QTcpServer listener_;
+    quint16 to_;
+    QPointer<QTcpSocket> near_, far_;
+    int calls_ = 0;
+};
+
+// What the player sees of the game: both hands, the piles, the table and the scores.
+std::string TableView(const GameState& s) {
+    std::string view;
+    for (const auto& [cards, n] : {std::pair{&s.LocalHand, s.LocalCount},
+                                   {&s.RemoteHand, s.RemoteCount},
+                                   {&s.UpPile, s.UpCount}}) {
+        for (Int16 i = 0; i < n; ++i) view += nformat((*cards)[i]) + ",";
+        view += "|";
+    }
+    for (Int16 c = 0; c < s.TableMelds.ColumnCount(); ++c)
+        for (Int16 card : s.TableMelds.Cards(c)) view += nformat(card) + ",";
+    return view + "|" + std::to_string(s.StackCount.value()) + "|" +
+           std::to_string(s.LocalScore.value()) + ":" + std::to_string(s.RemoteScore.value()) +
+           "|" + std::to_string(s.GamesPlayed.value());
+}
+
+// The window plays the bot through a line that drops in the middle of a round: the window says
+// so and waits with the game as it was, calls again when the player asks, and goes on with the
+// same hands, table and scores; the game then runs to its rounds' end and a quit ends the bot.
+TEST(WindowAgainstBot, ResumesAfterTheLineDrops) {
+    Deck deck;
+    auto socket = std::make_unique<QtSocket>();
+    auto program = std::make_unique<UnattendedWindow>(*socket, deck);
+    UnattendedWindow& window = *program;
+    window.show();
+    sim::RandomPolicy player(5);
+    test::Program bot("the bot", "Your opponent left.");
+    bot.Start(KELVANE_BOT_PATH, {"--serve", "--port", "0", "--delay", "0", "--seed", "3"});
+    static const QRegularExpression listening("on port (\\d+)\n");
+    const auto pump = [] { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); };
+    ASSERT_TRUE(test::Watch(
+                    {&bot}, [&] { return listening.match(bot.err()).hasMatch(); }, pump)
+                    .empty());
+    Line line(listening.match(bot.err()).captured(1).toUShort());
+    window.table().UsePort(line.port());
+    window.table().mnuClient_Click();
+    const GameState& s = window.table().state();
+    // Mid-round, the window to move and nothing on its way: the moment to pull the plug.
+    bool waitForTheCut = true;
+    const auto cutHere = [&] { return s.StackCount < 30 && s.MyTurn && !s.HasDrawn; };
+    const auto play = [&] {
+        pump();
+        if (waitForTheCut && cutHere()) return;
+        if (s.MyTurn && !window.table().WaitingForOpponent()) player.Act(window.table());
+    };
+    ASSERT_TRUE(test::Watch({&bot}, cutHere, play).empty());
+    waitForTheCut = false;
+    ASSERT_TRUE(window.table().KelvaneOpponent());
+    const std::string before = TableView(s);
+    line.Drop();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.linkDialog() != nullptr; }, 5000));
+    EXPECT_TRUE(window.table().WaitingForOpponent());
+    EXPECT_EQ(TableView(s), before);
+    EXPECT_TRUE(window.isVisible());
+    window.linkDialog()->reconnectButton()->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window.table().WaitingForOpponent(); }, 5000));
+    EXPECT_EQ(line.calls(), 2);
+    EXPECT_EQ(TableView(s), before);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.linkDialog(), nullptr);
+    const std::string stopped = test::Watch(
+        {&bot}, [&] { return bot.out().contains("Round 3:"); }, play);
+    ASSERT_TRUE(stopped.empty()) << stopped;
+    window.close();
+    const std::vector<std::string> boxes = window.boxes, failures = window.failures;
+    // The program ends with its window, and its connection with it.
+    program.reset();
+    socket.reset();
+    ASSERT_TRUE(test::Watch(
+                    {&bot}, [&] { return !bot.running(); }, pump)
+                    .empty());
+    EXPECT_EQ(bot.exitCode(), 0) << bot.Story();
+    EXPECT_TRUE(bot.err().contains("the opponent is back")) << bot.Story();
+    EXPECT_TRUE(failures.empty()) << failures.front();
+    for (const std::string& box : boxes)
+        EXPECT_TRUE(box.starts_with("Discard the ") || box == "Sure you want to quit?") << box;
+}
 
 // The window connected to a peer played by the test over loopback: what the peer's program could
 // not have sent is told in one box, the connection closed, the window left open on the game with
