@@ -13,6 +13,7 @@
 #include "bot/bot_policy.h"
 #include "bot/options.h"
 #include "engine/table.h"
+#include "game/scoring.h"
 #include "game/stock.h"
 #include "headless/headless_ports.h"
 #include "qtnet/qt_socket.h"
@@ -115,6 +116,7 @@ class Session {
           table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
         table_.UsePort(options.port);
         table_.SetProgramName("kelvane-bot " KELVANE_VERSION);
+        table_.UseExtensions(!options.plain);
         // Every socket event enters the engine through its handlers, whose gate holds data
         // that arrives during another handler until that handler is over.
         socket_.onConnectionRequest = [this](int index, long id) {
@@ -263,6 +265,9 @@ class Session {
     // One move: gestures until one sends something (selection presses send nothing), then the
     // pause before the next.
     void Move() {
+        // A program that knows no end for a round nobody can draw in waits, as the game's rules
+        // have it, until its opponent leaves.
+        if (NobodyCanDraw(table_.state())) return;
         const long sentBefore = counted_.sends();
         // The bot's own judgement is ours to answer for: a fault in it ends the bot plainly,
         // never through an abort.

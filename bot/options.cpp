@@ -42,7 +42,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     }
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
-        const bool flag = arg == "--serve";
+        const bool flag = arg == "--serve" || arg == "--plain";
         const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
                                 arg == "--seed" || arg == "--delay" || arg == "--resume-timeout";
         if (!flag && !takesValue) {
@@ -52,7 +52,9 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         if (takesValue && (i + 1 >= args.size() || args[i + 1].starts_with("--")))
             return fail(arg + " needs a value");
         const std::string value = takesValue ? args[++i] : "";
-        if (arg == "--serve") {
+        if (arg == "--plain") {
+            o.plain = true;
+        } else if (arg == "--serve") {
             if (connect) return fail("choose one of --serve and --connect");
             o.serve = true;
         } else if (arg == "--connect") {
@@ -109,6 +111,9 @@ std::string UsageText() {
            "                  when the connection to a Kelvane opponent drops, how long to wait\n"
            "                  for the game to resume (default 60): serving, for the opponent\n"
            "                  to call again; connecting, calling the server again each second\n"
+           "  --plain         speak only the game's own messages, as a program that knows\n"
+           "                  nothing of Kelvane's: no announcement, no resuming, and a round\n"
+           "                  nobody can draw in is never ended\n"
            "  --help          show this text\n"
            "\n"
            "One line per finished round on standard output; chat from the opponent on standard\n"

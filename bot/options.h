@@ -24,6 +24,7 @@ struct BotOptions {
     std::optional<std::uint64_t> seed;
     int delayMs = kDefaultDelayMs;
     int resumeSeconds = kDefaultResumeSeconds;
+    bool plain = false;  // the game's own messages only, without Kelvane's
 };
 
 // The options, or the reason they cannot be used (a message for standard error).

@@ -42,6 +42,8 @@ constexpr int kRounds = 200;
 struct Pairing {
     int serverSeed, clientSeed;
     bool clientCounts;
+    bool clientPlain = false;  // the game's own messages only
+    int serverRounds = kRounds;
     friend void PrintTo(const Pairing& p, std::ostream* os) {
         *os << "seeds " << p.serverSeed << " and " << p.clientSeed
             << (p.clientCounts ? "" : ", the client uncounted");
@@ -126,8 +128,8 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
         return counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{};
     };
     server.Start(KELVANE_BOT_PATH, QStringList{"--serve", "--port", "0", "--delay", "0", "--seed",
-                                               QString::number(pairing.serverSeed)} +
-                                       rounds(true));
+                                               QString::number(pairing.serverSeed), "--rounds",
+                                               QString::number(pairing.serverRounds)});
     const auto wait = [&] {
         if (relay) relay->Pump();
         for (test::Program* bot : {&server, &client})
@@ -143,7 +145,8 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
                  QStringList{"--connect", "127.0.0.1", "--port",
                              relay ? QString::number(relay->port()) : port, "--delay", "0",
                              "--seed", QString::number(pairing.clientSeed)} +
-                     rounds(pairing.clientCounts));
+                     rounds(pairing.clientCounts) +
+                     (pairing.clientPlain ? QStringList{"--plain"} : QStringList{}));
     return test::Watch(
         {&server, &client}, [&] { return !server.running() && !client.running(); }, wait);
 }
@@ -204,6 +207,24 @@ TEST(TwoBotsThroughADroppingLine, ResumeAndTellTheStoryOfAnUncutGame) {
     ASSERT_EQ(cut[0].size(), cut[1].size());
     for (qsizetype k = 0; k < cut[0].size(); ++k)
         ASSERT_EQ(cut[0][k].toStdString(), Mirrored(cut[1][k]).toStdString()) << "line " << k + 1;
+}
+
+// With these seeds the 240th round leaves nobody anything to draw. Facing a bot that speaks only
+// the game's own messages, the Kelvane bot says so and leaves after its last round line; the
+// plain one, which knows no end for such a round, waits until then and sees it leave.
+TEST(TwoBots, AKelvaneBotFacingAPlainOneLeavesWhenNobodyCanDraw) {
+    const Pairing pairing{8, 1008, false, true, 400};
+    test::Program server("the server", "Round 239: ");
+    test::Program client("the client", "Your opponent left.");
+    const std::string stopped = PlayTwoBots(pairing, server, client);
+    ASSERT_TRUE(stopped.empty()) << stopped;
+    EXPECT_EQ(server.exitCode(), 0) << server.Story();
+    EXPECT_EQ(client.exitCode(), 0) << client.Story();
+    EXPECT_TRUE(server.err().contains("neither player can draw")) << server.Story();
+    EXPECT_TRUE(server.out().split('\n', Qt::SkipEmptyParts).last().startsWith("Round 239: "))
+        << server.Story();
+    for (const test::Program* bot : {&server, &client})
+        EXPECT_FALSE(bot->err().contains("playing ")) << "nobody announced both ways";
 }
 
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
