@@ -22,6 +22,7 @@ void BM_DuelRounds(benchmark::State& state) {
     long long rounds = 0;
     long long duels = 0;
     long long stuck = 0;
+    long long frozen = 0;
     std::string failure;
     for (auto _ : state) {
         RandomPolicy server(seed * 2);
@@ -34,12 +35,16 @@ void BM_DuelRounds(benchmark::State& state) {
         }
         rounds += result.rounds;
         stuck += result.stuck ? 1 : 0;
+        frozen += result.roundsNobodyCouldDraw;
         ++duels;
     }
     state.counters["rounds"] =
         benchmark::Counter(static_cast<double>(rounds), benchmark::Counter::kIsRate);
     state.counters["stuck_duels"] =
         duels > 0 ? static_cast<double>(stuck) / static_cast<double>(duels) : 0.0;
+    // Rounds nobody could draw in, scored between the two Kelvane programs, per thousand rounds.
+    state.counters["scored_frozen_per_1000"] =
+        rounds > 0 ? 1000.0 * static_cast<double>(frozen) / static_cast<double>(rounds) : 0.0;
 }
 BENCHMARK(BM_DuelRounds)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
@@ -98,6 +103,45 @@ void BM_ApplyDealMessage(benchmark::State& state) {
     TimeOneArrival(state, DealInFlight, Side::kServer);
 }
 BENCHMARK(BM_ApplyDealMessage)->UseManualTime()->Iterations(500)->Unit(benchmark::kNanosecond);
+
+// The line drops with a discard of the client's on its way and lost: both programs see the
+// close, the client calls again, the server takes it back, both announce themselves, the discard
+// is sent again and applied, and the digests of the whole game are compared. Everything but the
+// network itself, which a real resume adds.
+void BM_ResumeAfterCut(benchmark::State& state) {
+    constexpr int kBatch = 64;
+    std::uint64_t seed = 1;
+    for (auto _ : state) {
+        std::vector<std::unique_ptr<RandomPolicy>> players;
+        std::vector<std::unique_ptr<Duel>> duels;
+        for (int i = 0; i < kBatch; ++i, ++seed) {
+            players.push_back(std::make_unique<RandomPolicy>(seed * 2));
+            players.push_back(std::make_unique<RandomPolicy>(seed * 2 + 1));
+            duels.push_back(
+                std::make_unique<Duel>(seed, *players[players.size() - 2], *players.back()));
+            Duel& duel = *duels.back();
+            duel.Open();
+            // The server must have the client's announcement, or there is nothing to resume.
+            while ((!duel.table(Side::kServer).KelvaneOpponent() ||
+                    duel.link().InFlight(Side::kClient).find("(M:D:") == std::string::npos) &&
+                   duel.Step()) {
+            }
+            duel.Cut(0, 0);
+        }
+        const auto start = std::chrono::steady_clock::now();
+        for (auto& duel : duels) {
+            while (duel->Reconnecting() && duel->Step()) {
+            }
+            for (Side side : {Side::kServer, Side::kClient, Side::kServer}) duel->DeliverAll(side);
+        }
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(elapsed.count() / kBatch);
+        const DuelResult result = duels.front()->Result();
+        if (!result.failure.empty() || result.resumes != 1)
+            state.SkipWithError(("the game did not resume: " + result.failure).c_str());
+    }
+}
+BENCHMARK(BM_ResumeAfterCut)->UseManualTime()->Iterations(200)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace kelvane::sim
