@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <functional>
 #include <random>
 #include <string>
@@ -389,6 +390,55 @@ TEST(Session, ServerDealsOnTheFirstRequestOnly) {
     EXPECT_EQ(t.socket.sent[0], "(K:HELLO:1:-:0:0:Kelvane " KELVANE_VERSION ")");
     EXPECT_EQ(t.socket.sent[1], Frame(DealMessage(dealt.Stack)));
     EXPECT_TRUE(t.table.state().Stack == dealt.Stack);
+}
+
+// While a server waits for its Kelvane client to come back, whoever calls is let in only to be
+// kept if he names this game: a stranger, a player of another game, or a caller who never
+// announces himself is turned away at once and the game waits on; the client itself resumes.
+TEST(Session, AServerWaitingForItsClientLetsOnlyItBackIn) {
+    test::TableUnderTest t;
+    t.table.mnuServer_Click();
+    t.table.tcpTalker_ConnectionRequest(0, 1);
+    const std::string deal = t.socket.sent.at(1).substr(1, t.socket.sent[1].size() - 2);
+    std::uint64_t game = 0xcbf29ce484222325ULL;
+    for (const unsigned char c : deal) game = (game ^ c) * 0x100000001b3ULL;
+    char gameText[17];
+    std::snprintf(gameText, sizeof gameText, "%016llx", static_cast<unsigned long long>(game));
+    t.socket.waiting[1] = "(K:HELLO:1:-:0:0:the client)";
+    t.table.tcpTalker_DataArrival(1);
+    ASSERT_TRUE(t.table.KelvaneOpponent());
+    t.socket.states[1] = kSocketClosed;
+    t.table.tcpTalker_Close(1);
+    ASSERT_TRUE(t.table.WaitingForOpponent());
+    EXPECT_EQ(t.screen.log.back(), "ConnectionLost off");
+    const std::string callers[] = {
+        "(K:HELLO:1:0123456789abcdef:1:0:another game's client)",
+        "(K:HELLO:1:-:0:0:a new player)",
+        "(M:N:01)",
+    };
+    long request = 2;
+    for (const std::string& bytes : callers) {
+        SCOPED_TRACE(bytes);
+        t.table.tcpTalker_ConnectionRequest(0, request++);
+        EXPECT_EQ(t.socket.calls.back(), "Accept 1");
+        t.socket.waiting[1] = bytes;
+        t.table.tcpTalker_DataArrival(1);
+        EXPECT_EQ(t.socket.calls.back(), "Close 1");
+        EXPECT_TRUE(t.table.WaitingForOpponent());
+        EXPECT_EQ(t.s.Role, kRoleServer);
+    }
+    // One who says nothing is replaced by the next caller.
+    t.table.tcpTalker_ConnectionRequest(0, request++);
+    t.table.tcpTalker_ConnectionRequest(0, request++);
+    const std::vector<std::string> lastCalls(t.socket.calls.end() - 3, t.socket.calls.end());
+    EXPECT_EQ(lastCalls, (std::vector<std::string>{"Accept 1", "Close 1", "Accept 1"}));
+    t.socket.sent.clear();
+    t.socket.waiting[1] = std::string("(K:HELLO:1:") + gameText + ":1:0:the client)";
+    t.table.tcpTalker_DataArrival(1);
+    EXPECT_FALSE(t.table.WaitingForOpponent());
+    EXPECT_EQ(t.screen.log.back(), "ConnectionBack");
+    ASSERT_EQ(t.socket.sent.size(), 1u) << "the client had the deal: only the digest goes";
+    EXPECT_EQ(t.socket.sent[0].substr(0, 11), "(K:SYNC:0:1");
 }
 
 // A host that cannot be reached is told in a box and the socket closed again; no host, no attempt.
