@@ -37,9 +37,11 @@ constexpr int kRounds = 200;
 struct Pairing {
     int serverSeed, clientSeed;
     bool clientCounts;
+    // Both bots play at this level; the second with a small budget, so the suite stays quick.
+    int level;
     friend void PrintTo(const Pairing& p, std::ostream* os) {
         *os << "seeds " << p.serverSeed << " and " << p.clientSeed
-            << (p.clientCounts ? "" : ", the client uncounted");
+            << (p.clientCounts ? "" : ", the client uncounted") << ", level " << p.level;
     }
 };
 
@@ -47,8 +49,11 @@ struct Pairing {
 // names. A bot that stops playing or leaves early ends the game at once: the reason, told with
 // both stories, is returned; empty when both left as they should.
 std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Program& client) {
-    const auto rounds = [](bool counts) {
-        return counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{};
+    const QStringList level =
+        pairing.level == 1 ? QStringList{"--level", "1"}
+                           : QStringList{"--level", "2", "--playouts", "16", "--think-ms", "0"};
+    const auto rounds = [&](bool counts) {
+        return level + (counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{});
     };
     server.Start(KELVANE_BOT_PATH, QStringList{"--serve", "--port", "0", "--delay", "0", "--seed",
                                                QString::number(pairing.serverSeed)} +
@@ -99,11 +104,12 @@ TEST_P(TwoBots, PlayTwoHundredRoundsAndTellTheSameStory) {
 
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
 INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
-                         ::testing::Values(Pairing{1, 101, true}, Pairing{7, 2, false}),
+                         ::testing::Values(Pairing{1, 101, true, 1}, Pairing{7, 2, false, 2}),
                          [](const auto& p) {
                              return "Server" + std::to_string(p.param.serverSeed) + "Client" +
                                     std::to_string(p.param.clientSeed) +
-                                    (p.param.clientCounts ? "" : "Uncounted");
+                                    (p.param.clientCounts ? "" : "Uncounted") + "Level" +
+                                    std::to_string(p.param.level);
                          });
 
 }  // namespace
