@@ -18,7 +18,7 @@ namespace kelvane::bot {
 struct LookaheadBudget {
     // Deals of the hidden cards each candidate is played out in. Every candidate meets the same
     // deals, so their averages differ by the decision and not by luck.
-    int playouts = 96;
+    int playouts = 200;
     // Milliseconds a decision may take before it settles on the deals played so far; 0 for no
     // limit, which makes a seed repeat the same game on any machine.
     int thinkMs = 300;
