@@ -14,6 +14,9 @@ constexpr unsigned kSuitRanks = (1u << kRanks) - 1;
 // Moves in one round beyond which a play-out is called off where it stands: two greedy players
 // can pass the up card back and forth without drawing from the stack.
 constexpr int kMostPlayOutMoves = 600;
+// Melding the whole hand with the stack nearly gone can leave both players floating with nothing
+// to draw, a round nobody can finish: the greedy player keeps a card back then when it can.
+constexpr int kFloatLateStack = 6;
 
 constexpr int RankOf(int card) {
     return (card - 1) % kRanks + 1;
@@ -412,10 +415,14 @@ bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move) const {
         return true;
     }
     Melds(seat, scratch);
-    int best = -1, bestSize = 0, bestPoints = 0;
+    int best = -1, bestSize = 0, bestPoints = 0, meldOut = -1;
     for (int i = 0; i < scratch.count; ++i) {
         const FastMeld& m = scratch.melds[static_cast<std::size_t>(i)];
         if (!CanMeld(seat, m)) continue;
+        if (m.cards == hand[s] && stackCount < kFloatLateStack) {
+            meldOut = i;
+            continue;
+        }
         const int size = Count(m.cards);
         int points = 0;
         for (CardSet c = m.cards; c != 0; c &= c - 1) points += FastPoints(Lowest(c));
@@ -448,6 +455,10 @@ bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move) const {
             throwValue = value;
             throwCard = card;
         }
+    }
+    if (throwCard == 0 && meldOut >= 0) {
+        move = {FastMove::kMeld, 0, 0, scratch.melds[static_cast<std::size_t>(meldOut)]};
+        return true;
     }
     if (throwCard == 0) return false;
     move = {FastMove::kDiscard, 0, throwCard, {}};

@@ -13,6 +13,7 @@ namespace kelvane::bot {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+constexpr int kFloatLateStack = 6;
 
 CardSet CardsOf(const std::vector<Int16>& cards) {
     CardSet set = 0;
@@ -141,6 +142,11 @@ std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudg
                                       std::uint64_t seed) {
     std::vector<TurnPlan> plans = BestPlans(seen, kCandidatePlans);
     if (plans.empty()) return std::nullopt;
+    // Floating with the stack nearly gone can leave both players nothing to draw, a round only
+    // quitting ends; the play-outs would score such a round as it stands, so it is not offered.
+    // The first level floats late only when it must; then every plan stays.
+    if (seen.StackCount < kFloatLateStack && plans.front().discard != 0)
+        std::erase_if(plans, [](const TurnPlan& p) { return p.discard == 0; });
     const std::size_t best =
         BestByPlayOuts(seen, budget, seed, plans.size(),
                        [&](FastRound& round, std::size_t c) { PlayPlan(round, plans[c]); });
