@@ -208,5 +208,23 @@ TEST(FastRound, JudgesMeldsAsTheRules) {
     }
 }
 
+// Melding the whole hand as the stack runs out can leave both players nothing to draw; the greedy
+// player keeps a card back then, and melds out while the stack lasts.
+TEST(FastRound, GreedyPlayerMeldsOutOnlyWhileTheStackLasts) {
+    for (const auto& [stack, expected] : {std::pair{5, FastMove::kDiscard}, {6, FastMove::kMeld}}) {
+        GameState s = Dealt(1);
+        FastRound r = FastRound::From(s);
+        r.hand[0] = Bit(3) | Bit(4) | Bit(5);  // three, four and five of spades
+        r.myTurn = true;
+        r.hasDrawn = true;
+        r.takenUp = {0, 0};
+        r.stackCount = stack;
+        MeldBuffer scratch;
+        FastMove m;
+        ASSERT_TRUE(r.GreedyMove(scratch, m));
+        EXPECT_EQ(m.kind, expected) << stack << " cards in the stack";
+    }
+}
+
 }  // namespace
 }  // namespace kelvane::bot
