@@ -1,9 +1,12 @@
-// kelvane-arena: how well the bot plays. It plays the bot against the random legal player in the
-// in-memory lock-step harness, the bot serving in every other duel, and prints the games won,
-// the points per round of each side and the speed.
+// kelvane-arena: how well the bot plays. It plays the bot at a level against the random legal
+// player or a bot of either level in the in-memory lock-step harness, the bot serving in every
+// other duel, and prints the games won, the points per round of each side and the speed.
 //
-//   kelvane-arena [--rounds N] [--seed S] [--against random|bot]
+//   kelvane-arena [--rounds N] [--seed S] [--level 1|2] [--against random|1|2]
+//                 [--playouts N] [--think-ms MS]
 //
+// Level 2's budget: deals played out per candidate (--playouts) and a time limit per decision
+// (--think-ms, default 0 here: none, so that a seed gives the same games on any machine).
 // Against itself it shows how often the rules leave a player of two bots nothing to draw.
 
 #include <chrono>
@@ -15,12 +18,15 @@
 #include <string_view>
 
 #include "bot/bot_policy.h"
+#include "bot/lookahead.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
 namespace {
 
 using kelvane::bot::BotPolicy;
+using kelvane::bot::LookaheadBudget;
+using kelvane::bot::LookaheadPolicy;
 using kelvane::sim::DuelResult;
 using kelvane::sim::PlayDuel;
 using kelvane::sim::RandomPolicy;
@@ -44,25 +50,44 @@ bool ReadNumber(std::string_view text, unsigned long long& value) {
     }
 }
 
+// A player of the level: 0 the random legal player, 1 or 2 the bot.
+std::unique_ptr<kelvane::Policy> Player(int level, std::uint64_t seed,
+                                        const LookaheadBudget& budget) {
+    if (level == 1) return std::make_unique<BotPolicy>();
+    if (level == 2) return std::make_unique<LookaheadPolicy>(budget, seed);
+    return std::make_unique<RandomPolicy>(seed);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     unsigned long long rounds = 1000;
     unsigned long long seed = 1;
-    bool againstBot = false;
+    unsigned long long level = 1;
+    int against = 0;
+    unsigned long long playouts = LookaheadBudget{}.playouts;
+    unsigned long long thinkMs = 0;
     for (int i = 1; i < argc; i += 2) {
         const std::string_view arg = argv[i];
         const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
         bool ok = false;
         if (arg == "--rounds" || arg == "--seed")
             ok = ReadNumber(value, arg == "--rounds" ? rounds : seed);
-        else if (arg == "--against" && (value == "random" || value == "bot")) {
-            ok = true;
-            againstBot = value == "bot";
+        else if (arg == "--level")
+            ok = ReadNumber(value, level) && (level == 1 || level == 2);
+        else if (arg == "--playouts")
+            ok = ReadNumber(value, playouts) && playouts >= 1 && playouts <= 1'000'000;
+        else if (arg == "--think-ms")
+            ok = ReadNumber(value, thinkMs) && thinkMs <= 60'000;
+        else if (arg == "--against") {
+            // "bot" is the first level, as before there was a second.
+            ok = value == "random" || value == "1" || value == "bot" || value == "2";
+            against = value == "random" ? 0 : value == "2" ? 2 : 1;
         }
         if (!ok) {
             std::fprintf(stderr,
-                         "usage: kelvane-arena [--rounds N] [--seed S] [--against random|bot]\n");
+                         "usage: kelvane-arena [--rounds N] [--seed S] [--level 1|2] "
+                         "[--against random|1|2] [--playouts N] [--think-ms MS]\n");
             return 2;
         }
     }
@@ -72,12 +97,11 @@ int main(int argc, char** argv) {
     while (t.rounds < static_cast<long long>(rounds)) {
         const std::uint64_t duelSeed = seed + static_cast<std::uint64_t>(t.duels);
         const bool botServes = t.duels % 2 == 0;
-        BotPolicy bot;
-        std::unique_ptr<kelvane::Policy> other;
-        if (againstBot)
-            other = std::make_unique<BotPolicy>();
-        else
-            other = std::make_unique<RandomPolicy>(duelSeed * 7919);
+        const LookaheadBudget budget{static_cast<int>(playouts), static_cast<int>(thinkMs)};
+        const std::unique_ptr<kelvane::Policy> player =
+            Player(static_cast<int>(level), duelSeed * 104729 + 1, budget);
+        const std::unique_ptr<kelvane::Policy> other = Player(against, duelSeed * 7919, budget);
+        kelvane::Policy& bot = *player;
         kelvane::Policy& random = *other;
         const int left = static_cast<int>(
             std::min<long long>(kRoundsPerDuel, static_cast<long long>(rounds) - t.rounds));

@@ -166,7 +166,7 @@ struct Candidate {
 // only reasons to hold cards back are the discard that ends the turn and the rules around it.
 class Planner {
   public:
-    explicit Planner(const GameState& seen) : seen_(seen), outlook_(seen) {
+    Planner(const GameState& seen, std::size_t keep) : seen_(seen), outlook_(seen), keep_(keep) {
         for (MeldMove& move : AllMelds(seen)) {
             Candidate c;
             for (Int16 card : move.cards) c.cards.set(static_cast<std::size_t>(card.value()));
@@ -176,9 +176,10 @@ class Planner {
         }
     }
 
-    std::optional<TurnPlan> Best() {
+    // The best plans, best first; of plans judged equal, the one found first.
+    std::vector<TurnPlan> Best() {
         Search(0, CardSet{}, 0, 0);
-        return best_;
+        return std::move(best_);
     }
 
   private:
@@ -229,7 +230,7 @@ class Planner {
     }
 
     void Offer(Int16 discard, double value) {
-        if (best_ && value <= best_->value) return;
+        if (best_.size() == keep_ && value <= best_.back().value) return;
         TurnPlan plan;
         plan.discard = discard;
         plan.value = value;
@@ -238,7 +239,10 @@ class Planner {
         const Int16 must = seen_.MustMeldCard;
         std::stable_partition(plan.melds.begin(), plan.melds.end(),
                               [&](const MeldMove& m) { return must != 0 && m.Contains(must); });
-        best_ = std::move(plan);
+        const auto at = std::find_if(best_.begin(), best_.end(),
+                                     [&](const TurnPlan& p) { return p.value < value; });
+        best_.insert(at, std::move(plan));
+        if (best_.size() > keep_) best_.pop_back();
     }
 
     GameState AfterMelds() const {
@@ -256,7 +260,8 @@ class Planner {
     Outlook outlook_;
     std::vector<Candidate> moves_;
     std::vector<std::size_t> chosen_;
-    std::optional<TurnPlan> best_;
+    std::size_t keep_;
+    std::vector<TurnPlan> best_;
     int nodes_ = 0;
 };
 
@@ -287,7 +292,13 @@ double StackValue(const GameState& seen) {
 }  // namespace
 
 std::optional<TurnPlan> PlanTurn(const GameState& seen) {
-    return Planner(seen).Best();
+    std::vector<TurnPlan> best = Planner(seen, 1).Best();
+    if (best.empty()) return std::nullopt;
+    return std::move(best.front());
+}
+
+std::vector<TurnPlan> BestPlans(const GameState& seen, std::size_t count) {
+    return Planner(seen, count).Best();
 }
 
 std::optional<Draw> ChooseDraw(const GameState& seen) {

@@ -23,6 +23,8 @@ struct TurnPlan {
 // melds and a discard ends it (the must-meld card fits no actual meld, or the only card left
 // is one the rules will not let go).
 std::optional<TurnPlan> PlanTurn(const GameState& seen);
+// The `count` plans PlanTurn judges best, best first (PlanTurn's own choice leads).
+std::vector<TurnPlan> BestPlans(const GameState& seen, std::size_t count);
 
 // Where to draw: the stack, or the up pile from `position` up. A card below the top is taken
 // only when a plan after the take melds it and still ends the turn.

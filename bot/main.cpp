@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "bot/bot_policy.h"
+#include "bot/lookahead.h"
 #include "bot/options.h"
 #include "engine/table.h"
 #include "game/scoring.h"
@@ -103,6 +104,14 @@ std::function<RandomSource()> Shuffles(const BotOptions& options) {
     if (!options.seed) return ClockSeededRandom;
     auto generator = std::make_shared<std::mt19937_64>(*options.seed);
     return [generator] { return SeededRandom((*generator)()); };
+}
+
+// The level asked for; level 2 repeats its play for a seed only when its time is not limited.
+std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
+    if (options.level == 1) return std::make_unique<BotPolicy>();
+    const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
+    return std::make_unique<LookaheadPolicy>(LookaheadBudget{options.playouts, options.thinkMs},
+                                             seed);
 }
 
 // One session: the engine wired to a TCP socket as the window wires it, the bot's policy in
@@ -274,7 +283,7 @@ class Session {
         try {
             for (int i = 0; i < kGesturesPerMove && !left_; ++i) {
                 if (!table_.state().MyTurn || table_.ended()) break;
-                policy_.Act(table_);
+                policy_->Act(table_);
                 if (counted_.sends() != sentBefore) break;
             }
         } catch (const Failure& failure) {
@@ -308,7 +317,7 @@ class Session {
     HeadlessPrompts prompts_;
     HeadlessErrors errors_;
     Table table_;
-    BotPolicy policy_;
+    std::unique_ptr<Policy> policy_ = PolicyFor(options_);
     QTimer mover_;
     QTimer recall_;
     QTimer giveUp_;

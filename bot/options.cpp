@@ -11,6 +11,7 @@ namespace {
 constexpr int kHighestPort = 65535;
 constexpr int kLongestDelayMs = 60000;
 constexpr int kLongestResumeSeconds = 86400;
+constexpr int kMostPlayouts = 100000;
 
 // The whole text as a number in [lowest, highest], or nothing.
 template <typename T>
@@ -44,7 +45,8 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         const std::string& arg = args[i];
         const bool flag = arg == "--serve" || arg == "--plain";
         const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
-                                arg == "--seed" || arg == "--delay" || arg == "--resume-timeout";
+                                arg == "--seed" || arg == "--delay" || arg == "--resume-timeout" ||
+                                arg == "--level" || arg == "--playouts" || arg == "--think-ms";
         if (!flag && !takesValue) {
             if (!arg.starts_with("-")) return fail("unexpected argument '" + arg + "'");
             return fail("unknown option '" + arg + "'");
@@ -80,6 +82,20 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
             if (!seconds)
                 return fail("--resume-timeout needs seconds from 1 to 86400, not '" + value + "'");
             o.resumeSeconds = *seconds;
+        } else if (arg == "--level") {
+            const auto level = Number(value, 1, 2);
+            if (!level) return fail("--level needs 1 or 2, not '" + value + "'");
+            o.level = *level;
+        } else if (arg == "--playouts") {
+            const auto playouts = Number(value, 1, kMostPlayouts);
+            if (!playouts)
+                return fail("--playouts needs a number from 1 to 100000, not '" + value + "'");
+            o.playouts = *playouts;
+        } else if (arg == "--think-ms") {
+            const auto ms = Number(value, 0, kLongestDelayMs);
+            if (!ms)
+                return fail("--think-ms needs milliseconds from 0 to 60000, not '" + value + "'");
+            o.thinkMs = *ms;
         } else {
             const auto delay = Number(value, 0, kLongestDelayMs);
             if (!delay)
@@ -114,6 +130,15 @@ std::string UsageText() {
            "  --plain         speak only the game's own messages, as a program that knows\n"
            "                  nothing of Kelvane's: no announcement, no resuming, and a round\n"
            "                  nobody can draw in is never ended\n"
+           "  --level L       1: a greedy planner; 2 (default): plans judged by playing the\n"
+           "                  rest of the round out in many deals of the unseen cards\n"
+           "  --playouts N    level 2: deals played out per candidate move (default " +
+           std::to_string(LookaheadBudget{}.playouts) +
+           ")\n"
+           "  --think-ms MS   level 2: time limit per decision (default " +
+           std::to_string(LookaheadBudget{}.thinkMs) +
+           ", 0 for none:\n"
+           "                  with --seed the same play on any machine)\n"
            "  --help          show this text\n"
            "\n"
            "One line per finished round on standard output; chat from the opponent on standard\n"

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "bot/lookahead.h"
+
 namespace kelvane::bot {
 
 // Long enough for a person to follow each of the bot's moves on the table, short enough that a
@@ -25,6 +27,11 @@ struct BotOptions {
     int delayMs = kDefaultDelayMs;
     int resumeSeconds = kDefaultResumeSeconds;
     bool plain = false;  // the game's own messages only, without Kelvane's
+    // 1 the greedy planner, 2 the planner whose candidates are judged by play-outs.
+    int level = 2;
+    // Level 2's budget per decision: deals played out per candidate, and a time limit.
+    int playouts = LookaheadBudget{}.playouts;
+    int thinkMs = LookaheadBudget{}.thinkMs;
 };
 
 // The options, or the reason they cannot be used (a message for standard error).

@@ -20,6 +20,9 @@ std::string Summary(const ParsedOptions& parsed) {
     if (o.rounds) text += " rounds=" + std::to_string(*o.rounds);
     if (o.seed) text += " seed=" + std::to_string(*o.seed);
     if (o.delayMs != bare.delayMs) text += " delay=" + std::to_string(o.delayMs);
+    if (o.level != bare.level) text += " level=" + std::to_string(o.level);
+    if (o.playouts != bare.playouts) text += " playouts=" + std::to_string(o.playouts);
+    if (o.thinkMs != bare.thinkMs) text += " think=" + std::to_string(o.thinkMs);
     return text;
 }
 
@@ -35,6 +38,8 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
         {{"--connect", "10.0.0.2", "--port", "65535", "--rounds", "1", "--seed",
           "18446744073709551615", "--delay", "60000"},
          " host=10.0.0.2 port=65535 rounds=1 seed=18446744073709551615 delay=60000"},
+        {{"--serve", "--level", "1", "--playouts", "5", "--think-ms", "0"},
+         " serve level=1 playouts=5 think=0"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
         {{"--serve", "--port", "65536"}, "refused: --port needs a number"},
@@ -43,6 +48,9 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
         {{"--serve", "--seed", "-3"}, "refused: --seed needs a whole number"},
         {{"--serve", "--seed", "18446744073709551616"}, "refused: --seed needs a whole number"},
         {{"--serve", "--delay", "60001"}, "refused: --delay needs milliseconds"},
+        {{"--serve", "--level", "3"}, "refused: --level needs 1 or 2"},
+        {{"--serve", "--playouts", "0"}, "refused: --playouts needs a number"},
+        {{"--serve", "--think-ms", "60001"}, "refused: --think-ms needs milliseconds"},
         {{"--serve", "--colour", "red"}, "refused: unknown option '--colour'"},
         {{"--serve", "extra"}, "refused: unexpected argument 'extra'"},
         {{"--serve", "--port"}, "refused: --port needs a value"},

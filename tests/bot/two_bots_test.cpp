@@ -42,11 +42,13 @@ constexpr int kRounds = 200;
 struct Pairing {
     int serverSeed, clientSeed;
     bool clientCounts;
+    // Both bots play at this level; the second with a small budget, so the suite stays quick.
+    int level;
     bool clientPlain = false;  // the game's own messages only
     int serverRounds = kRounds;
     friend void PrintTo(const Pairing& p, std::ostream* os) {
         *os << "seeds " << p.serverSeed << " and " << p.clientSeed
-            << (p.clientCounts ? "" : ", the client uncounted");
+            << (p.clientCounts ? "" : ", the client uncounted") << ", level " << p.level;
     }
 };
 
@@ -124,12 +126,16 @@ class DroppingRelay {
 // reason, told with both stories, is returned; empty when both left as they should.
 std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Program& client,
                         DroppingRelay* relay = nullptr) {
-    const auto rounds = [](bool counts) {
-        return counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{};
+    const QStringList level =
+        pairing.level == 1 ? QStringList{"--level", "1"}
+                           : QStringList{"--level", "2", "--playouts", "16", "--think-ms", "0"};
+    const auto rounds = [&](bool counts) {
+        return level + (counts ? QStringList{"--rounds", QString::number(kRounds)} : QStringList{});
     };
     server.Start(KELVANE_BOT_PATH, QStringList{"--serve", "--port", "0", "--delay", "0", "--seed",
                                                QString::number(pairing.serverSeed), "--rounds",
-                                               QString::number(pairing.serverRounds)});
+                                               QString::number(pairing.serverRounds)} +
+                                       level);
     const auto wait = [&] {
         if (relay) relay->Pump();
         for (test::Program* bot : {&server, &client})
@@ -183,7 +189,7 @@ TEST_P(TwoBots, PlayTwoHundredRoundsAndTellTheSameStory) {
 // calls again, both resume where they were, and they finish their rounds telling the same story
 // as bots with the same seeds whose line never dropped.
 TEST(TwoBotsThroughADroppingLine, ResumeAndTellTheStoryOfAnUncutGame) {
-    const Pairing pairing{8, 1008, true};
+    const Pairing pairing{8, 1008, true, 1};
     const QString lastRound = QString("Round %1: ").arg(kRounds);
     QStringList uncut, cut[2];
     {
@@ -213,7 +219,7 @@ TEST(TwoBotsThroughADroppingLine, ResumeAndTellTheStoryOfAnUncutGame) {
 // the game's own messages, the Kelvane bot says so and leaves after its last round line; the
 // plain one, which knows no end for such a round, waits until then and sees it leave.
 TEST(TwoBots, AKelvaneBotFacingAPlainOneLeavesWhenNobodyCanDraw) {
-    const Pairing pairing{8, 1008, false, true, 400};
+    const Pairing pairing{8, 1008, false, 1, true, 400};
     test::Program server("the server", "Round 239: ");
     test::Program client("the client", "Your opponent left.");
     const std::string stopped = PlayTwoBots(pairing, server, client);
@@ -229,11 +235,12 @@ TEST(TwoBots, AKelvaneBotFacingAPlainOneLeavesWhenNobodyCanDraw) {
 
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
 INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
-                         ::testing::Values(Pairing{1, 101, true}, Pairing{7, 2, false}),
+                         ::testing::Values(Pairing{1, 101, true, 1}, Pairing{7, 2, false, 2}),
                          [](const auto& p) {
                              return "Server" + std::to_string(p.param.serverSeed) + "Client" +
                                     std::to_string(p.param.clientSeed) +
-                                    (p.param.clientCounts ? "" : "Uncounted");
+                                    (p.param.clientCounts ? "" : "Uncounted") + "Level" +
+                                    std::to_string(p.param.level);
                          });
 
 }  // namespace

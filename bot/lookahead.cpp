@@ -1,0 +1,182 @@
+#include "bot/lookahead.h"
+
+#include <algorithm>
+#include <bit>
+#include <chrono>
+#include <functional>
+#include <vector>
+
+#include "game/moves.h"
+
+namespace kelvane::bot {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int kFloatLateStack = 6;
+
+CardSet CardsOf(const std::vector<Int16>& cards) {
+    CardSet set = 0;
+    for (Int16 card : cards) set |= Bit(card.value());
+    return set;
+}
+
+// Lays the plan's melds and makes its discard in a simulated round, where it is the local
+// seat's turn after the draw. A step the round refuses stops the plan there; the play-out then
+// finishes the turn greedily.
+void PlayPlan(FastRound& round, const TurnPlan& plan) {
+    for (const MeldMove& m : plan.melds) {
+        const FastMeld meld{CardsOf(m.cards), m.column == kNewColumn ? kNoColumn : m.column};
+        if (!round.CanMeld(0, meld)) return;
+        round.Meld(0, meld);
+    }
+    if (plan.discard != 0 && round.CanDiscard(0, plan.discard.value()))
+        round.Discard(0, plan.discard.value());
+}
+
+// Plays every candidate out in the same deals until the budget is spent and returns the index of
+// the best average margin. `play` makes the candidate's own moves in a deal.
+std::size_t BestByPlayOuts(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
+                           std::size_t candidates,
+                           const std::function<void(FastRound&, std::size_t)>& play) {
+    if (candidates <= 1) return 0;
+    const HiddenDeals deals(seen);
+    std::mt19937_64 random(seed);
+    std::vector<long long> margin(candidates, 0);
+    MeldBuffer scratch;
+    const auto start = Clock::now();
+    for (int n = 0; n < budget.playouts; ++n) {
+        const FastRound dealt = deals.Deal(random);
+        for (std::size_t c = 0; c < candidates; ++c) {
+            FastRound round = dealt;
+            play(round, c);
+            round.PlayOut(scratch);
+            margin[c] += round.Score(0) - round.Score(1);
+        }
+        if (budget.thinkMs > 0 && Clock::now() - start >= std::chrono::milliseconds(budget.thinkMs))
+            break;
+    }
+    // The first of equal margins: the candidates come in the first level's order of preference.
+    return static_cast<std::size_t>(std::max_element(margin.begin(), margin.end()) -
+                                    margin.begin());
+}
+
+}  // namespace
+
+HiddenDeals::HiddenDeals(const GameState& state) : base_(FastRound::From(SeatView(state))) {
+    CardSet visible = base_.hand[0];
+    for (int p = 0; p < base_.upCount; ++p) visible |= Bit(base_.up[static_cast<std::size_t>(p)]);
+    for (int col = 0; col < base_.columns; ++col)
+        visible |= base_.column[static_cast<std::size_t>(col)];
+    // A card the opponent took face up and that shows nowhere else is still in his hand.
+    const CardSet held = base_.known & ~visible;
+    base_.hand[1] = held;
+    dealtToOpponent_ = state.RemoteCount.value() - std::popcount(held);
+    for (int card = 1; card <= kCardsInDeck; ++card)
+        if (((visible | held) & Bit(card)) == 0)
+            unseen_[static_cast<std::size_t>(unseenCount_++)] = static_cast<std::uint8_t>(card);
+}
+
+FastRound HiddenDeals::Deal(std::mt19937_64& random) const {
+    FastRound round = base_;
+    std::array<std::uint8_t, kCardsInDeck> cards = unseen_;
+    // Fisher-Yates over the unseen cards: the first ones go to the opponent, the rest make the
+    // stack.
+    for (int i = unseenCount_ - 1; i > 0; --i) {
+        const auto j = static_cast<int>(random() % static_cast<std::uint64_t>(i + 1));
+        std::swap(cards[static_cast<std::size_t>(i)], cards[static_cast<std::size_t>(j)]);
+    }
+    for (int i = 0; i < dealtToOpponent_; ++i)
+        round.hand[1] |= Bit(cards[static_cast<std::size_t>(i)]);
+    round.stackCount = unseenCount_ - dealtToOpponent_;
+    for (int i = 0; i < round.stackCount; ++i)
+        round.stack[static_cast<std::size_t>(i)] =
+            cards[static_cast<std::size_t>(dealtToOpponent_ + i)];
+    return round;
+}
+
+std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
+                                    std::uint64_t seed) {
+    // Each candidate draw is followed by the first level's plan for the turn: for a take the plan
+    // is known now, for the stack it is made for each card the stack could give.
+    struct Candidate {
+        kelvane::bot::Draw draw;
+        TurnPlan plan;
+    };
+    std::vector<Candidate> candidates;
+    const bool stack = CanDrawFromStack(seen, Seat::kLocal).ok();
+    if (stack) candidates.push_back({{true, 0}, {}});
+    for (Int16 p = seen.UpCount - 1; p >= 0; --p) {
+        if (!CanTakeFromUpPile(seen, Seat::kLocal, p).ok()) continue;
+        GameState after = seen;
+        TakeFromUpPile(after, Seat::kLocal, p);
+        if (std::optional<TurnPlan> plan = PlanTurn(after))
+            candidates.push_back({{false, p}, std::move(*plan)});
+    }
+    if (candidates.empty()) return std::nullopt;
+    std::array<std::optional<TurnPlan>, kCardsInDeck + 1> stackPlans;
+    std::array<bool, kCardsInDeck + 1> planned{};
+    const std::size_t best =
+        BestByPlayOuts(seen, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
+            const Candidate& candidate = candidates[c];
+            if (!candidate.draw.fromStack) {
+                round.TakeFromUpPile(0, candidate.draw.position.value());
+                return PlayPlan(round, candidate.plan);
+            }
+            const int card = round.stack[static_cast<std::size_t>(round.stackCount - 1)];
+            round.DrawFromStack(0);
+            const auto k = static_cast<std::size_t>(card);
+            if (!planned[k]) {
+                GameState after = seen;
+                after.Stack[after.StackCount - 1] = Int16(card);
+                DrawFromStack(after, Seat::kLocal);
+                stackPlans[k] = PlanTurn(after);
+                planned[k] = true;
+            }
+            if (stackPlans[k]) PlayPlan(round, *stackPlans[k]);
+        });
+    return candidates[best].draw;
+}
+
+std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
+                                      std::uint64_t seed) {
+    std::vector<TurnPlan> plans = BestPlans(seen, kCandidatePlans);
+    if (plans.empty()) return std::nullopt;
+    // Floating with the stack nearly gone can leave both players nothing to draw, a round only
+    // quitting ends; the play-outs would score such a round as it stands, so it is not offered.
+    // The first level floats late only when it must; then every plan stays.
+    if (seen.StackCount < kFloatLateStack && plans.front().discard != 0)
+        std::erase_if(plans, [](const TurnPlan& p) { return p.discard == 0; });
+    const std::size_t best =
+        BestByPlayOuts(seen, budget, seed, plans.size(),
+                       [&](FastRound& round, std::size_t c) { PlayPlan(round, plans[c]); });
+    return std::move(plans[best]);
+}
+
+void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
+    plan_.reset();
+    laid_ = 0;
+    const std::optional<kelvane::bot::Draw> draw = ChooseDrawAhead(seen, budget_, random_());
+    if (!draw) return;
+    if (draw->fromStack)
+        table.imgStack_Click();
+    else
+        table.imgUpPile_Click(draw->position);
+}
+
+void LookaheadPolicy::Choose(Table& table, const GameState& seen) {
+    // The turn's plan is chosen once, after the draw, and then laid meld by meld.
+    const bool onCourse = plan_ && laid_ < plan_->melds.size() &&
+                          CanMeld(seen, Seat::kLocal, plan_->melds[laid_]).ok();
+    const bool discardDue = plan_ && laid_ == plan_->melds.size() &&
+                            CanDiscard(seen, Seat::kLocal, plan_->discard).ok();
+    if (!onCourse && !discardDue) {
+        plan_ = PlanTurnAhead(seen, budget_, random_());
+        laid_ = 0;
+        if (!plan_) return;
+    }
+    if (laid_ < plan_->melds.size()) return StartMeld(table, seen, plan_->melds[laid_++]);
+    ClickToDiscard(table, seen, plan_->discard);
+}
+
+}  // namespace kelvane::bot

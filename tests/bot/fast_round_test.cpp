@@ -1,0 +1,230 @@
+// The simulated round against the rules as the engine applies them (game/moves.h on a
+// GameState, for both seats): thousands of seeded rounds are played move by move through both,
+// and after every move the two states must be the same and agree on every legal move.
+
+#include "bot/fast_round.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <ostream>
+#include <random>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "game/meld_search.h"
+#include "game/moves.h"
+#include "game/scoring.h"
+#include "game/stock.h"
+
+namespace kelvane::bot {
+
+void PrintTo(const FastRound& r, std::ostream* os) {
+    *os << "hands " << r.hand[0] << "/" << r.hand[1] << " stack " << r.stackCount << " up "
+        << r.upCount << " columns " << r.columns << " melded " << r.melded[0] << "/" << r.melded[1]
+        << " known " << r.known << " turn " << r.myTurn << r.roundInPlay << r.hasDrawn << " must "
+        << r.mustMeld[0] << "/" << r.mustMeld[1] << " taken " << r.takenUp[0] << "/" << r.takenUp[1]
+        << " floating " << r.floating[0] << r.floating[1];
+}
+
+namespace {
+
+using Moves = std::array<FastMove, kMostMelds + 2 * kCardsInDeck>;
+using MeldKey = std::pair<CardSet, int>;
+
+Seat SeatOf(int seat) {
+    return seat == 0 ? Seat::kLocal : Seat::kRemote;
+}
+
+std::vector<Int16> CardList(CardSet cards) {
+    std::vector<Int16> list;
+    for (int card = 1; card <= kCardsInDeck; ++card)
+        if (cards & Bit(card)) list.push_back(Int16(card));
+    return list;
+}
+
+MeldMove ToMeldMove(const FastMeld& m) {
+    return {CardList(m.cards), m.column == kNoColumn ? kNewColumn : m.column};
+}
+
+// A round dealt by the server as the engine deals it; odd seeds give the client the first move.
+GameState Dealt(std::uint64_t seed) {
+    GameState s;
+    s.Role = kRoleServer;
+    s.GamesPlayed = Int16(static_cast<int>(seed % 2));
+    s.Stack = ShuffleOrder(SeededRandom(seed));
+    DealRound(s, kRoleServer);
+    return s;
+}
+
+// What the engine lets the seat to move do, in the simulation's terms.
+std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
+    // The meld search reads the local hand: the opponent's is put in its place.
+    GameState hers = s;
+    hers.LocalHand = s.RemoteHand;
+    hers.LocalCount = s.RemoteCount;
+    const GameState& view = seat == 0 ? s : hers;
+    std::set<MeldKey> melds;
+    for (const MeldMove& m : AllMelds(view)) {
+        if (!CanMeld(s, SeatOf(seat), m).ok()) continue;
+        CardSet cards = 0;
+        for (Int16 card : m.cards) cards |= Bit(card.value());
+        melds.insert({cards, m.column == kNewColumn ? kNoColumn : m.column});
+    }
+    return melds;
+}
+
+// Every legal move of the simulation is one the engine accepts, and the engine accepts no other.
+void ExpectSameMoves(const GameState& s, const FastRound& r, const Moves& moves, int n) {
+    const int seat = r.Mover();
+    const Seat which = SeatOf(seat);
+    std::set<MeldKey> melds;
+    std::set<int> draws, discards;
+    for (int i = 0; i < n; ++i) {
+        const FastMove& m = moves[static_cast<std::size_t>(i)];
+        if (m.kind == FastMove::kStack) draws.insert(-1);
+        if (m.kind == FastMove::kUpPile) draws.insert(m.position);
+        if (m.kind == FastMove::kMeld) melds.insert({m.meld.cards, m.meld.column});
+        if (m.kind == FastMove::kDiscard) discards.insert(m.card);
+    }
+    std::set<int> engineDraws, engineDiscards;
+    if (CanDrawFromStack(s, which).ok()) engineDraws.insert(-1);
+    for (Int16 p = 0; p < s.UpCount; ++p)
+        if (CanTakeFromUpPile(s, which, p).ok()) engineDraws.insert(p.value());
+    for (Int16 i = 0; i < HandCount(s, which); ++i)
+        if (CanDiscard(s, which, Hand(s, which)[i]).ok())
+            engineDiscards.insert(Hand(s, which)[i].value());
+    EXPECT_EQ(draws, engineDraws);
+    EXPECT_EQ(discards, engineDiscards);
+    EXPECT_EQ(melds, s.HasDrawn ? EngineMelds(s, seat) : std::set<MeldKey>{});
+}
+
+// The move through the engine's own transitions, the round scored as the engine scores it.
+void ApplyToEngine(GameState& s, int seat, const FastMove& m) {
+    const Seat which = SeatOf(seat);
+    switch (m.kind) {
+        case FastMove::kStack:
+            DrawFromStack(s, which);
+            break;
+        case FastMove::kUpPile:
+            TakeFromUpPile(s, which, Int16(m.position));
+            break;
+        case FastMove::kMeld:
+            Meld(s, which, ToMeldMove(m.meld));
+            break;
+        case FastMove::kDiscard:
+            Discard(s, which, Int16(m.card));
+            if (RoundHasEnded(s)) EndRound(s);
+            break;
+    }
+}
+
+struct Replay {
+    int rounds = 0, moves = 0, melds = 0, layOffs = 0, deepTakes = 0, floats = 0;
+};
+
+// Plays one seeded round through both, by uniform choice among the legal moves or by the
+// simulation's greedy player, and compares after every move.
+void ReplayRound(std::uint64_t seed, bool greedy, Replay& tally) {
+    GameState s = Dealt(seed);
+    FastRound r = FastRound::From(s);
+    std::mt19937_64 random(seed);
+    MeldBuffer melds, scratch;
+    Moves moves;
+    ++tally.rounds;
+    while (r.roundInPlay) {
+        const int n = r.LegalMoves(melds, moves);
+        ExpectSameMoves(s, r, moves, n);
+        if (::testing::Test::HasFailure()) return;
+        FastMove m;
+        if (greedy) {
+            if (!r.GreedyMove(scratch, m)) return;
+            ASSERT_TRUE(r.Legal(m)) << "seed " << seed << ": greedy move " << m.kind;
+        } else {
+            if (n == 0) return;
+            m = moves[static_cast<std::size_t>(random() % static_cast<unsigned>(n))];
+        }
+        const int seat = r.Mover();
+        tally.moves += 1;
+        tally.melds += m.kind == FastMove::kMeld;
+        tally.layOffs += m.kind == FastMove::kMeld && m.meld.column != kNoColumn;
+        tally.deepTakes += m.kind == FastMove::kUpPile && m.position != r.upCount - 1;
+        ApplyToEngine(s, seat, m);
+        r.Apply(m);
+        tally.floats += r.floating[0] + r.floating[1];
+        ASSERT_EQ(FastRound::From(s), r) << "seed " << seed << " after move " << tally.moves;
+    }
+    const RoundResult result = ScoreRound(s);
+    EXPECT_EQ(r.Score(0), result.local.value()) << "seed " << seed;
+    EXPECT_EQ(r.Score(1), result.remote.value()) << "seed " << seed;
+}
+
+TEST(FastRound, AgreesWithTheEngineOnEveryStateAndEveryLegalMove) {
+    Replay tally;
+    for (std::uint64_t seed = 1; seed <= 2000 && !HasFailure(); ++seed)
+        ReplayRound(seed, seed % 4 == 0, tally);
+    EXPECT_EQ(tally.rounds, 2000);
+    // The rounds reach every kind of move the rules have.
+    EXPECT_GT(tally.melds, 1000);
+    EXPECT_GT(tally.layOffs, 300);
+    EXPECT_GT(tally.deepTakes, 100);
+    EXPECT_GT(tally.floats, 0);
+}
+
+// Melds as the rules judge them, over card sets: sets of one rank up to four cards, runs of one
+// suit with the ace at one end only.
+TEST(FastRound, JudgesMeldsAsTheRules) {
+    const auto set = [](std::vector<int> cards) {
+        CardSet s = 0;
+        for (int c : cards) s |= Bit(c);
+        return s;
+    };
+    struct Case {
+        std::vector<int> cards;
+        bool valid;
+    };
+    // Spades are 1..13, diamonds 14..26.
+    const std::vector<Case> cases = {
+        {{5, 18, 31}, true},      // three fives
+        {{5, 18, 31, 44}, true},  // four fives
+        {{1, 2, 3}, true},        // ace low
+        {{12, 13, 1}, true},      // ace high
+        {{13, 1, 2}, false},      // no wrapping
+        {{1, 2, 3, 13}, false},   // the ace at both ends
+        {{2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 1}, true},
+        {{3, 4, 6}, false},   // a gap
+        {{3, 4, 18}, false},  // two suits
+        {{13, 1}, true},      // a king and a high ace, as a lay-off onto nothing
+    };
+    for (const Case& c : cases) {
+        MeldList list{};
+        Int16 n = 0;
+        for (int card : c.cards) list[n++] = Int16(card);
+        SortMeld(list, n);
+        EXPECT_EQ(ValidMeld(list, n), c.valid);
+        EXPECT_EQ(ValidMeldSet(set(c.cards)), c.valid) << "first card " << c.cards.front();
+    }
+}
+
+// Melding the whole hand as the stack runs out can leave both players nothing to draw; the greedy
+// player keeps a card back then, and melds out while the stack lasts.
+TEST(FastRound, GreedyPlayerMeldsOutOnlyWhileTheStackLasts) {
+    for (const auto& [stack, expected] : {std::pair{5, FastMove::kDiscard}, {6, FastMove::kMeld}}) {
+        GameState s = Dealt(1);
+        FastRound r = FastRound::From(s);
+        r.hand[0] = Bit(3) | Bit(4) | Bit(5);  // three, four and five of spades
+        r.myTurn = true;
+        r.hasDrawn = true;
+        r.takenUp = {0, 0};
+        r.stackCount = stack;
+        MeldBuffer scratch;
+        FastMove m;
+        ASSERT_TRUE(r.GreedyMove(scratch, m));
+        EXPECT_EQ(m.kind, expected) << stack << " cards in the stack";
+    }
+}
+
+}  // namespace
+}  // namespace kelvane::bot

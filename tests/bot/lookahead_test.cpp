@@ -1,0 +1,125 @@
+#include "bot/lookahead.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "engine/table.h"
+#include "sim/duel.h"
+
+namespace kelvane::bot {
+namespace {
+
+constexpr LookaheadBudget kRepeatable{24, 0};
+
+// Level 2, noting the engine's whole state whenever it is about to decide a draw or a plan.
+class Watched : public Policy {
+  public:
+    Watched(std::vector<GameState>& states, std::uint64_t seed)
+        : states_(states), bot_(kRepeatable, seed) {}
+    void Act(Table& table) override {
+        bool selecting = false;
+        for (Int16 i = 0; i < table.state().LocalCount; ++i) selecting |= table.IsSelected(i);
+        if (!selecting) states_.push_back(table.state());
+        bot_.Act(table);
+    }
+
+  private:
+    std::vector<GameState>& states_;
+    LookaheadPolicy bot_;
+};
+
+// The stock's order and the opponent's cards not known to be in his hand dealt out afresh.
+GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
+    GameState out = s;
+    std::vector<Int16*> hidden;
+    for (Int16 i = 0; i < s.StackCount; ++i) hidden.push_back(&out.Stack[i]);
+    const auto known = s.KnownCards.begin(), knownEnd = known + s.KnownCount.value();
+    for (Int16 i = 0; i < s.RemoteCount; ++i)
+        if (std::find(known, knownEnd, s.RemoteHand[i]) == knownEnd)
+            hidden.push_back(&out.RemoteHand[i]);
+    std::vector<Int16> cards;
+    for (Int16* slot : hidden) cards.push_back(*slot);
+    std::shuffle(cards.begin(), cards.end(), random);
+    for (std::size_t k = 0; k < hidden.size(); ++k) *hidden[k] = cards[k];
+    return out;
+}
+
+std::string Decision(const GameState& s, std::uint64_t seed) {
+    if (!s.HasDrawn) {
+        const std::optional<Draw> d = ChooseDrawAhead(s, kRepeatable, seed);
+        return !d             ? "no draw"
+               : d->fromStack ? "stack"
+                              : "up " + std::to_string(d->position.value());
+    }
+    const std::optional<TurnPlan> plan = PlanTurnAhead(s, kRepeatable, seed);
+    if (!plan) return "stuck";
+    std::string text;
+    for (const MeldMove& m : plan->melds) {
+        for (Int16 card : m.cards) text += std::to_string(card.value()) + " ";
+        text += "on " + std::to_string(m.column) + "; ";
+    }
+    return text + "discard " + std::to_string(plan->discard.value());
+}
+
+// Level 2 plays the first level through the engine's handlers without one refused gesture (the
+// duel fails on any), and what its seat cannot see never changes a decision for a given seed,
+// while the seed does change some: the play-outs matter.
+TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
+    std::vector<GameState> states;
+    for (std::uint64_t seed : {3u, 4u}) {
+        Watched level2(states, seed);
+        BotPolicy level1;
+        const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, level2, level1, 6)
+                                           : sim::PlayDuel(seed, level1, level2, 6);
+        EXPECT_EQ(r.failure, "") << "seed " << seed;
+    }
+    ASSERT_GT(states.size(), 100u);
+    std::mt19937_64 random(17);
+    int changedBySeed = 0;
+    for (std::size_t i = 0; i < states.size(); i += 3) {
+        const GameState& s = states[i];
+        const std::string decision = Decision(s, 5);
+        ASSERT_EQ(decision, Decision(Rescrambled(s, random), 5)) << "state " << i;
+        changedBySeed += decision != Decision(s, 6);
+    }
+    EXPECT_GT(changedBySeed, 0);
+}
+
+// The hidden cards are dealt consistently with what the seat saw: its own cards, the piles and
+// the table stay where they are, the opponent keeps what he took face up and still holds, and
+// every card is somewhere exactly once.
+TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
+    std::vector<GameState> states;
+    Watched a(states, 1), b(states, 2);
+    ASSERT_EQ(sim::PlayDuel(9, a, b, 3).failure, "");
+    std::mt19937_64 random(3);
+    int knownKept = 0;
+    for (const GameState& s : states) {
+        const FastRound seen = FastRound::From(s);
+        const FastRound dealt = HiddenDeals(s).Deal(random);
+        EXPECT_EQ(dealt.hand[0], seen.hand[0]);
+        EXPECT_EQ(dealt.up, seen.up);
+        EXPECT_EQ(dealt.column, seen.column);
+        EXPECT_EQ(std::popcount(dealt.hand[1]), std::popcount(seen.hand[1]));
+        EXPECT_EQ(dealt.stackCount, seen.stackCount);
+        CardSet all = dealt.hand[0] | dealt.hand[1];
+        for (int p = 0; p < dealt.stackCount; ++p)
+            all |= Bit(dealt.stack[static_cast<std::size_t>(p)]);
+        for (int p = 0; p < dealt.upCount; ++p) all |= Bit(dealt.up[static_cast<std::size_t>(p)]);
+        for (int c = 0; c < dealt.columns; ++c) all |= dealt.column[static_cast<std::size_t>(c)];
+        EXPECT_EQ(all, (CardSet{1} << kCardsInDeck) - 1);
+        const CardSet held = seen.known & seen.hand[1];
+        EXPECT_EQ(dealt.hand[1] & held, held);
+        knownKept += held != 0;
+    }
+    EXPECT_GT(knownKept, 0);
+}
+
+}  // namespace
+}  // namespace kelvane::bot
