@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "engine/table.h"
 
 namespace kelvane {
@@ -12,6 +14,8 @@ struct TablePeer {
     // debug builds make after every handler would object to them.
     static void CheckStates(Table& table, bool on) { table.checkState_ = on; }
     static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
+    // Our messages kept to be sent again should the connection drop.
+    static std::size_t Kept(const Table& table) { return table.link_.kept.size(); }
 };
 
 }  // namespace kelvane

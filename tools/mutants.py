@@ -129,8 +129,6 @@ MUTANTS = [
      '{MessageKind::kRoundDigest, "K:ROUND:", false},', "round digests are not counted"),
     ("M46", "engine/session.cpp", "if (CanResume()) return LinkLost();", "",
      "a dropped connection ends the game"),
-    ("M47", "engine/link.cpp", "d.opener = decided || d.deals % 2 == 0 ? 'C' : 'S';",
-     "d.opener = d.deals % 2 == 0 ? 'C' : 'S';", "the next opener ignores a decided game"),
     ("M48", "engine/link.cpp", "        steps([&] { SendNow(ByeMessage()); });\n", "",
      "a quitting program does not say so"),
     ("M49", "engine/received_moves.cpp", "            link_.keeping = false;\n", "",

@@ -8,6 +8,7 @@
 
 #include "game/card_text.h"
 #include "game/scoring.h"
+#include "game/state_digest.h"
 #include "game/stock.h"
 
 namespace kelvane {
@@ -72,6 +73,7 @@ TEST(Invariants, IntactCopiesReportNothing) {
     EXPECT_EQ(CheckInvariants(server), "");
     EXPECT_EQ(CheckInvariants(client), "");
     EXPECT_EQ(CheckMirrored(server, client), "");
+    EXPECT_EQ(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote));
     EXPECT_EQ(CheckInvariants(GameState{}), "") << "nothing dealt yet";
 }
 
@@ -127,7 +129,8 @@ TEST(Invariants, EachBreakOfOneStateIsReported) {
     }
 }
 
-TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReported) {
+// Each is also a change of the digest two Kelvane programs compare at every round's end.
+TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReportedAndChangesTheDigest) {
     const Break cases[] = {
         {"the server's hand not copied",
          [](GameState&, GameState& b) { std::swap(b.RemoteHand[0], b.Stack[0]); },
@@ -166,6 +169,7 @@ TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReported) {
         auto [server, client] = MirroredDeal();
         c.edit(server, client);
         ExpectReported(c, CheckMirrored(server, client));
+        EXPECT_NE(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote)) << c.what;
     }
 }
 

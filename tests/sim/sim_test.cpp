@@ -212,6 +212,30 @@ TEST(Duel, DigestsCatchProgramsThatHaveComeApart) {
     }
 }
 
+// What a program keeps to send again after a dropped connection: nothing for a program that
+// cannot resume, and never more than the messages since the last round's digest otherwise.
+TEST(Duel, KeptMessagesStayWithinARound) {
+    for (const bool clientKelvane : {true, false}) {
+        RandomPolicy server(3), client(4);
+        DuelOptions options;
+        options.clientExtensions = clientKelvane;
+        Duel duel(6, server, client, options);
+        std::size_t most = 0;
+        duel.Open();
+        while (duel.Result().rounds < 20 && duel.Step())
+            most = std::max(most, TablePeer::Kept(duel.table(Side::kServer)));
+        ASSERT_EQ(duel.Result().failure, "");
+        if (clientKelvane) {
+            EXPECT_GT(most, 0u);
+            // The longest round of twelve thousand arena rounds took 409 steps.
+            EXPECT_LT(most, 200u);
+        } else {
+            EXPECT_EQ(most, 1u) << "only the first deal, before the client showed it is plain";
+            EXPECT_EQ(TablePeer::Kept(duel.table(Side::kServer)), 0u);
+        }
+    }
+}
+
 struct ScriptedPolicy : Policy {
     std::function<void(Table&)> act;
     void Act(Table& table) override { act(table); }
