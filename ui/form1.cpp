@@ -18,6 +18,7 @@
 
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
+#include "ui/clipboard.h"
 #include "ui/codepage.h"
 #include "ui/deck.h"
 #include "ui/geometry.h"
@@ -238,7 +239,8 @@ std::string Form1::AskHost() {
     const QString answer = QInputDialog::getText(
         this, QString::fromStdString(p.title), QString::fromStdString(p.prompt), QLineEdit::Normal,
         QString::fromStdString(p.suggested), &ok);
-    return ok ? answer.trimmed().toStdString() : std::string();
+    // The host is used as typed.
+    return ok ? answer.toStdString() : std::string();
 }
 
 void Form1::Pause(int milliseconds) {
@@ -259,6 +261,9 @@ bool Form1::AskToContinue(const std::string& text) {
 }
 
 void Form1::EndProgram() {
+    // The report was put on the clipboard for the player to paste. On X11 the clipboard lives in
+    // its owner, so it is handed to the desktop's clipboard keeper first, as an orderly exit would.
+    HandOverClipboard();
     // No further handler may run, not even the quit question; the connection drops with us.
     std::_Exit(EXIT_FAILURE);
 }

@@ -9,6 +9,7 @@
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
+#include "ui/fonts.h"
 #include "ui/form1.h"
 #include "ui/geometry.h"
 
@@ -53,12 +54,7 @@ QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, dou
     auto* label = new L(text, parent);
     label->setObjectName(name);
     label->setGeometry(at);
-    if (points > 0) {
-        QFont font = label->font();
-        font.setPointSizeF(points);
-        font.setBold(bold);
-        label->setFont(font);
-    }
+    if (points > 0) label->setFont(DesignFont(points, bold));
     return label;
 }
 
@@ -69,9 +65,7 @@ void Form1::BuildControls() {
     client_->setObjectName("client");
     // The design's measures were made for a small 8.25-point face; at the desktop's larger default
     // the captions and scores would outgrow their places.
-    QFont small = client_->font();
-    small.setPointSizeF(8.25);
-    client_->setFont(small);
+    client_->setFont(DesignFont(8.25));
     setCentralWidget(client_);
 
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));

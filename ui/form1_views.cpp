@@ -207,7 +207,9 @@ void Form1::RepositionMelds() {
     Procedure("RepositionMelds", [&](Steps& steps) {
         for (int j = 0; j < meldSlotCount(); ++j)
             steps([&] {
-                if (imgMeld_[static_cast<std::size_t>(j)]->isVisible()) PlaceMeldSlot(j);
+                // Asked of the slot itself: during a resize the table's frame is hidden, and
+                // every slot in it would count as invisible.
+                if (!imgMeld_[static_cast<std::size_t>(j)]->isHidden()) PlaceMeldSlot(j);
             });
     });
 }
