@@ -10,8 +10,10 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QTextEdit>
 #include <QThread>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
@@ -39,7 +41,10 @@ Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffle
     BuildControls();
     BuildMenus();
     // The design size is the client area's; the menu bar, complete now, comes on top of it.
-    resize(Px(11490), Px(8715) + menuBar()->sizeHint().height());
+    const int menu = menuBar()->sizeHint().height();
+    resize(Px(11490), Px(8715) + menu);
+    // Below half the design size the cards and texts would be too small to play with.
+    setMinimumSize(Px(11490 / 2.0), Px(8715 / 2.0) + menu);
     WireSocket();
     Form_Load();
 }
@@ -119,7 +124,21 @@ void Form1::showEvent(QShowEvent* event) {
     // The resize that comes with the first showing arrives before the window counts as visible,
     // so the layout would be recorded only at the next change of size, against a window that has
     // already left its design size. The first showing is the window's first visible size.
-    if (!std::exchange(shown_, true)) Form_Resize();
+    if (std::exchange(shown_, true)) return;
+    Form_Resize();
+    // Recorded at the design size; only now may the window give way to a smaller screen.
+    if (const QScreen* where = screen()) FitInto(where->availableGeometry());
+}
+
+void Form1::FitInto(const QRect& available) {
+    const QSize frame = frameGeometry().size() - size();
+    const QSize room = available.size() - frame;
+    setMinimumSize(minimumSize().boundedTo(room));
+    resize(size().boundedTo(room));
+    const QRect outer = frameGeometry();
+    if (!available.contains(outer))
+        move(std::clamp(outer.x(), available.left(), available.right() - outer.width() + 1),
+             std::clamp(outer.y(), available.top(), available.bottom() - outer.height() + 1));
 }
 
 void Form1::Form_Resize() {

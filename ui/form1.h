@@ -40,6 +40,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
 
     Table& table() { return *table_; }
 
+    // Brings the window inside the screen area it may use, keeping its place when it fits. The
+    // window opens at the design size unless the screen is smaller.
+    void FitInto(const QRect& available);
+
     // The controls, by their names, for tests that click them as a player would.
     QGroupBox* frTable() const { return frTable_; }
     CardImage* imgStack() const { return imgStack_; }
