@@ -22,6 +22,7 @@
 #include "ui/card_image.h"
 #include "ui/clipboard.h"
 #include "ui/codepage.h"
+#include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/geometry.h"
 #include "ui/resizer.h"
@@ -31,7 +32,9 @@ namespace kelvane {
 
 namespace {
 const QString kAppTitle = QStringLiteral("Kelvane");
-}
+// The computer opponent runs on this machine.
+const std::string kLoopbackHost = "127.0.0.1";
+}  // namespace
 
 Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffles, QWidget* parent)
     : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
@@ -40,6 +43,10 @@ Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffle
         std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this}, std::move(shuffles));
     BuildControls();
     BuildMenus();
+    BuildHistory();
+    // The layout follows the client area, which changes with the window and when the move
+    // history's panel opens or closes beside it.
+    client_->installEventFilter(this);
     // The design size is the client area's; the menu bar, complete now, comes on top of it.
     const int menu = menuBar()->sizeHint().height();
     resize(Px(11490), Px(8715) + menu);
@@ -89,7 +96,7 @@ void Form1::CreateHandImages() {
                 imgLocal_.push_back(NewCardImage(frLocalHand_, imgLocal_[0], i));
                 imgLocal_.back()->raise();
                 connect(imgLocal_.back(), &CardImage::pressed, this, [this](int index, int button) {
-                    table_->imgLocal_MouseDown(index, button);
+                    PlayerGesture([&] { table_->imgLocal_MouseDown(index, button); });
                 });
             });
         }
@@ -102,8 +109,9 @@ void Form1::CreateUpPile() {
             steps([&] {
                 imgUpPile_.push_back(NewCardImage(frUpPile_, imgUpPile_[0], i));
                 imgUpPile_.back()->raise();
-                connect(imgUpPile_.back(), &CardImage::clicked, this,
-                        [this](int index) { table_->imgUpPile_Click(index); });
+                connect(imgUpPile_.back(), &CardImage::clicked, this, [this](int index) {
+                    PlayerGesture([&] { table_->imgUpPile_Click(index); });
+                });
             });
         }
     });
@@ -112,11 +120,6 @@ void Form1::CreateUpPile() {
 void Form1::TakeStatusFontSize() {
     const double size = lblStatus_->font().pointSizeF();
     statusFontSize_ = static_cast<int>(std::nearbyint(statusRed_ ? size / 2 : size));
-}
-
-void Form1::resizeEvent(QResizeEvent* event) {
-    QMainWindow::resizeEvent(event);
-    Form_Resize();
 }
 
 void Form1::showEvent(QShowEvent* event) {
@@ -193,6 +196,9 @@ void Form1::closeEvent(QCloseEvent* event) {
     }
     closing_ = true;
     if (dialog_) dialog_->close();
+    if (help_) help_->close();
+    // The computer opponent goes with the window.
+    computer_.reset();
     event->accept();
 }
 
@@ -208,6 +214,7 @@ void Form1::ShowListening(const std::string& localAddress) {
 void Form1::EnableSessionMenus(bool enabled) {
     mnuServer_->setEnabled(enabled);
     mnuClient_->setEnabled(enabled);
+    mnuComputer_->setEnabled(enabled);
 }
 
 void Form1::ShowWarnMeldChecked(bool checked) {
@@ -215,10 +222,12 @@ void Form1::ShowWarnMeldChecked(bool checked) {
 }
 
 void Form1::ShowRoundResult(const RoundResult& result) {
+    AddHistory(RoundSummaryText(table_->state(), result));
     ShowResult(RoundText(result));
 }
 
 void Form1::ShowGameResult(GameOutcome outcome) {
+    AddHistory(GameSummaryText(outcome, table_->state()));
     ShowResult(GameText(outcome));
 }
 
@@ -253,6 +262,8 @@ bool Form1::ShowBox(const BoxText& b) {
 }
 
 std::string Form1::AskHost() {
+    // The computer opponent's address is known: nobody is asked.
+    if (!pendingHost_.empty()) return std::exchange(pendingHost_, std::string());
     const HostPrompt p = HostPromptText();
     bool ok = false;
     const QString answer = QInputDialog::getText(
@@ -260,6 +271,24 @@ std::string Form1::AskHost() {
         QString::fromStdString(p.suggested), &ok);
     // The host is used as typed.
     return ok ? answer.toStdString() : std::string();
+}
+
+void Form1::PlayAgainstComputer() {
+    EnableSessionMenus(false);
+    computer_ = std::make_unique<ComputerOpponent>();
+    connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
+        pendingHost_ = kLoopbackHost;
+        table_->UsePort(port);
+        table_->mnuClient_Click();
+        // Should this session end, a later one uses the game's own port again.
+        table_->UsePort(kGamePort);
+    });
+    connect(computer_.get(), &ComputerOpponent::failed, this, [this] {
+        EnableSessionMenus(true);
+        ShowBox(ComputerUnavailableBox());
+    });
+    // The second computer level adds its choice to this command line.
+    computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_);
 }
 
 void Form1::Pause(int milliseconds) {

@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QPointer>
+#include <QStringList>
 #include <memory>
 #include <vector>
 
@@ -13,7 +14,9 @@
 #include "ui/texts.h"
 
 class QAction;
+class QDockWidget;
 class QGroupBox;
+class QPlainTextEdit;
 class QLineEdit;
 class QPushButton;
 class QTextEdit;
@@ -21,6 +24,7 @@ class QTextEdit;
 namespace kelvane {
 
 class CardImage;
+class ComputerOpponent;
 class Deck;
 class FormResizer;
 class QtSocket;
@@ -39,6 +43,14 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     ~Form1() override;
 
     Table& table() { return *table_; }
+
+    // "Play Against the Computer": starts the computer opponent and connects to it.
+    void PlayAgainstComputer();
+    // Where the computer opponent's program is; by default found beside this program.
+    void UseBotProgram(const QString& path) { botProgram_ = path; }
+    // The move history's lines, oldest first.
+    QStringList historyLines() const;
+    QDockWidget* historyPanel() const { return history_; }
 
     // Brings the window inside the screen area it may use, keeping its place when it fits. The
     // window opens at the design size unless the screen is smaller.
@@ -79,6 +91,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ChatLineAdded(const Transcript& transcript, Speaker speaker) override;
     void ClearChatInput() override;
     void CloseWindow() override;
+    void OpponentMoved(const OpponentMove& move) override;
 
     // Prompts
     void Tell(const Notice& notice) override;
@@ -93,7 +106,6 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
 
   protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -108,6 +120,17 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void Form_Resize();
     void BuildControls();
     void BuildMenus();
+    void BuildHistory();
+    void AddHistory(const std::string& line);
+    // Draws the marks of the opponent's last move on every slot that shows one of its cards.
+    void ShowLastMoveMarks();
+    bool IsLastMove(int card) const;
+    void ClearLastMoveMarks();
+    // Runs a handler of the player's gestures; a move he makes by it ends the opponent's marks.
+    void PlayerGesture(const std::function<void()>& handler);
+    // The platform's alert (a flashing task bar entry) while the window is in the background.
+    void AskForAttention();
+    void ShowHelp();
     void WireSocket();
     void CreateHandImages();
     void CreateUpPile();
@@ -151,7 +174,19 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QAction* mnuQuit_ = nullptr;
     QAction* mnuWarnMeld_ = nullptr;
     QAction* mnuAbout_ = nullptr;
+    QAction* mnuComputer_ = nullptr;
+    QAction* mnuHistory_ = nullptr;
+    QAction* mnuHowToPlay_ = nullptr;
     QPointer<ResultsDialog> dialog_;
+    QDockWidget* history_ = nullptr;
+    QPlainTextEdit* historyText_ = nullptr;
+    QPointer<QWidget> help_;
+    std::unique_ptr<ComputerOpponent> computer_;
+    QString botProgram_;
+    std::string pendingHost_;    // answers the host question once, for the computer opponent
+    std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
+    QSize laidOut_;              // the client area's size at the last layout
+    bool wasMyTurn_ = false;
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;
