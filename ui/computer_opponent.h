@@ -28,6 +28,7 @@ class ComputerOpponent : public QObject {
     // `listening` with the port once it waits for the window, or `failed` within a few seconds.
     void Start(const QString& program, const QStringList& extra = {});
     bool running() const { return process_.state() != QProcess::NotRunning; }
+    qint64 processId() const { return process_.processId(); }
 
   Q_SIGNALS:
     void listening(int port);

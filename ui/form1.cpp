@@ -288,7 +288,8 @@ void Form1::PlayAgainstComputer() {
         ShowBox(ComputerUnavailableBox());
     });
     // The second computer level adds its choice to this command line.
-    computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_);
+    computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_,
+                     botArguments_);
 }
 
 void Form1::Pause(int milliseconds) {

@@ -46,8 +46,13 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
 
     // "Play Against the Computer": starts the computer opponent and connects to it.
     void PlayAgainstComputer();
-    // Where the computer opponent's program is; by default found beside this program.
-    void UseBotProgram(const QString& path) { botProgram_ = path; }
+    // Where the computer opponent's program is (by default found beside this program), and what
+    // its command line adds to serving.
+    void UseBotProgram(const QString& path, const QStringList& arguments = {}) {
+        botProgram_ = path;
+        botArguments_ = arguments;
+    }
+    ComputerOpponent* computerOpponent() const { return computer_.get(); }
     // The move history's lines, oldest first.
     QStringList historyLines() const;
     QDockWidget* historyPanel() const { return history_; }
@@ -183,6 +188,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QPointer<QWidget> help_;
     std::unique_ptr<ComputerOpponent> computer_;
     QString botProgram_;
+    QStringList botArguments_;
     std::string pendingHost_;    // answers the host question once, for the computer opponent
     std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
     QSize laidOut_;              // the client area's size at the last layout
