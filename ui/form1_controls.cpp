@@ -10,7 +10,9 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTextBrowser>
+#include <QTextCursor>
 #include <QTextEdit>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "engine/transcript.h"
@@ -182,7 +184,9 @@ void Form1::BuildMenus() {
 }
 
 void Form1::BuildHistory() {
-    // Beside the table, not over it: the table's layout gives way while the panel is open.
+    // Below the table, not over it: the window's layout gives way while the panel is open. Below
+    // rather than beside, because the layout's fonts follow the height: a narrower table would
+    // cut its texts, a lower one only makes them smaller.
     history_ = new QDockWidget("Move History", this);
     history_->setObjectName("History");
     history_->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable);
@@ -193,8 +197,19 @@ void Form1::BuildHistory() {
     historyText_->setMaximumBlockCount(static_cast<int>(Transcript::kMostLines));
     historyText_->setFont(DesignFont(9));
     history_->setWidget(historyText_);
-    history_->setMinimumWidth(Px(3600));
-    addDockWidget(Qt::RightDockWidgetArea, history_);
+    history_->setAllowedAreas(Qt::BottomDockWidgetArea | Qt::TopDockWidgetArea);
+    historyText_->setMinimumHeight(Px(900));
+    addDockWidget(Qt::BottomDockWidgetArea, history_);
+    // Six lines or so: enough to read the opponent's last turn, little taken from the table.
+    connect(history_, &QDockWidget::visibilityChanged, this, [this](bool visible) {
+        if (!visible) return;
+        resizeDocks({history_}, {Px(1500)}, Qt::Vertical);
+        // Opened at its latest lines, once the panel has its height.
+        QTimer::singleShot(0, historyText_, [text = historyText_] {
+            text->moveCursor(QTextCursor::End);
+            text->ensureCursorVisible();
+        });
+    });
     history_->hide();
     mnuHistory_ = history_->toggleViewAction();
     mnuHistory_->setObjectName("mnuHistory");
