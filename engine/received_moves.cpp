@@ -106,7 +106,9 @@ void Table::ApplyStackDraw(Steps& steps) {
 void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
     const Int16 top = state_.UpCount - 1;
     OpponentMove taken{OpponentMoveKind::kUpPileTake, {}, {}};
-    for (Int16 i = position; i <= top; ++i) taken.cards.push_back(state_.UpPile[i]);
+    steps([&] {
+        for (Int16 i = position; i <= top; ++i) taken.cards.push_back(state_.UpPile[i]);
+    });
     // The local player gets to see which cards the opponent takes.
     steps([&] { ShowUpPileTake(position, top); });
     steps([&] { TakeFromUpPile(state_, Seat::kRemote, position); });
@@ -121,14 +123,16 @@ void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     Int16 laid = 0;
     OpponentMove move{
         column == kNewColumn ? OpponentMoveKind::kNewMeld : OpponentMoveKind::kLayOff, {}, {}};
-    // The cards of his hand: a lay-off's content repeats the column's cards already on the table.
-    const std::vector<Int16> before =
-        column == kNewColumn ? std::vector<Int16>{} : state_.TableMelds.Cards(column);
-    for (Int16 i = 0; i < content.count; ++i) {
-        move.meld.push_back(content.list[i]);
-        if (std::find(before.begin(), before.end(), content.list[i]) == before.end())
-            move.cards.push_back(content.list[i]);
-    }
+    steps([&] {
+        // The cards from his hand: a lay-off's content repeats the column's cards on the table.
+        const std::vector<Int16> before =
+            column == kNewColumn ? std::vector<Int16>{} : state_.TableMelds.Cards(column);
+        for (Int16 i = 0; i < content.count; ++i) {
+            move.meld.push_back(content.list[i]);
+            if (std::find(before.begin(), before.end(), content.list[i]) == before.end())
+                move.cards.push_back(content.list[i]);
+        }
+    });
     steps([&] { laid = LayMeld(state_, Seat::kRemote, column, content); });
     steps([&] { ShowMeld(Seat::kRemote, laid, column == kNewColumn); });
     steps([&] { RefreshScoreBoard(); });
