@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "game/int16.h"
 #include "game/moves.h"
@@ -17,6 +18,18 @@ enum class Speaker { kYou, kOpponent };
 // What the engine asks of its shell. Each method is one operation a procedure of the game names,
 // so the procedures read like the game's own description. The window implements these with Qt,
 // the bot with quiet stand-ins, the tests with recording fakes.
+
+// One move of the opponent's, as it was applied, for the window to mark on the table and tell in
+// words. `cards`: the card drawn from the stack (the player never sees it: only where it went),
+// the cards taken from the up pile, the cards laid down or laid off, the card discarded. `meld`:
+// for a meld, the column's cards afterwards, in meld order.
+enum class OpponentMoveKind { kStackDraw, kUpPileTake, kNewMeld, kLayOff, kDiscard };
+struct OpponentMove {
+    OpponentMoveKind kind = OpponentMoveKind::kStackDraw;
+    std::vector<Int16> cards;
+    std::vector<Int16> meld;
+    friend bool operator==(const OpponentMove&, const OpponentMove&) = default;
+};
 
 // The views. They read the game through the engine's const state and never decide anything.
 class Screen {
@@ -63,6 +76,8 @@ class Screen {
     virtual void ClearChatInput() = 0;
     // Closes the main window as Quit does; the program ends once the current handler returns.
     virtual void CloseWindow() = 0;
+    // An opponent's move has been applied and drawn. Only the window marks and tells it.
+    virtual void OpponentMoved(const OpponentMove&) {}
 };
 
 // Why a message from the opponent's program cannot be played. Nothing of it was applied, and the

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "engine/table.h"
@@ -114,32 +115,53 @@ void Table::ApplyDiscard(Steps& steps, Int16 card) {
     steps([&] { kelvane::Discard(state_, Seat::kRemote, card); });
     steps([&] { screen_.RefreshUpPile(); });
     steps([&] { RefreshHands('R'); });
+    steps([&] { screen_.OpponentMoved({OpponentMoveKind::kDiscard, {card}, {}}); });
     steps([&] { CheckEndOfGame(); });
 }
 
 // Both copies of the stock agree, so the card drawn is the top of our own.
 void Table::ApplyStackDraw(Steps& steps) {
-    steps([&] { DrawFromStack(state_, Seat::kRemote); });
+    Int16 drawn = 0;
+    steps([&] { drawn = DrawFromStack(state_, Seat::kRemote); });
     steps([&] { ShowStackDraw(); });
     steps([&] { RefreshHands('R'); });
+    steps([&] { screen_.OpponentMoved({OpponentMoveKind::kStackDraw, {drawn}, {}}); });
 }
 
 void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
     const Int16 top = state_.UpCount - 1;
+    OpponentMove taken{OpponentMoveKind::kUpPileTake, {}, {}};
+    steps([&] {
+        for (Int16 i = position; i <= top; ++i) taken.cards.push_back(state_.UpPile[i]);
+    });
     // The local player gets to see which cards the opponent takes.
     steps([&] { ShowUpPileTake(position, top); });
     steps([&] { TakeFromUpPile(state_, Seat::kRemote, position); });
     steps([&] { RefreshHands('R'); });
     steps([&] { screen_.RefreshUpPile(); });
+    steps([&] { screen_.OpponentMoved(taken); });
 }
 
 // A new meld opens the next column; a lay-off names its column and carries the column's whole new
 // content, the cards already on the table included.
 void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     Int16 laid = 0;
+    OpponentMove move{
+        column == kNewColumn ? OpponentMoveKind::kNewMeld : OpponentMoveKind::kLayOff, {}, {}};
+    steps([&] {
+        // The cards from his hand: a lay-off's content repeats the column's cards on the table.
+        const std::vector<Int16> before =
+            column == kNewColumn ? std::vector<Int16>{} : state_.TableMelds.Cards(column);
+        for (Int16 i = 0; i < content.count; ++i) {
+            move.meld.push_back(content.list[i]);
+            if (std::find(before.begin(), before.end(), content.list[i]) == before.end())
+                move.cards.push_back(content.list[i]);
+        }
+    });
     steps([&] { laid = LayMeld(state_, Seat::kRemote, column, content); });
     steps([&] { ShowMeld(Seat::kRemote, laid, column == kNewColumn); });
     steps([&] { RefreshScoreBoard(); });
+    steps([&] { screen_.OpponentMoved(move); });
     steps([&] { CheckNobodyCanDraw(); });
 }
 

@@ -138,9 +138,11 @@ void Table::TalkToRemote(const std::string& text) {
         const int index = ConnectionSocket();
         if (socket_.State(index) == kSocketConnected) {
             socket_.Send(index, Frame(text));
-        } else {
+        } else if (!CanResume()) {
             LoseConnection();
         }
+        // Between two Kelvane programs the close that follows decides, once what the opponent
+        // sent last has been read: it may be his quit.
     });
 }
 

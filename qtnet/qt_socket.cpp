@@ -1,5 +1,8 @@
 #include "qtnet/qt_socket.h"
 
+#include <sys/socket.h>
+
+#include <QDeadlineTimer>
 #include <QHostAddress>
 #include <QNetworkInterface>
 #include <QPointer>
@@ -15,7 +18,9 @@ namespace kelvane {
 
 namespace {
 constexpr qint64 kReadBufferBytes = 64 * 1024;
-}
+// How long a closing program waits for its peer to close in turn.
+constexpr int kLingerMs = 500;
+}  // namespace
 
 namespace {
 
@@ -72,9 +77,25 @@ QtSocket::~QtSocket() {
         if (!socket) continue;
         socket->disconnect(this);
         socket->flush();
+        if (socket->state() == QAbstractSocket::ConnectedState) Linger(*socket);
         socket->disconnectFromHost();
     }
     if (server_) server_->disconnect(this);
+}
+
+// Closing on bytes the peer sent and we did not read resets the connection, and a reset may
+// cost the peer our last message, the quit that tells a Kelvane opponent this is the end rather
+// than a dropped line. So our side of the stream is closed first, and what the peer still sends
+// is read and dropped until it closes too, for a moment at most.
+void QtSocket::Linger(QTcpSocket& socket) {
+    socket.waitForBytesWritten(kLingerMs);
+    ::shutdown(static_cast<int>(socket.socketDescriptor()), SHUT_WR);
+    QDeadlineTimer deadline(kLingerMs);
+    while (socket.state() == QAbstractSocket::ConnectedState && !deadline.hasExpired()) {
+        socket.readAll();
+        socket.waitForReadyRead(static_cast<int>(deadline.remainingTime()));
+    }
+    socket.readAll();
 }
 
 void QtSocket::Listen(int index, int port) {

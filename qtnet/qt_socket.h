@@ -66,6 +66,7 @@ class QtSocket : public QObject, public Socket {
     void OnError(int index, QAbstractSocket::SocketError error);
     void FailConnect();
     void RaiseDataArrival(int index);
+    static void Linger(QTcpSocket& socket);
 
     QTcpServer* server_ = nullptr;
     std::array<QTcpSocket*, kSockets> connections_{};

@@ -10,7 +10,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
-          qt6-base-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5 clang libclang-rt-14-dev)
+          qt6-base-dev qt6-base-private-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5
+          fonts-liberation2 clang libclang-rt-14-dev)
 
 install_missing() {
     local missing=()

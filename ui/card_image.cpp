@@ -1,7 +1,9 @@
 #include "ui/card_image.h"
 
 #include <QMouseEvent>
+#include <QPaintEngine>
 #include <QPainter>
+#include <algorithm>
 
 #include "ui/deck.h"
 
@@ -28,12 +30,43 @@ void CardImage::setSelected(bool selected) {
     update();
 }
 
+void CardImage::setLastMove(bool marked) {
+    if (lastMove_ == marked) return;
+    lastMove_ = marked;
+    update();
+}
+
+namespace {
+
+// A frame inside the card's edge, as thick as the card's size allows a clear line.
+void Frame(QPainter& painter, const QRect& card, const QColor& colour) {
+    const int width = std::max(2, std::min(card.width(), card.height()) / 16);
+    painter.setPen(QPen(colour, width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+    painter.setBrush(Qt::NoBrush);
+    const int inset = width / 2;
+    painter.drawRect(
+        card.adjusted(inset, inset, -inset - (width % 2 ? 0 : 1), -inset - (width % 2 ? 0 : 1)));
+}
+
+}  // namespace
+
 void CardImage::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    if (tag_ != 0) painter.drawPixmap(0, 0, deck_.Picture(tag_, size()));
+    // Drawn for the pixels actually painted (the screen's backing store, or the picture a grab
+    // renders into): twice as many on a screen of scale factor 2.
+    if (tag_ != 0) {
+        const QPaintEngine* engine = painter.paintEngine();
+        const qreal ratio = engine && engine->paintDevice()
+                                ? engine->paintDevice()->devicePixelRatioF()
+                                : devicePixelRatioF();
+        painter.drawPixmap(0, 0, deck_.Picture(tag_, size(), ratio));
+    }
+    if (lastMove_) Frame(painter, rect(), LastMoveColour());
     if (selected_) {
-        painter.setPen(QPen(Qt::black, 1));
-        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+        QColor tint = SelectionColour();
+        tint.setAlpha(70);
+        painter.fillRect(rect(), tint);
+        Frame(painter, rect(), SelectionColour());
     }
 }
 

@@ -7,8 +7,12 @@ namespace kelvane {
 class Deck;
 
 // One card slot: its picture stretched to its own size, the picture code it shows (0 when
-// empty), a tooltip, a thin border that marks a selection, and its slot number on every click
-// and press. An empty slot draws nothing but still takes clicks.
+// empty), a tooltip, the border that marks a selection, and its slot number on every click and
+// press. An empty slot draws nothing but still takes clicks.
+//
+// The selection border is drawn to be seen in a fan where a card shows only a strip: a thick
+// accent frame, of which the strip's top, left and bottom edges show, and a tint over the card.
+// A card of the opponent's last move carries a frame of its own colour.
 class CardImage : public QWidget {
     Q_OBJECT
 
@@ -21,6 +25,11 @@ class CardImage : public QWidget {
     void clearPicture();
     bool selected() const { return selected_; }
     void setSelected(bool selected);
+    bool lastMove() const { return lastMove_; }
+    void setLastMove(bool marked);
+
+    static QColor SelectionColour() { return {0, 102, 204}; }
+    static QColor LastMoveColour() { return {230, 130, 0}; }
 
   Q_SIGNALS:
     void clicked(int index);
@@ -37,6 +46,7 @@ class CardImage : public QWidget {
     int index_;
     int tag_ = 0;
     bool selected_ = false;
+    bool lastMove_ = false;
 };
 
 }  // namespace kelvane

@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QSvgRenderer>
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -61,19 +62,38 @@ bool Deck::usesTheme() const {
     return Theme() != nullptr;
 }
 
-QPixmap Deck::Picture(int code, QSize size) {
+QPixmap Deck::Picture(int code, QSize size, qreal devicePixelRatio) {
     if (size.isEmpty()) return {};
+    const qreal ratio = devicePixelRatio > 0 ? devicePixelRatio : 1.0;
+    const QSize pixels = (QSizeF(size) * ratio).toSize();
     // Only the 55 real pictures are kept, whatever codes are asked for: anything else is blank.
     if (!(code >= 1 && code <= 52) && code != kBack && code != kEmptyStack) {
-        QPixmap blank(size);
+        QPixmap blank(pixels);
         blank.fill(Qt::transparent);
+        blank.setDevicePixelRatio(ratio);
         return blank;
     }
-    const quint64 key =
-        (quint64(code) << 32) | (quint64(size.width()) << 16) | quint64(size.height());
+    // A size is the pixels drawn and the ratio they are shown at, in hundredths.
+    const quint64 sizeKey = (quint64(qRound(ratio * 100)) << 32) | (quint64(pixels.width()) << 16) |
+                            quint64(pixels.height());
+    const quint64 key = (quint64(code) << 48) | sizeKey;
+    auto used = std::find(sizes_.begin(), sizes_.end(), sizeKey);
+    if (used != sizes_.end()) {
+        std::rotate(used, used + 1, sizes_.end());
+    } else {
+        if (static_cast<int>(sizes_.size()) == kSizesKept) {
+            const quint64 oldest = sizes_.front();
+            sizes_.erase(sizes_.begin());
+            cache_.removeIf([oldest](const auto& entry) {
+                return (entry.key() & 0xFFFF'FFFF'FFFFull) == oldest;
+            });
+        }
+        sizes_.push_back(sizeKey);
+    }
     auto it = cache_.constFind(key);
     if (it != cache_.constEnd()) return *it;
-    QPixmap picture = Render(code, size);
+    QPixmap picture = Render(code, pixels);
+    picture.setDevicePixelRatio(ratio);
     ++renders_;
     cache_.insert(key, picture);
     return picture;

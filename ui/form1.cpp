@@ -10,15 +10,19 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QTextEdit>
 #include <QThread>
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
 
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
+#include "ui/clipboard.h"
 #include "ui/codepage.h"
+#include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/geometry.h"
 #include "ui/resizer.h"
@@ -28,7 +32,9 @@ namespace kelvane {
 
 namespace {
 const QString kAppTitle = QStringLiteral("Kelvane");
-}
+// The computer opponent runs on this machine.
+const std::string kLoopbackHost = "127.0.0.1";
+}  // namespace
 
 Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffles, QWidget* parent)
     : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
@@ -37,8 +43,15 @@ Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffle
         std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this}, std::move(shuffles));
     BuildControls();
     BuildMenus();
+    BuildHistory();
+    // The layout follows the client area, which changes with the window and when the move
+    // history's panel opens or closes beside it.
+    client_->installEventFilter(this);
     // The design size is the client area's; the menu bar, complete now, comes on top of it.
-    resize(Px(11490), Px(8715) + menuBar()->sizeHint().height());
+    const int menu = menuBar()->sizeHint().height();
+    resize(Px(11490), Px(8715) + menu);
+    // Below half the design size the cards and texts would be too small to play with.
+    setMinimumSize(Px(11490 / 2.0), Px(8715 / 2.0) + menu);
     WireSocket();
     Form_Load();
 }
@@ -83,7 +96,7 @@ void Form1::CreateHandImages() {
                 imgLocal_.push_back(NewCardImage(frLocalHand_, imgLocal_[0], i));
                 imgLocal_.back()->raise();
                 connect(imgLocal_.back(), &CardImage::pressed, this, [this](int index, int button) {
-                    table_->imgLocal_MouseDown(index, button);
+                    PlayerGesture([&] { table_->imgLocal_MouseDown(index, button); });
                 });
             });
         }
@@ -96,8 +109,9 @@ void Form1::CreateUpPile() {
             steps([&] {
                 imgUpPile_.push_back(NewCardImage(frUpPile_, imgUpPile_[0], i));
                 imgUpPile_.back()->raise();
-                connect(imgUpPile_.back(), &CardImage::clicked, this,
-                        [this](int index) { table_->imgUpPile_Click(index); });
+                connect(imgUpPile_.back(), &CardImage::clicked, this, [this](int index) {
+                    PlayerGesture([&] { table_->imgUpPile_Click(index); });
+                });
             });
         }
     });
@@ -108,17 +122,26 @@ void Form1::TakeStatusFontSize() {
     statusFontSize_ = static_cast<int>(std::nearbyint(statusRed_ ? size / 2 : size));
 }
 
-void Form1::resizeEvent(QResizeEvent* event) {
-    QMainWindow::resizeEvent(event);
-    Form_Resize();
-}
-
 void Form1::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     // The resize that comes with the first showing arrives before the window counts as visible,
     // so the layout would be recorded only at the next change of size, against a window that has
     // already left its design size. The first showing is the window's first visible size.
-    if (!std::exchange(shown_, true)) Form_Resize();
+    if (std::exchange(shown_, true)) return;
+    Form_Resize();
+    // Recorded at the design size; only now may the window give way to a smaller screen.
+    if (const QScreen* where = screen()) FitInto(where->availableGeometry());
+}
+
+void Form1::FitInto(const QRect& available) {
+    const QSize frame = frameGeometry().size() - size();
+    const QSize room = available.size() - frame;
+    setMinimumSize(minimumSize().boundedTo(room));
+    resize(size().boundedTo(room));
+    const QRect outer = frameGeometry();
+    if (!available.contains(outer))
+        move(std::clamp(outer.x(), available.left(), available.right() - outer.width() + 1),
+             std::clamp(outer.y(), available.top(), available.bottom() - outer.height() + 1));
 }
 
 void Form1::Form_Resize() {
@@ -176,6 +199,9 @@ void Form1::closeEvent(QCloseEvent* event) {
     table_->Quit();
     if (dialog_) dialog_->close();
     if (linkDialog_) linkDialog_->hide();
+    if (help_) help_->close();
+    // The computer opponent goes with the window.
+    computer_.reset();
     event->accept();
 }
 
@@ -191,6 +217,7 @@ void Form1::ShowListening(const std::string& localAddress) {
 void Form1::EnableSessionMenus(bool enabled) {
     mnuServer_->setEnabled(enabled);
     mnuClient_->setEnabled(enabled);
+    mnuComputer_->setEnabled(enabled);
 }
 
 void Form1::ShowWarnMeldChecked(bool checked) {
@@ -214,10 +241,12 @@ void Form1::ShowPeerProgram(const std::string& program) {
 }
 
 void Form1::ShowRoundResult(const RoundResult& result) {
+    AddHistory(RoundSummaryText(table_->state(), result));
     ShowResult(RoundText(result));
 }
 
 void Form1::ShowGameResult(GameOutcome outcome) {
+    AddHistory(GameSummaryText(outcome, table_->state()));
     ShowResult(GameText(outcome));
 }
 
@@ -252,12 +281,34 @@ bool Form1::ShowBox(const BoxText& b) {
 }
 
 std::string Form1::AskHost() {
+    // The computer opponent's address is known: nobody is asked.
+    if (!pendingHost_.empty()) return std::exchange(pendingHost_, std::string());
     const HostPrompt p = HostPromptText();
     bool ok = false;
     const QString answer = QInputDialog::getText(
         this, QString::fromStdString(p.title), QString::fromStdString(p.prompt), QLineEdit::Normal,
         QString::fromStdString(p.suggested), &ok);
-    return ok ? answer.trimmed().toStdString() : std::string();
+    // The host is used as typed.
+    return ok ? answer.toStdString() : std::string();
+}
+
+void Form1::PlayAgainstComputer() {
+    EnableSessionMenus(false);
+    computer_ = std::make_unique<ComputerOpponent>();
+    connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
+        pendingHost_ = kLoopbackHost;
+        table_->UsePort(port);
+        table_->mnuClient_Click();
+        // Should this session end, a later one uses the game's own port again.
+        table_->UsePort(kGamePort);
+    });
+    connect(computer_.get(), &ComputerOpponent::failed, this, [this] {
+        EnableSessionMenus(true);
+        ShowBox(ComputerUnavailableBox());
+    });
+    // The second computer level adds its choice to this command line.
+    computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_,
+                     botArguments_);
 }
 
 void Form1::Pause(int milliseconds) {
@@ -278,6 +329,9 @@ bool Form1::AskToContinue(const std::string& text) {
 }
 
 void Form1::EndProgram() {
+    // The report was put on the clipboard for the player to paste. On X11 the clipboard lives in
+    // its owner, so it is handed to the desktop's clipboard keeper first, as an orderly exit would.
+    HandOverClipboard();
     // No further handler may run, not even the quit question; the connection drops with us.
     std::_Exit(EXIT_FAILURE);
 }

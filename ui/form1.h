@@ -3,6 +3,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <QPointer>
+#include <QStringList>
 #include <memory>
 #include <vector>
 
@@ -14,7 +15,9 @@
 #include "ui/texts.h"
 
 class QAction;
+class QDockWidget;
 class QGroupBox;
+class QPlainTextEdit;
 class QLineEdit;
 class QPushButton;
 class QTextEdit;
@@ -22,6 +25,7 @@ class QTextEdit;
 namespace kelvane {
 
 class CardImage;
+class ComputerOpponent;
 class Deck;
 class FormResizer;
 class QtSocket;
@@ -40,6 +44,23 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     ~Form1() override;
 
     Table& table() { return *table_; }
+
+    // "Play Against the Computer": starts the computer opponent and connects to it.
+    void PlayAgainstComputer();
+    // Where the computer opponent's program is (by default found beside this program), and what
+    // its command line adds to serving.
+    void UseBotProgram(const QString& path, const QStringList& arguments = {}) {
+        botProgram_ = path;
+        botArguments_ = arguments;
+    }
+    ComputerOpponent* computerOpponent() const { return computer_.get(); }
+    // The move history's lines, oldest first.
+    QStringList historyLines() const;
+    QDockWidget* historyPanel() const { return history_; }
+
+    // Brings the window inside the screen area it may use, keeping its place when it fits. The
+    // window opens at the design size unless the screen is smaller.
+    void FitInto(const QRect& available);
 
     // The controls, by their names, for tests that click them as a player would.
     QGroupBox* frTable() const { return frTable_; }
@@ -80,6 +101,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ChatLineAdded(const Transcript& transcript, Speaker speaker) override;
     void ClearChatInput() override;
     void CloseWindow() override;
+    void OpponentMoved(const OpponentMove& move) override;
 
     // Prompts
     void Tell(const Notice& notice) override;
@@ -94,7 +116,6 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
 
   protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -109,6 +130,17 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void Form_Resize();
     void BuildControls();
     void BuildMenus();
+    void BuildHistory();
+    void AddHistory(const std::string& line);
+    // Draws the marks of the opponent's last move on every slot that shows one of its cards.
+    void ShowLastMoveMarks();
+    bool IsLastMove(int card) const;
+    void ClearLastMoveMarks();
+    // Runs a handler of the player's gestures; a move he makes by it ends the opponent's marks.
+    void PlayerGesture(const std::function<void()>& handler);
+    // The platform's alert (a flashing task bar entry) while the window is in the background.
+    void AskForAttention();
+    void ShowHelp();
     void WireSocket();
     void CreateHandImages();
     void CreateUpPile();
@@ -152,8 +184,21 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QAction* mnuQuit_ = nullptr;
     QAction* mnuWarnMeld_ = nullptr;
     QAction* mnuAbout_ = nullptr;
+    QAction* mnuComputer_ = nullptr;
+    QAction* mnuHistory_ = nullptr;
+    QAction* mnuHowToPlay_ = nullptr;
     QPointer<ResultsDialog> dialog_;
     QPointer<LinkDialog> linkDialog_;
+    QDockWidget* history_ = nullptr;
+    QPlainTextEdit* historyText_ = nullptr;
+    QPointer<QWidget> help_;
+    std::unique_ptr<ComputerOpponent> computer_;
+    QString botProgram_;
+    QStringList botArguments_;
+    std::string pendingHost_;    // answers the host question once, for the computer opponent
+    std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
+    QSize laidOut_;              // the client area's size at the last layout
+    bool wasMyTurn_ = false;
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;

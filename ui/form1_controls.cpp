@@ -1,14 +1,25 @@
 #include <QAction>
+#include <QDialog>
+#include <QDockWidget>
 #include <QGroupBox>
+#include <QKeySequence>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
+#include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTextBrowser>
+#include <QTextCursor>
 #include <QTextEdit>
+#include <QTimer>
+#include <QVBoxLayout>
 
+#include "engine/transcript.h"
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
+#include "ui/fonts.h"
 #include "ui/form1.h"
 #include "ui/geometry.h"
 
@@ -53,12 +64,7 @@ QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, dou
     auto* label = new L(text, parent);
     label->setObjectName(name);
     label->setGeometry(at);
-    if (points > 0) {
-        QFont font = label->font();
-        font.setPointSizeF(points);
-        font.setBold(bold);
-        label->setFont(font);
-    }
+    if (points > 0) label->setFont(DesignFont(points, bold));
     return label;
 }
 
@@ -69,9 +75,7 @@ void Form1::BuildControls() {
     client_->setObjectName("client");
     // The design's measures were made for a small 8.25-point face; at the desktop's larger default
     // the captions and scores would outgrow their places.
-    QFont small = client_->font();
-    small.setPointSizeF(8.25);
-    client_->setFont(small);
+    client_->setFont(DesignFont(8.25));
     setCentralWidget(client_);
 
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));
@@ -127,13 +131,15 @@ void Form1::BuildControls() {
     // Frames that are drawn later sit below the card rows they overlap.
     frTable_->lower();
 
-    connect(imgStack_, &CardImage::clicked, this, [this](int) { table_->imgStack_Click(); });
+    connect(imgStack_, &CardImage::clicked, this,
+            [this](int) { PlayerGesture([&] { table_->imgStack_Click(); }); });
     connect(imgUpPile_[0], &CardImage::clicked, this,
-            [this](int index) { table_->imgUpPile_Click(index); });
-    connect(imgLocal_[0], &CardImage::pressed, this,
-            [this](int index, int button) { table_->imgLocal_MouseDown(index, button); });
+            [this](int index) { PlayerGesture([&] { table_->imgUpPile_Click(index); }); });
+    connect(imgLocal_[0], &CardImage::pressed, this, [this](int index, int button) {
+        PlayerGesture([&] { table_->imgLocal_MouseDown(index, button); });
+    });
     connect(imgMeld_[0], &CardImage::clicked, this,
-            [this](int index) { table_->imgMeld_Click(index); });
+            [this](int index) { PlayerGesture([&] { table_->imgMeld_Click(index); }); });
     frTable_->installEventFilter(this);
     auto send = [this] { table_->cmdSend_Click(ToCodePage(txtSay_->text())); };
     connect(cmdSend_, &QPushButton::clicked, this, send);
@@ -142,24 +148,31 @@ void Form1::BuildControls() {
 }
 
 void Form1::BuildMenus() {
+    // Captions carry their mnemonics (Alt+F opens "File"); the underline is the only difference.
     auto add = [this](QMenu* menu, const char* name, const char* caption) {
         QAction* a = menu->addAction(caption);
         a->setObjectName(name);
         return a;
     };
-    QMenu* file = menuBar()->addMenu("File");
-    QMenu* connectMenu = file->addMenu("Connect");
-    mnuServer_ = add(connectMenu, "mnuServer", "Be The Server");
-    mnuClient_ = add(connectMenu, "mnuClient", "Connect to a server");
-    mnuQuit_ = add(file, "mnuQuit", "Quit");
-    QMenu* options = menuBar()->addMenu("Options");
-    mnuWarnMeld_ = add(options, "mnuWarnMeld", "Warn if Meldable");
+    QMenu* file = menuBar()->addMenu("&File");
+    QMenu* connectMenu = file->addMenu("&Connect");
+    mnuServer_ = add(connectMenu, "mnuServer", "Be The &Server");
+    mnuClient_ = add(connectMenu, "mnuClient", "Connect to a s&erver");
+    mnuComputer_ = add(connectMenu, "mnuComputer", "Play Against the &Computer");
+    mnuQuit_ = add(file, "mnuQuit", "&Quit");
+    // The window's close, so the quit question comes as it does for the close box.
+    mnuQuit_->setShortcut(QKeySequence::Quit);
+    QMenu* options = menuBar()->addMenu("&Options");
+    mnuWarnMeld_ = add(options, "mnuWarnMeld", "&Warn if Meldable");
     mnuWarnMeld_->setCheckable(true);
-    QMenu* help = menuBar()->addMenu("Help");
-    mnuAbout_ = add(help, "mnuAbout", "No Help For You!");
+    QMenu* help = menuBar()->addMenu("&Help");
+    mnuHowToPlay_ = add(help, "mnuHowToPlay", "&How to Play");
+    mnuHowToPlay_->setShortcut(QKeySequence::HelpContents);
+    mnuAbout_ = add(help, "mnuAbout", "&No Help For You!");
 
     connect(mnuServer_, &QAction::triggered, this, [this] { table_->mnuServer_Click(); });
     connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
+    connect(mnuComputer_, &QAction::triggered, this, [this] { PlayAgainstComputer(); });
     connect(mnuQuit_, &QAction::triggered, this,
             [this] { Procedure("mnuQuit_Click", [&](Steps& steps) { steps([&] { close(); }); }); });
     // The engine owns the option's state; the check mark is redrawn from it.
@@ -167,6 +180,65 @@ void Form1::BuildMenus() {
         mnuWarnMeld_->setChecked(table_->WarnIfMeldable());
         table_->mnuWarnMeld_Click();
     });
+    connect(mnuHowToPlay_, &QAction::triggered, this, [this] { ShowHelp(); });
+}
+
+void Form1::BuildHistory() {
+    // Below the table, not over it: the window's layout gives way while the panel is open. Below
+    // rather than beside, because the layout's fonts follow the height: a narrower table would
+    // cut its texts, a lower one only makes them smaller.
+    history_ = new QDockWidget("Move History", this);
+    history_->setObjectName("History");
+    history_->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable);
+    historyText_ = new QPlainTextEdit(history_);
+    historyText_->setObjectName("HistoryText");
+    historyText_->setReadOnly(true);
+    // Like the chat, a bounded record: a session of many games keeps its last lines.
+    historyText_->setMaximumBlockCount(static_cast<int>(Transcript::kMostLines));
+    historyText_->setFont(DesignFont(9));
+    history_->setWidget(historyText_);
+    history_->setAllowedAreas(Qt::BottomDockWidgetArea | Qt::TopDockWidgetArea);
+    historyText_->setMinimumHeight(Px(900));
+    addDockWidget(Qt::BottomDockWidgetArea, history_);
+    // Six lines or so: enough to read the opponent's last turn, little taken from the table.
+    connect(history_, &QDockWidget::visibilityChanged, this, [this](bool visible) {
+        if (!visible) return;
+        resizeDocks({history_}, {Px(1500)}, Qt::Vertical);
+        // Opened at its latest lines, once the panel has its height.
+        QTimer::singleShot(0, historyText_, [text = historyText_] {
+            text->moveCursor(QTextCursor::End);
+            text->ensureCursorVisible();
+        });
+    });
+    history_->hide();
+    mnuHistory_ = history_->toggleViewAction();
+    mnuHistory_->setObjectName("mnuHistory");
+    mnuHistory_->setText("Move &History");
+    mnuHistory_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
+    for (QAction* menu : menuBar()->actions())
+        if (menu->text() == "&Options") menu->menu()->addAction(mnuHistory_);
+}
+
+void Form1::ShowHelp() {
+    if (!help_) {
+        auto* box = new QDialog(this);
+        box->setObjectName("HelpWindow");
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowTitle(QString::fromStdString(HelpTitle()));
+        auto* text = new QTextBrowser(box);
+        text->setHtml(QString::fromStdString(HelpText()));
+        auto* close = new QPushButton("Close", box);
+        connect(close, &QPushButton::clicked, box, &QDialog::close);
+        auto* layout = new QVBoxLayout(box);
+        layout->addWidget(text);
+        layout->addWidget(close, 0, Qt::AlignRight);
+        box->resize(Px(7500), Px(6600));
+        help_ = box;
+    }
+    // Modeless: the game goes on while the player reads.
+    help_->show();
+    help_->raise();
+    help_->activateWindow();
 }
 
 void Form1::WireSocket() {

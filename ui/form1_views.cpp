@@ -1,10 +1,15 @@
+#include <QApplication>
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
+#include <algorithm>
+#include <tuple>
+#include <utility>
 
 #include "engine/transcript.h"
 #include "game/scoring.h"
@@ -91,11 +96,15 @@ void Form1::RefreshHands(char which) {
             }
         });
         steps([&] { WriteStatusLine(); });
+        steps([&] { ShowLastMoveMarks(); });
     });
 }
 
 void Form1::WriteStatusLine() {
     const GameState& s = table_->state();
+    // The player's turn begins: a window in the background asks to be looked at.
+    if (s.MyTurn && !std::exchange(wasMyTurn_, true)) AskForAttention();
+    wasMyTurn_ = s.MyTurn;
     statusRed_ = s.MyTurn;
     QFont font = lblStatus_->font();
     font.setPointSize(s.MyTurn ? 2 * statusFontSize_ : statusFontSize_);
@@ -142,6 +151,7 @@ void Form1::RefreshUpPile() {
             });
         }
         steps([&] { frUpPile_->show(); });
+        steps([&] { ShowLastMoveMarks(); });
     });
 }
 
@@ -176,8 +186,9 @@ void Form1::CreateMeldColumn(Int16 column) {
             steps([&] {
                 if (j > 0) {
                     auto* slot = NewCardImage(frTable_, imgMeld_[0], j);
-                    connect(slot, &CardImage::clicked, this,
-                            [this](int index) { table_->imgMeld_Click(index); });
+                    connect(slot, &CardImage::clicked, this, [this](int index) {
+                        PlayerGesture([&] { table_->imgMeld_Click(index); });
+                    });
                     imgMeld_.push_back(slot);
                 }
                 CardImage* slot = imgMeld_[static_cast<std::size_t>(j)];
@@ -200,19 +211,77 @@ void Form1::ShowMeldColumn(Int16 column) {
         } else {
             Clear(slot);
         }
+        slot->setLastMove(IsLastMove(cards[k].value()));
     }
+}
+
+bool Form1::IsLastMove(int card) const {
+    return card > 0 && std::find(lastMove_.begin(), lastMove_.end(), card) != lastMove_.end();
+}
+
+void Form1::OpponentMoved(const OpponentMove& move) {
+    for (Int16 card : move.cards) lastMove_.push_back(card.value());
+    AddHistory(OpponentMoveText(move));
+    ShowLastMoveMarks();
+}
+
+// Marks follow the cards: a card the opponent took and then laid down is marked in its meld.
+void Form1::ShowLastMoveMarks() {
+    const GameState& s = table_->state();
+    for (int i = 0; i < kCardsInDeck; ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        imgRemote_[at]->setLastMove(i < s.RemoteCount.value() &&
+                                    IsLastMove(s.RemoteHand[i].value()));
+        imgUpPile_[at]->setLastMove(i < s.UpCount.value() && IsLastMove(s.UpPile[i].value()));
+    }
+    for (CardImage* slot : imgMeld_) slot->setLastMove(IsLastMove(slot->tag()));
+}
+
+void Form1::ClearLastMoveMarks() {
+    if (lastMove_.empty()) return;
+    lastMove_.clear();
+    ShowLastMoveMarks();
+}
+
+void Form1::PlayerGesture(const std::function<void()>& handler) {
+    const GameState& s = table_->state();
+    const auto moment = [&s] {
+        return std::tuple(s.MyTurn, s.HasDrawn, s.LocalCount.value(), s.TableMelds.CardsOnTable());
+    };
+    const auto before = moment();
+    handler();
+    // A draw, a meld, a lay-off or a discard: each changes one of these.
+    if (moment() != before) ClearLastMoveMarks();
+}
+
+void Form1::AskForAttention() {
+    if (!isActiveWindow()) QApplication::alert(this);
+}
+
+void Form1::AddHistory(const std::string& line) {
+    historyText_->appendPlainText(QString::fromStdString(line));
+}
+
+QStringList Form1::historyLines() const {
+    const QString text = historyText_->toPlainText();
+    return text.isEmpty() ? QStringList() : text.split('\n');
 }
 
 void Form1::RepositionMelds() {
     Procedure("RepositionMelds", [&](Steps& steps) {
         for (int j = 0; j < meldSlotCount(); ++j)
             steps([&] {
-                if (imgMeld_[static_cast<std::size_t>(j)]->isVisible()) PlaceMeldSlot(j);
+                // Asked of the slot itself: during a resize the table's frame is hidden, and
+                // every slot in it would count as invisible.
+                if (!imgMeld_[static_cast<std::size_t>(j)]->isHidden()) PlaceMeldSlot(j);
             });
     });
 }
 
 void Form1::ClearTable() {
+    // A new deal: the last round's moves are over, and only the history keeps them.
+    lastMove_.clear();
+    if (!historyText_->document()->isEmpty()) AddHistory(NewRoundText());
     Clear(imgMeld_[0]);
     imgMeld_[0]->hide();
     for (std::size_t j = 1; j < imgMeld_.size(); ++j) delete imgMeld_[j];
@@ -236,10 +305,14 @@ void Form1::ShowSelection(Int16 handIndex, bool selected) {
 }
 
 bool Form1::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == client_ && event->type() == QEvent::Resize) {
+        Form_Resize();
+        return false;
+    }
     // A click on the table's own background, not on a meld slot, lays down a new meld.
     if (watched == frTable_ && event->type() == QEvent::MouseButtonRelease &&
         static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
-        table_->frTable_Click();
+        PlayerGesture([&] { table_->frTable_Click(); });
         return true;
     }
     return QMainWindow::eventFilter(watched, event);
@@ -275,7 +348,8 @@ void AppendColoured(QTextCursor& cursor, const Transcript& t, std::size_t from,
 
 }  // namespace
 
-void Form1::ChatLineAdded(const Transcript& t, Speaker) {
+void Form1::ChatLineAdded(const Transcript& t, Speaker speaker) {
+    if (speaker == Speaker::kOpponent) AskForAttention();
     // Only the new line is written and coloured, so a long conversation costs no more per line.
     rtbConvo_->setUpdatesEnabled(false);
     QTextCursor cursor(rtbConvo_->document());

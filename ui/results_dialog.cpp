@@ -1,9 +1,11 @@
 #include "ui/results_dialog.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QLabel>
 #include <QPushButton>
 
+#include "ui/fonts.h"
 #include "ui/geometry.h"
 
 namespace kelvane {
@@ -17,9 +19,9 @@ ResultsDialog::ResultsDialog(QWidget* parent) : QDialog(parent) {
     label1_->setObjectName("Label1");
     label1_->setGeometry(Twips(240, 240, 5535, 1095));
     label1_->setAlignment(Qt::AlignCenter);
-    QFont font = label1_->font();
-    font.setPointSize(24);
-    label1_->setFont(font);
+    // A message longer than a line goes on to a second one within the label's height.
+    label1_->setWordWrap(true);
+    label1_->setFont(DesignFont(24));
     okButton_ = new QPushButton("OK", this);
     okButton_->setObjectName("OKButton");
     okButton_->setGeometry(Twips(2400, 1680, 1215, 375));
@@ -42,7 +44,11 @@ QString ResultsDialog::message() const {
 }
 
 bool ResultsDialog::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == okButton_ && event->type() == QEvent::FocusOut) close();
+    // Only a control of this program takes the focus away for good; when the player switches to
+    // another program, the button gets the focus back on his return.
+    if (watched == okButton_ && event->type() == QEvent::FocusOut &&
+        QApplication::activeWindow() != nullptr)
+        close();
     return QDialog::eventFilter(watched, event);
 }
 

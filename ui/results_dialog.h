@@ -8,7 +8,8 @@ class QPushButton;
 namespace kelvane {
 
 // The small modeless window that tells a round's or a game's result. It goes away at OK, and as
-// soon as its button loses the focus to anything else in the program: the game never waits on it.
+// soon as its button loses the focus to anything else in the program (not when the player turns to
+// another program): the game never waits on it.
 class ResultsDialog : public QDialog {
     Q_OBJECT
 

@@ -260,6 +260,106 @@ std::string PeerProgramText(const std::string& program) {
     return "Your opponent plays " + program;
 }
 
+std::string CardSign(Int16 card) {
+    static const char* const ranks[] = {"A", "2", "3",  "4", "5", "6", "7",
+                                        "8", "9", "10", "J", "Q", "K"};
+    static const char* const suits[] = {"\u2660", "\u2666", "\u2663", "\u2665"};
+    const int code = card.value();
+    if (code < 1 || code > kCardsInDeck) return "?";
+    return std::string(ranks[(code - 1) % 13]) + suits[(code - 1) / 13];
+}
+
+namespace {
+
+std::string Signs(const std::vector<Int16>& cards) {
+    std::string text;
+    for (Int16 card : cards) text += (text.empty() ? "" : " ") + CardSign(card);
+    return text;
+}
+
+std::string Signed(int points) {
+    return std::to_string(points);
+}
+
+}  // namespace
+
+std::string OpponentMoveText(const OpponentMove& m) {
+    const std::string who = "Your opponent ";
+    switch (m.kind) {
+        case OpponentMoveKind::kStackDraw:
+            // The card drawn stays his secret.
+            return who + "drew from the stack";
+        case OpponentMoveKind::kUpPileTake:
+            if (m.cards.size() == 1)
+                return who + "took the " + Name(m.cards[0]) + " from the up pile";
+            return who + "took " + std::to_string(m.cards.size()) +
+                   " cards from the up pile: " + Signs(m.cards);
+        case OpponentMoveKind::kNewMeld:
+            return who + "laid down " + Signs(m.cards);
+        case OpponentMoveKind::kLayOff:
+            return who + "laid off " + Signs(m.cards) + ", making " + Signs(m.meld);
+        case OpponentMoveKind::kDiscard:
+            break;
+    }
+    return who + "discarded the " + (m.cards.empty() ? std::string("?") : Name(m.cards[0]));
+}
+
+std::string RoundSummaryText(const GameState& s, const RoundResult& r) {
+    const MeldedPoints melded = MeldedScores(s);
+    const int you = r.local.value(), them = r.remote.value();
+    return "Round over. You melded " + Signed(melded.local.value()) + " and held " +
+           Signed(melded.local.value() - you) + " in hand: " + Signed(you) +
+           ". Your opponent melded " + Signed(melded.remote.value()) + " and held " +
+           Signed(melded.remote.value() - them) + " in hand: " + Signed(them) + ". " +
+           RoundText(r) + ".";
+}
+
+std::string NewRoundText() {
+    return "A new round is dealt.";
+}
+
+std::string GameSummaryText(GameOutcome outcome, const GameState& s) {
+    return GameText(outcome) + " Totals: you " + Signed(s.LocalScore.value()) + ", your opponent " +
+           Signed(s.RemoteScore.value()) + ".";
+}
+
+BoxText ComputerUnavailableBox() {
+    return {
+        "The computer opponent could not be started (kelvane-bot was not found beside "
+        "Kelvane, or it did not start).",
+        Buttons::kOk, Icon::kExclamation, ""};
+}
+
+std::string HelpTitle() {
+    return "How to Play Kelvane";
+}
+
+std::string HelpText() {
+    return "<h3>The game</h3>"
+           "<p>Two players each hold seven cards. On your turn you <b>draw</b> one card from the "
+           "stack, or take any card of the up pile together with every card above it (a card "
+           "taken from below the top must be melded in the same turn). Then you may <b>lay "
+           "down</b> new melds of three or more cards (a set of one rank, or a run of one suit) "
+           "and <b>lay off</b> cards onto any meld on the table. You end your turn by "
+           "<b>discarding</b> one card onto the up pile. Melding your whole hand makes you "
+           "float: you play on with an empty hand.</p>"
+           "<p>A round ends when a discard empties a hand, or after any discard once the stack "
+           "is empty. Melded cards score their points and cards left in hand cost theirs: aces "
+           "15 (5 in a meld with a two), two to nine 5, ten to king 10. The first total to "
+           "reach 500 wins the game.</p>"
+           "<h3>Controls</h3>"
+           "<ul>"
+           "<li>Click the stack, or a card of the up pile, to draw.</li>"
+           "<li>Left-click hand cards to select them; click the table's free space to lay them "
+           "down, or a meld to lay them off onto it.</li>"
+           "<li>Right-click a hand card to discard it.</li>"
+           "<li>The cards of your opponent's last move are framed in orange until you move; "
+           "Options, Move History (Ctrl+H) tells every move in words.</li>"
+           "<li>File, Connect: be the server, connect to one, or play against the computer. "
+           "Ctrl+Q quits.</li>"
+           "</ul>";
+}
+
 ScoreBoardTexts ScoreBoardText(const GameState& s) {
     // Before the first deal of a session the labels invite the player to start one.
     if (s.GamesPlayed == 0)

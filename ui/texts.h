@@ -51,6 +51,21 @@ std::string ConnectionLostText(bool reconnecting, bool stillCalling);
 // Where the player finds which program his opponent plays.
 std::string PeerProgramText(const std::string& program);
 
+// The move history, in the window's panel: one line per opponent's move, and each round's result
+// in points at its end. Cards by rank and suit sign ("10♠"), one card by its long name.
+std::string OpponentMoveText(const OpponentMove& move);
+// From the state the round ended in: each side's points melded and left in hand, and the winner.
+std::string RoundSummaryText(const GameState& state, const RoundResult& result);
+std::string NewRoundText();
+std::string GameSummaryText(GameOutcome outcome, const GameState& state);
+std::string CardSign(Int16 card);
+
+// When "Play Against the Computer" finds no computer opponent to start, or it does not start.
+BoxText ComputerUnavailableBox();
+// The short help that F1 opens: the rules and the controls, as HTML.
+std::string HelpTitle();
+std::string HelpText();
+
 // The five scoreboard labels.
 struct ScoreBoardTexts {
     std::string scores;       // lblScores

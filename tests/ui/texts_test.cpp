@@ -44,5 +44,36 @@ TEST(Texts, ScoreBoard) {
     }
 }
 
+// The move history's line for each kind of move, and the round's points at its end: the drawn
+// card is never named.
+TEST(Texts, History) {
+    using K = OpponentMoveKind;
+    const struct {
+        OpponentMove move;
+        const char* line;
+    } moves[] = {
+        {{K::kStackDraw, test::Cards("QH"), {}}, "Your opponent drew from the stack"},
+        {{K::kUpPileTake, test::Cards("AC"), {}},
+         "Your opponent took the Ace of Clubs from the up pile"},
+        {{K::kUpPileTake, test::Cards("5D 6D TH 2S"), {}},
+         "Your opponent took 4 cards from the up pile: 5\u2666 6\u2666 10\u2665 2\u2660"},
+        {{K::kNewMeld, test::Cards("9S TS JS"), test::Cards("9S TS JS")},
+         "Your opponent laid down 9\u2660 10\u2660 J\u2660"},
+        {{K::kLayOff, test::Cards("KC"), test::Cards("JC QC KC")},
+         "Your opponent laid off K\u2663, making J\u2663 Q\u2663 K\u2663"},
+        {{K::kDiscard, test::Cards("AC"), {}}, "Your opponent discarded the Ace of Clubs"},
+    };
+    for (const auto& m : moves) EXPECT_EQ(OpponentMoveText(m.move), m.line);
+
+    GameState s;
+    s.MeldCredit[Card("AH")] = 15;
+    s.MeldCredit[Card("KH")] = 10;
+    s.MeldCredit[Card("QS")] = -10;
+    // Melded 25, held 10; the opponent melded 10, held 25.
+    EXPECT_EQ(RoundSummaryText(s, {15, -15}),
+              "Round over. You melded 25 and held 10 in hand: 15. Your opponent melded 10 and "
+              "held 25 in hand: -15. You won that round.");
+}
+
 }  // namespace
 }  // namespace kelvane

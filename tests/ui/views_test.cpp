@@ -144,6 +144,7 @@ TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndKeepTheSelectionUnlessTheOwnHand
 TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
     test::SetHand(state(), "AS 2S 3S AD AC");
     test::SetUpPile(state(), "AH");
+    for (int column = 0; column < 2; ++column) window.CreateMeldColumn(column);
     const QSize design(Px(11490), Px(8715));
     const struct {
         QWidget* control;
@@ -155,7 +156,8 @@ TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
         {window.rtbConvo(), Twips(4320, 7655, 7095, 1000)},
         {window.label("lblLocalScore"), Twips(120, 480, 2895, 255)},
     };
-    const double scoreFont = window.label("lblLocalScore")->font().pointSizeF();
+    // Font sizes are recorded in whole points: 9.75 is scaled from 10, the window's 8.25 from 8.
+    const double scoreFont = 10, windowFont = 8;
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     const struct { double rx, ry; } sizes[] = {{2, 2}, {2, 1}, {0.5, 0.75}, {1.25, 1.5}, {1, 1}};
@@ -174,10 +176,19 @@ TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
                 << c.control->objectName().toStdString() << " at " << rx << " x " << ry;
         }
         EXPECT_DOUBLE_EQ(window.label("lblLocalScore")->font().pointSizeF(), scoreFont * ry);
+        EXPECT_DOUBLE_EQ(window.centralWidget()->font().pointSizeF(), windowFont * ry);
         // The hand cards are placed by their fan from the scaled frame, not scaled themselves.
         EXPECT_EQ(window.imgLocal(4)->x(),
                   Px(layout::LocalFanLeft(Tw(window.findChild<QGroupBox*>("frLocalHand")->width()),
                                           Tw(window.imgLocal(0)->width()), 5, 4)));
+        // Meld columns follow the table's new size, each row in its place.
+        const QGroupBox* table = window.frTable();
+        const CardImage* meld = window.imgMeld(13 + 3);
+        EXPECT_EQ(meld->geometry(),
+                  QRect(Px(layout::MeldLeft(Tw(table->width()), Tw(window.imgMeld(0)->width()), 1)),
+                        Px(layout::MeldTop(Tw(table->height()), 3)), window.imgMeld(0)->width(),
+                        window.imgMeld(0)->height()))
+            << rx << " x " << ry;
         // The up pile's cards keep their top whatever the height.
         EXPECT_EQ(window.imgUpPile(0)->y(), Px(120));
     }

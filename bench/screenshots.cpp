@@ -1,0 +1,119 @@
+// Takes the README's screenshots: the window against the computer opponent, started from its own
+// menu, with a simple player who draws from the stack, selects two cards and discards through the
+// mouse, as a person would. Run it on a display (Xvfb) with the screen's whole picture taken, as a
+// screenshot tool would:
+//   DISPLAY=:7 build/release/bench/kelvane_screenshots docs [prefix]
+// It writes <prefix>round.png (a round in progress, the opponent's last move marked),
+// <prefix>selection.png (two cards selected after the draw), <prefix>results.png (the results
+// window) and <prefix>history.png (the move history open).
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPixmap>
+#include <QScreen>
+#include <QTest>
+#include <QThread>
+#include <functional>
+#include <iostream>
+#include <random>
+
+#include "qtnet/qt_socket.h"
+#include "sim/random_policy.h"
+#include "ui/card_image.h"
+#include "ui/computer_opponent.h"
+#include "ui/deck.h"
+#include "ui/form1.h"
+#include "ui/results_dialog.h"
+
+namespace kelvane {
+namespace {
+
+// Answers Yes to each discard question; a refusal leaves the random player to find a move.
+class Player : public Form1 {
+  public:
+    using Form1::Form1;
+    bool ShowBox(const BoxText& box) override {
+        refused = box.buttons == Buttons::kOk;
+        return true;
+    }
+    bool refused = false;
+};
+
+void Wait(const std::function<bool()>& done, int ms = 60000) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+void Settle(int ms) {
+    Wait([] { return false; }, ms);
+}
+
+bool Shoot(Form1& window, const QString& path) {
+    QRect area = window.frameGeometry();
+    if (ResultsDialog* d = window.resultsDialog(); d && d->isVisible())
+        area = area.united(d->frameGeometry());
+    const QPixmap shot =
+        window.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    std::cout << path.toStdString() << " " << shot.width() << "x" << shot.height() << "\n";
+    return shot.save(path);
+}
+
+}  // namespace
+}  // namespace kelvane
+
+int main(int argc, char** argv) {
+    using namespace kelvane;
+    QApplication app(argc, argv);
+    const QDir out(argc > 1 ? argv[1] : ".");
+    const QString prefix = argc > 2 ? argv[2] : "";
+    Deck deck;
+    QtSocket socket;
+    Player window(socket, deck);
+    window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", "300"});
+    window.show();
+    window.action("mnuComputer")->trigger();
+    const GameState& s = window.table().state();
+    Wait([&] { return s.LocalCount > 0; });
+    sim::RandomPolicy fallback(3);
+    std::mt19937 random(9);
+    bool shotRound = false;
+    int turns = 0;
+    while (!window.resultsDialog() || !window.resultsDialog()->isVisible()) {
+        Wait([&] {
+            return s.MyTurn || (window.resultsDialog() && window.resultsDialog()->isVisible());
+        });
+        if (!s.MyTurn) break;
+        ++turns;
+        const bool shoot =
+            !shotRound && turns >= 4 && s.TableMelds.ColumnCount() > 0 && s.LocalCount >= 6;
+        // The opponent's last turn still marked, before the player's draw ends the marks.
+        if (shoot) Settle(300), Shoot(window, out.filePath(prefix + "round.png"));
+        if (!s.HasDrawn) QTest::mouseClick(window.imgStack(), Qt::LeftButton);
+        Settle(200);
+        if (shoot) {
+            // Two cards selected, as a player gathering a meld would.
+            QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
+            QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
+            Settle(300);
+            shotRound = Shoot(window, out.filePath(prefix + "selection.png"));
+            QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
+            QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
+        }
+        window.refused = false;
+        const int pick = std::uniform_int_distribution<int>(0, s.LocalCount.value() - 1)(random);
+        QTest::mousePress(window.imgLocal(pick), Qt::RightButton);
+        if (window.refused || s.MyTurn) fallback.Act(window.table());
+        Settle(100);
+    }
+    Settle(500);
+    Shoot(window, out.filePath(prefix + "results.png"));
+    if (ResultsDialog* d = window.resultsDialog()) d->close();
+    window.action("mnuHistory")->trigger();
+    Settle(500);
+    Shoot(window, out.filePath(prefix + "history.png"));
+    return shotRound ? 0 : 1;
+}
