@@ -141,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(BothSeats, WindowAgainstBot, ::testing::Bool(), [](cons
 // not have sent is told in one box, the connection closed, the window left open on the game with
 // both session commands enabled; a flood of empty frames changes nothing. Never a failure report.
 TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
-    const std::string deal = "(" + DealMessage(ShuffleOrder(SeededRandom(9))) + ")";
+    const std::string deal = Frame(DealMessage(ShuffleOrder(SeededRandom(9))));
     std::string flood, ones;
     for (int i = 0; i < 1'000'000; ++i) flood += "()";
     for (int i = 0; i < kCardsInDeck; ++i) ones += "01,";
