@@ -13,7 +13,7 @@ std::string Summary(const ParsedOptions& parsed) {
     if (!parsed.error.empty()) return "refused: " + parsed.error;
     const BotOptions& o = parsed.options;
     const BotOptions bare;
-    std::string text = o.help ? "help" : "";
+    std::string text = o.help ? "help" : o.version ? "version" : "";
     if (o.serve) text += " serve";
     if (!o.host.empty()) text += " host=" + o.host;
     if (o.port != bare.port) text += " port=" + std::to_string(o.port);
@@ -37,6 +37,9 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
          " host=10.0.0.2 port=65535 rounds=1 seed=18446744073709551615 delay=60000"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
+        {{"--version"}, "version"},
+        {{"--serve", "--port", "x", "--version"}, "version"},
+        {{"--version", "--help"}, "help"},
         {{"--serve", "--port", "65536"}, "refused: --port needs a number"},
         {{"--serve", "--port", "-1"}, "refused: --port needs a number"},
         {{"--serve", "--rounds", "0"}, "refused: --rounds needs a whole number"},
