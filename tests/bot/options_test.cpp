@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -76,6 +79,25 @@ TEST(BotOptions, ResultLinesReadAsTheBotsOwnScore) {
               "Round 12: you 165, opponent 0. Totals: you 475, opponent 505.");
     EXPECT_EQ(GameLine(505, 470), "Game: you won 505 to 470.");
     EXPECT_EQ(GameLine(480, 515), "Game: you lost 480 to 515.");
+}
+
+// The manual page is written by hand; an option added to the program must be described there too.
+TEST(BotOptions, TheManualPageDescribesEveryOptionTheUsageTextLists) {
+    std::ifstream file(KELVANE_BOT_MANUAL);
+    ASSERT_TRUE(file) << KELVANE_BOT_MANUAL;
+    std::ostringstream page;
+    page << file.rdbuf();
+    const std::string usage = UsageText();
+    const std::regex option("--[a-z]+");
+    int options = 0;
+    for (auto it = std::sregex_iterator(usage.begin(), usage.end(), option);
+         it != std::sregex_iterator(); ++it, ++options) {
+        // An entry of the page's option list: a tagged paragraph whose bold tag is the option,
+        // each hyphen a reader types written "\-".
+        const std::regex entry(R"(\.TP\n\.B[IR]? \\-\\-)" + it->str().substr(2) + R"(\b)");
+        EXPECT_TRUE(std::regex_search(page.str(), entry)) << "no entry for " << it->str();
+    }
+    EXPECT_GE(options, 8);
 }
 
 }  // namespace
