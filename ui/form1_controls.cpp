@@ -142,7 +142,7 @@ void Form1::BuildControls() {
 }
 
 void Form1::BuildMenus() {
-    auto add = [this](QMenu* menu, const char* name, const char* caption) {
+    auto add = [](QMenu* menu, const char* name, const char* caption) {
         QAction* a = menu->addAction(caption);
         a->setObjectName(name);
         return a;

@@ -166,9 +166,10 @@ TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
         std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
         peer->setParent(nullptr);
         peer->write(bytes.data(), static_cast<qint64>(bytes.size()));
-        const auto settled = [&] {
-            return told.empty() ? window.rtbConvo()->toPlainText().contains("still here")
-                                : !window.boxes.empty();
+        // Copied in: a lambda may not capture a structured binding before Clang 16.
+        const auto settled = [&, quiet = told.empty()] {
+            return quiet ? window.rtbConvo()->toPlainText().contains("still here")
+                         : !window.boxes.empty();
         };
         ASSERT_TRUE(QTest::qWaitFor(settled, 5000));
         EXPECT_TRUE(window.failures.empty()) << window.failures.front();
