@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
     while (!server.hasPendingConnections()) QCoreApplication::processEvents();
     std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
     const std::string deal =
-        "(" + kelvane::DealMessage(kelvane::ShuffleOrder(kelvane::SeededRandom(9))) + ")";
+        kelvane::Frame(kelvane::DealMessage(kelvane::ShuffleOrder(kelvane::SeededRandom(9))));
     peer->write(deal.data(), static_cast<qint64>(deal.size()));
     while (window.table().state().LocalCount < 7) QCoreApplication::processEvents();
     const double before = PeakMegabytes();

@@ -339,6 +339,10 @@ int main(int argc, char** argv) {
         std::cout << UsageText();
         return 0;
     }
+    if (parsed.options.version) {
+        std::cout << VersionText();
+        return 0;
+    }
     QCoreApplication app(argc, argv);
     Session session(parsed.options);
     if (!session.Start()) return kExitFailure;

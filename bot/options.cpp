@@ -34,11 +34,15 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         parsed.error = std::move(error);
         return parsed;
     };
-    // Asking for help is answered whatever else the line holds.
+    // Asking for help, or else for the version, is answered whatever else the line holds.
     if (std::find_if(args.begin(), args.end(), [](const std::string& a) {
             return a == "--help" || a == "-h";
         }) != args.end()) {
         o.help = true;
+        return parsed;
+    }
+    if (std::find(args.begin(), args.end(), "--version") != args.end()) {
+        o.version = true;
         return parsed;
     }
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -140,9 +144,14 @@ std::string UsageText() {
            ", 0 for none:\n"
            "                  with --seed the same play on any machine)\n"
            "  --help          show this text\n"
+           "  --version       show the version\n"
            "\n"
            "One line per finished round on standard output; chat from the opponent on standard\n"
            "error.\n";
+}
+
+std::string VersionText() {
+    return "kelvane-bot " KELVANE_VERSION "\n";
 }
 
 std::string RoundLine(int round, int you, int opponent, int totalYou, int totalOpponent) {

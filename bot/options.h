@@ -19,6 +19,7 @@ inline constexpr int kDefaultResumeSeconds = 60;
 // What the command line asks of kelvane-bot.
 struct BotOptions {
     bool help = false;
+    bool version = false;
     bool serve = false;
     std::string host;  // the server to connect to, when not serving
     int port = 8895;   // 0 with --serve: a free port the system chooses, told on standard error
@@ -44,6 +45,8 @@ struct ParsedOptions {
 ParsedOptions ParseOptions(const std::vector<std::string>& args);
 
 std::string UsageText();
+// "kelvane-bot" and the version of the game it belongs to, one line.
+std::string VersionText();
 
 // The lines a person or a script reads on standard output. Points are the bot's first.
 std::string RoundLine(int round, int you, int opponent, int totalYou, int totalOpponent);

@@ -19,9 +19,14 @@ constexpr std::size_t kShortPiece = 12;
 // What a player was told, for a failure's reason.
 std::string Told(const Notice& notice) {
     switch (notice.kind) {
-        case NoticeKind::kRefused:
-            return std::string("refused: ") + RefusalName(notice.refusal.refusal) +
-                   (notice.refusal.card != 0 ? " " + GetCardName(notice.refusal.card, false) : "");
+        case NoticeKind::kRefused: {
+            std::string text = std::string("refused: ") + RefusalName(notice.refusal.refusal);
+            if (notice.refusal.card != 0) {
+                text += ' ';
+                text += GetCardName(notice.refusal.card, false);
+            }
+            return text;
+        }
         case NoticeKind::kServerTooOld:
             return "the server is too old";
         case NoticeKind::kUnableToConnect:

@@ -92,7 +92,10 @@ inline std::string Watch(const std::vector<Program*>& programs, const std::funct
     const auto calledOff = [&](const std::string& why) {
         std::string story = why;
         if (seen) story += "\n" + lastSeen;
-        for (const Program* p : programs) story += "\n" + p->Story();
+        for (const Program* p : programs) {
+            story += '\n';
+            story += p->Story();
+        }
         return story;
     };
     QElapsedTimer sinceProgress;

@@ -1,17 +1,20 @@
 #!/usr/bin/env bash
 # Sets up a Debian 12 machine for Kelvane and builds, plays, tests or benchmarks it.
 #   bash tools/dev.sh play       install what is missing, build, start the game
-#   bash tools/dev.sh test       install what is missing, build, run every test
+#   bash tools/dev.sh test       install what is missing, build, run every test, check the package
 #   bash tools/dev.sh sanitize   the tests again under AddressSanitizer + UBSan
 #   bash tools/dev.sh format     check the formatting of every C++ file
 #   bash tools/dev.sh bench      build and run the benchmarks and the start-up comparison
 #   bash tools/dev.sh fuzz [s]   fuzz what each role receives, s seconds each (default 60)
+#   bash tools/dev.sh package    build the Debian package and check what it installs
+#   bash tools/dev.sh plain      build and test the way a packager does, without the presets
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
           qt6-base-dev qt6-base-private-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5
-          fonts-liberation2 clang libclang-rt-14-dev)
+          fonts-liberation2 clang libclang-rt-14-dev dpkg-dev file desktop-file-utils appstream
+          groff-base)
 
 install_missing() {
     local missing=()
@@ -42,6 +45,26 @@ test)
     install_missing
     build release
     QT_QPA_PLATFORM=offscreen ctest --preset release
+    bash packaging/check.sh build/release
+    ;;
+package)
+    install_missing
+    build release
+    bash packaging/check.sh build/release
+    ;;
+plain)
+    # A packager's build: no preset, no options but the build type, the default generator and
+    # compiler. Warnings do not stop it, but any warning here fails the task, so none reaches a
+    # packager's log.
+    install_missing
+    cmake -S . -B build/plain -DCMAKE_BUILD_TYPE=Release >/dev/null
+    cmake --build build/plain --parallel "$(nproc)" 2>&1 | tee build/plain/build.log
+    if grep -q 'warning:' build/plain/build.log; then
+        echo "The plain build warned:" >&2
+        grep -A3 'warning:' build/plain/build.log >&2
+        exit 1
+    fi
+    (cd build/plain && QT_QPA_PLATFORM=offscreen ctest --output-on-failure --parallel "$(nproc)")
     ;;
 sanitize)
     install_missing
@@ -78,7 +101,7 @@ fuzz)
     exit $status
     ;;
 *)
-    sed -n '2,8p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

@@ -149,7 +149,7 @@ void Form1::BuildControls() {
 
 void Form1::BuildMenus() {
     // Captions carry their mnemonics (Alt+F opens "File"); the underline is the only difference.
-    auto add = [this](QMenu* menu, const char* name, const char* caption) {
+    auto add = [](QMenu* menu, const char* name, const char* caption) {
         QAction* a = menu->addAction(caption);
         a->setObjectName(name);
         return a;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,7 @@ std::string Summary(const ParsedOptions& parsed) {
     if (!parsed.error.empty()) return "refused: " + parsed.error;
     const BotOptions& o = parsed.options;
     const BotOptions bare;
-    std::string text = o.help ? "help" : "";
+    std::string text = o.help ? "help" : o.version ? "version" : "";
     if (o.serve) text += " serve";
     if (!o.host.empty()) text += " host=" + o.host;
     if (o.port != bare.port) text += " port=" + std::to_string(o.port);
@@ -42,6 +44,9 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
          " serve level=1 playouts=5 think=0"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
+        {{"--version"}, "version"},
+        {{"--serve", "--port", "x", "--version"}, "version"},
+        {{"--version", "--help"}, "help"},
         {{"--serve", "--port", "65536"}, "refused: --port needs a number"},
         {{"--serve", "--port", "-1"}, "refused: --port needs a number"},
         {{"--serve", "--rounds", "0"}, "refused: --rounds needs a whole number"},
@@ -81,6 +86,37 @@ TEST(BotOptions, ResultLinesReadAsTheBotsOwnScore) {
               "Round 12: you 165, opponent 0. Totals: you 475, opponent 505.");
     EXPECT_EQ(GameLine(505, 470), "Game: you won 505 to 470.");
     EXPECT_EQ(GameLine(480, 515), "Game: you lost 480 to 515.");
+}
+
+// The manual page is written by hand; an option added to the program must be described there too.
+TEST(BotOptions, TheManualPageDescribesEveryOptionTheUsageTextLists) {
+    std::ifstream file(KELVANE_BOT_MANUAL);
+    ASSERT_TRUE(file) << KELVANE_BOT_MANUAL;
+    std::ostringstream read;
+    read << file.rdbuf();
+    const std::string page = read.str();
+    const std::string usage = UsageText();
+    const auto letter = [](char c) { return c >= 'a' && c <= 'z'; };
+    int options = 0;
+    for (std::size_t at = usage.find("--"); at != std::string::npos; at = usage.find("--", at)) {
+        std::size_t end = at + 2;
+        while (end < usage.size() && letter(usage[end])) ++end;
+        const std::string name = usage.substr(at + 2, end - at - 2);
+        at = end;
+        ++options;
+        // An entry of the page's option list: a tagged paragraph whose bold tag is the option,
+        // each hyphen a reader types written "\-".
+        bool described = false;
+        for (const char* font : {".B ", ".BI ", ".BR "}) {
+            const std::string tag = std::string(".TP\n") + font + "\\-\\-" + name;
+            const std::size_t found = page.find(tag);
+            const std::size_t after = found + tag.size();
+            described |=
+                found != std::string::npos && (after == page.size() || !letter(page[after]));
+        }
+        EXPECT_TRUE(described) << "no entry for --" << name;
+    }
+    EXPECT_GE(options, 8);
 }
 
 }  // namespace

@@ -76,7 +76,10 @@ inline RandomSource DrawingCodes(std::vector<int> codes) {
 template <typename Array>
 std::string Names(const Array& cards, Int16 n) {
     std::string text;
-    for (Int16 i = 0; i < n; ++i) text += (i > 0 ? " " : "") + GetCardName(cards[i], false);
+    for (Int16 i = 0; i < n; ++i) {
+        if (i > 0) text += ' ';
+        text += GetCardName(cards[i], false);
+    }
     return text;
 }
 

@@ -131,8 +131,10 @@ TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
         Peer& peer = serverCloses ? s.client : s.server;
         const int index = serverCloses ? 1 : 0;
         for (const std::string& payload : payloads) {
-            for (auto [from, to, at] :
+            for (auto [from, receiver, at] :
                  {std::tuple{&closer, &peer, index}, {&peer, &closer, 1 - index}}) {
+                // A lambda may not capture a structured binding before Clang 16.
+                Peer* to = receiver;
                 to->received.clear();
                 from->socket.Send(at, payload);
                 const bool arrived = Until([&] { return to->received.size() >= payload.size(); });

@@ -256,7 +256,7 @@ TEST(WindowAgainstBot, ResumesAfterTheLineDrops) {
 // not have sent is told in one box, the connection closed, the window left open on the game with
 // both session commands enabled; a flood of empty frames changes nothing. Never a failure report.
 TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
-    const std::string deal = "(" + DealMessage(ShuffleOrder(SeededRandom(9))) + ")";
+    const std::string deal = Frame(DealMessage(ShuffleOrder(SeededRandom(9))));
     std::string flood, ones;
     for (int i = 0; i < 1'000'000; ++i) flood += "()";
     for (int i = 0; i < kCardsInDeck; ++i) ones += "01,";
@@ -281,9 +281,10 @@ TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
         std::unique_ptr<QTcpSocket> peer(server.nextPendingConnection());
         peer->setParent(nullptr);
         peer->write(bytes.data(), static_cast<qint64>(bytes.size()));
-        const auto settled = [&] {
-            return told.empty() ? window.rtbConvo()->toPlainText().contains("still here")
-                                : !window.boxes.empty();
+        // Copied in: a lambda may not capture a structured binding before Clang 16.
+        const auto settled = [&, quiet = told.empty()] {
+            return quiet ? window.rtbConvo()->toPlainText().contains("still here")
+                         : !window.boxes.empty();
         };
         ASSERT_TRUE(QTest::qWaitFor(settled, 5000));
         EXPECT_TRUE(window.failures.empty()) << window.failures.front();

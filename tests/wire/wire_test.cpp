@@ -103,7 +103,7 @@ TEST(ReceiveLoop, CutsFramesAsTheyCompleteHoweverTheStreamIsSplit) {
     const std::string longest(kFrameLimit, 'x'), tooLong(kFrameLimit + 1, 'x');
     const std::pair<std::vector<std::string>, std::vector<std::string>> limits[] = {
         {{"(" + longest + ")(C:)"}, {longest, "C:"}},
-        {{"(" + longest.substr(0, 100), longest.substr(100) + ")"}, {longest}},
+        {{std::string("(").append(longest, 0, 100), longest.substr(100) + ")"}, {longest}},
         {{"(C:)(" + tooLong + ")"}, {"C:", "too long"}},
         {{"(" + tooLong}, {"too long"}},
         {{"(" + longest, "x"}, {"too long"}},
