@@ -35,7 +35,7 @@ using kelvane::sim::RandomPolicy;
 constexpr int kRoundsPerDuel = 100;
 
 struct Tally {
-    long long rounds = 0, duels = 0, stuck = 0, games = 0, botGames = 0;
+    long long rounds = 0, duels = 0, stuck = 0, games = 0, botGames = 0, frozen = 0;
     long long botPoints = 0, randomPoints = 0;
     std::map<std::string, int> stuckReasons;
 };
@@ -114,6 +114,7 @@ int main(int argc, char** argv) {
         }
         ++t.duels;
         t.stuck += r.stuck ? 1 : 0;
+        t.frozen += r.roundsNobodyCouldDraw;
         if (r.stuck) ++t.stuckReasons[r.stuckReason];
         t.rounds += r.rounds;
         t.games += r.games;
@@ -131,6 +132,7 @@ int main(int argc, char** argv) {
                 t.stuck);
     for (const auto& [reason, count] : t.stuckReasons)
         std::printf("  stuck %d times: %s\n", count, reason.c_str());
+    std::printf("rounds nobody could draw in, scored: %lld\n", t.frozen);
     std::printf(
         "500-point games:    bot won %lld of %lld (%.1f%%)\n", t.botGames, t.games,
         t.games > 0 ? 100.0 * static_cast<double>(t.botGames) / static_cast<double>(t.games) : 0.0);

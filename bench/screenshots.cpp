@@ -75,7 +75,7 @@ int main(int argc, char** argv) {
     Player window(socket, deck);
     window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", "300"});
     window.show();
-    window.action("mnuComputer")->trigger();
+    window.action("mnuComputerLevel2")->trigger();
     const GameState& s = window.table().state();
     Wait([&] { return s.LocalCount > 0; });
     sim::RandomPolicy fallback(3);

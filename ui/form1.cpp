@@ -292,7 +292,7 @@ std::string Form1::AskHost() {
     return ok ? answer.toStdString() : std::string();
 }
 
-void Form1::PlayAgainstComputer() {
+void Form1::PlayAgainstComputer(int level) {
     EnableSessionMenus(false);
     computer_ = std::make_unique<ComputerOpponent>();
     connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
@@ -306,9 +306,8 @@ void Form1::PlayAgainstComputer() {
         EnableSessionMenus(true);
         ShowBox(ComputerUnavailableBox());
     });
-    // The second computer level adds its choice to this command line.
     computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_,
-                     botArguments_);
+                     QStringList{"--level", QString::number(level)} + botArguments_);
 }
 
 void Form1::Pause(int milliseconds) {

@@ -45,8 +45,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
 
     Table& table() { return *table_; }
 
-    // "Play Against the Computer": starts the computer opponent and connects to it.
-    void PlayAgainstComputer();
+    // "Play Against the Computer": starts the computer opponent at `level` and connects to it.
+    void PlayAgainstComputer(int level);
     // Where the computer opponent's program is (by default found beside this program), and what
     // its command line adds to serving.
     void UseBotProgram(const QString& path, const QStringList& arguments = {}) {

@@ -163,7 +163,7 @@ TEST(PlayAgainstTheComputer, PlaysARoundFromTheMenuAndTheBotGoesWithTheWindow) {
     auto window = std::make_unique<QuietWindow>(socket, deck);
     window->UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     window->show();
-    window->action("mnuComputer")->trigger();
+    window->action("mnuComputerLevel1")->trigger();
     EXPECT_FALSE(window->action("mnuServer")->isEnabled());
     ASSERT_TRUE(QTest::qWaitFor([&] { return window->table().state().LocalCount > 0; }, 15000))
         << "the bot dealt";
