@@ -238,6 +238,7 @@ void Form1::ShowConnectionBack() {
 
 void Form1::ShowPeerProgram(const std::string& program) {
     lblStatus_->setToolTip(QString::fromStdString(PeerProgramText(program)));
+    AddHistory(PeerProgramText(program));
 }
 
 void Form1::ShowRoundResult(const RoundResult& result) {

@@ -179,6 +179,8 @@ TEST(PlayAgainstTheComputer, PlaysARoundFromTheMenuAndTheBotGoesWithTheWindow) {
     for (const std::string& box : window->boxes)
         EXPECT_TRUE(box.starts_with("Discard the ")) << box;
     EXPECT_TRUE(window->historyLines().filter("Your opponent discarded").size() >= 1);
+    // The computer opponent announced itself, as a Kelvane program does.
+    EXPECT_EQ(window->historyLines().front(), "Your opponent plays kelvane-bot " KELVANE_VERSION);
 
     ASSERT_NE(window->computerOpponent(), nullptr);
     const qint64 pid = window->computerOpponent()->processId();
