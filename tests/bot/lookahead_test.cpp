@@ -11,44 +11,12 @@
 
 #include "engine/table.h"
 #include "sim/duel.h"
+#include "watched_seat.h"
 
 namespace kelvane::bot {
 namespace {
 
 constexpr LookaheadBudget kRepeatable{24, 0};
-
-// Level 2, noting the engine's whole state whenever it is about to decide a draw or a plan.
-class Watched : public Policy {
-  public:
-    Watched(std::vector<GameState>& states, std::uint64_t seed)
-        : states_(states), bot_(kRepeatable, seed) {}
-    void Act(Table& table) override {
-        bool selecting = false;
-        for (Int16 i = 0; i < table.state().LocalCount; ++i) selecting |= table.IsSelected(i);
-        if (!selecting) states_.push_back(table.state());
-        bot_.Act(table);
-    }
-
-  private:
-    std::vector<GameState>& states_;
-    LookaheadPolicy bot_;
-};
-
-// The stock's order and the opponent's cards not known to be in his hand dealt out afresh.
-GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
-    GameState out = s;
-    std::vector<Int16*> hidden;
-    for (Int16 i = 0; i < s.StackCount; ++i) hidden.push_back(&out.Stack[i]);
-    const auto known = s.KnownCards.begin(), knownEnd = known + s.KnownCount.value();
-    for (Int16 i = 0; i < s.RemoteCount; ++i)
-        if (std::find(known, knownEnd, s.RemoteHand[i]) == knownEnd)
-            hidden.push_back(&out.RemoteHand[i]);
-    std::vector<Int16> cards;
-    for (Int16* slot : hidden) cards.push_back(*slot);
-    std::shuffle(cards.begin(), cards.end(), random);
-    for (std::size_t k = 0; k < hidden.size(); ++k) *hidden[k] = cards[k];
-    return out;
-}
 
 std::string Decision(const GameState& s, std::uint64_t seed) {
     if (!s.HasDrawn) {
@@ -73,7 +41,7 @@ std::string Decision(const GameState& s, std::uint64_t seed) {
 TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
     std::vector<GameState> states;
     for (std::uint64_t seed : {3u, 4u}) {
-        Watched level2(states, seed);
+        test::Watched<LookaheadPolicy> level2(states, kRepeatable, seed);
         BotPolicy level1;
         const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, level2, level1, 6)
                                            : sim::PlayDuel(seed, level1, level2, 6);
@@ -85,7 +53,7 @@ TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
     for (std::size_t i = 0; i < states.size(); i += 3) {
         const GameState& s = states[i];
         const std::string decision = Decision(s, 5);
-        ASSERT_EQ(decision, Decision(Rescrambled(s, random), 5)) << "state " << i;
+        ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), 5)) << "state " << i;
         changedBySeed += decision != Decision(s, 6);
     }
     EXPECT_GT(changedBySeed, 0);
@@ -96,7 +64,7 @@ TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
 // every card is somewhere exactly once.
 TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
     std::vector<GameState> states;
-    Watched a(states, 1), b(states, 2);
+    test::Watched<LookaheadPolicy> a(states, kRepeatable, 1), b(states, kRepeatable, 2);
     ASSERT_EQ(sim::PlayDuel(9, a, b, 3).failure, "");
     std::mt19937_64 random(3);
     int knownKept = 0;

@@ -10,43 +10,10 @@
 #include "bot/bot_policy.h"
 #include "engine/table.h"
 #include "sim/duel.h"
+#include "watched_seat.h"
 
 namespace kelvane::bot {
 namespace {
-
-// The bot, noting the engine's whole state each time it is about to decide: before drawing, and
-// after it with nothing selected (before each meld and before the discard).
-class Watched : public Policy {
-  public:
-    explicit Watched(std::vector<GameState>& states) : states_(states) {}
-    void Act(Table& table) override {
-        bool selecting = false;
-        for (Int16 i = 0; i < table.state().LocalCount; ++i) selecting |= table.IsSelected(i);
-        if (!selecting) states_.push_back(table.state());
-        bot_.Act(table);
-    }
-
-  private:
-    std::vector<GameState>& states_;
-    BotPolicy bot_;
-};
-
-// The same position with the stock's order and the opponent's cards not known to be in his
-// hand dealt out afresh over the same places.
-GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
-    GameState out = s;
-    std::vector<Int16*> hidden;
-    for (Int16 i = 0; i < s.StackCount; ++i) hidden.push_back(&out.Stack[i]);
-    const auto known = s.KnownCards.begin(), knownEnd = known + s.KnownCount.value();
-    for (Int16 i = 0; i < s.RemoteCount; ++i)
-        if (std::find(known, knownEnd, s.RemoteHand[i]) == knownEnd)
-            hidden.push_back(&out.RemoteHand[i]);
-    std::vector<Int16> cards;
-    for (Int16* slot : hidden) cards.push_back(*slot);
-    std::shuffle(cards.begin(), cards.end(), random);
-    for (std::size_t k = 0; k < hidden.size(); ++k) *hidden[k] = cards[k];
-    return out;
-}
 
 // What the bot would do next, and what it judges that worth, in words.
 std::string Decision(const GameState& s) {
@@ -73,14 +40,14 @@ std::string Decision(const GameState& s) {
 TEST(BotPolicy, DecidesFromItsSeatAloneAndDigsIntoThePileOnlyToMeld) {
     std::vector<GameState> states;
     for (std::uint64_t seed : {3u, 4u, 5u}) {
-        Watched server(states), client(states);
+        test::Watched<BotPolicy> server(states), client(states);
         EXPECT_EQ(sim::PlayDuel(seed, server, client, 12).failure, "") << "seed " << seed;
     }
     std::mt19937_64 random(17);
     int deepTakes = 0;
     for (const GameState& s : states) {
         for (int deal = 0; deal < 3; ++deal)
-            ASSERT_EQ(Decision(s), Decision(Rescrambled(s, random)));
+            ASSERT_EQ(Decision(s), Decision(test::Rescrambled(s, random)));
         const GameState seen = SeatView(s);
         const std::optional<Draw> d = seen.HasDrawn ? std::nullopt : ChooseDraw(seen);
         if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;

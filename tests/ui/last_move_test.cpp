@@ -19,25 +19,13 @@
 #include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
+#include "unattended_window.h"
 #include "wire/wire.h"
 
 namespace kelvane {
 namespace {
 
 using test::Card;
-
-// Answers every box with Yes, names 127.0.0.1, and does not sit through the holds.
-class QuietWindow : public Form1 {
-  public:
-    using Form1::Form1;
-    bool ShowBox(const BoxText& box) override {
-        boxes.push_back(box.text);
-        return true;
-    }
-    std::string AskHost() override { return "127.0.0.1"; }
-    void Pause(int) override {}
-    std::vector<std::string> boxes;
-};
 
 // A window connected to a peer that says nothing; the test hands it the peer's moves.
 struct ConnectedWindow {
@@ -52,7 +40,7 @@ struct ConnectedWindow {
     QTcpServer peer;
     QtSocket socket;
     Deck deck;
-    QuietWindow window{socket, deck};
+    test::UnattendedWindow window{socket, deck};
     bool connected = false;
 };
 
@@ -160,7 +148,7 @@ TEST(LastMove, MarkedByEachReceivedMoveUntilThePlayersNextMove) {
 TEST(PlayAgainstTheComputer, PlaysARoundFromTheMenuAndTheBotGoesWithTheWindow) {
     Deck deck;
     QtSocket socket;
-    auto window = std::make_unique<QuietWindow>(socket, deck);
+    auto window = std::make_unique<test::UnattendedWindow>(socket, deck);
     window->UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     window->show();
     window->action("mnuComputerLevel1")->trigger();

@@ -28,31 +28,11 @@
 #include "sim/random_policy.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
+#include "unattended_window.h"
 #include "wire/wire.h"
 
 namespace kelvane {
 namespace {
-
-// The real window with a player who answers every box with Yes or OK, names 127.0.0.1 as the
-// server and does not sit through the one-second holds. Everything else is the program's own.
-class UnattendedWindow : public Form1 {
-  public:
-    using Form1::Form1;
-
-    bool ShowBox(const BoxText& box) override {
-        boxes.push_back(box.text);
-        return true;
-    }
-    std::string AskHost() override { return "127.0.0.1"; }
-    void Pause(int) override {}
-    bool AskToContinue(const std::string& text) override {
-        failures.push_back(text);
-        return true;
-    }
-
-    std::vector<std::string> boxes;
-    std::vector<std::string> failures;
-};
 
 // A whole 500-point game between the window, moved by a random legal player through its table's
 // handlers, and a kelvane-bot process, with the window serving in one case and connecting in the
@@ -66,11 +46,11 @@ TEST_P(WindowAgainstBot, PlaysAWholeGame) {
     struct Kelvane {
         explicit Kelvane(Deck& d) : window(socket, d, [] { return SeededRandom(11); }) {}
         QtSocket socket;
-        UnattendedWindow window;
+        test::UnattendedWindow window;
     };
     auto program = std::make_unique<Kelvane>(deck);
     QtSocket& socket = program->socket;
-    UnattendedWindow& window = program->window;
+    test::UnattendedWindow& window = program->window;
     window.show();
     sim::RandomPolicy player(5);
     // Whose turn it is says which side stopped, should the game stop; any change is progress.
@@ -196,8 +176,8 @@ std::string TableView(const GameState& s) {
 TEST(WindowAgainstBot, ResumesAfterTheLineDrops) {
     Deck deck;
     auto socket = std::make_unique<QtSocket>();
-    auto program = std::make_unique<UnattendedWindow>(*socket, deck);
-    UnattendedWindow& window = *program;
+    auto program = std::make_unique<test::UnattendedWindow>(*socket, deck);
+    test::UnattendedWindow& window = *program;
     window.show();
     sim::RandomPolicy player(5);
     test::Program bot("the bot", "Your opponent left.");
@@ -273,7 +253,7 @@ TEST(WindowAgainstHostilePeer, RefusesInOneBoxAndStaysOpenForANewSession) {
         QTcpServer server;
         ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
         QtSocket socket;
-        UnattendedWindow window(socket, deck);
+        test::UnattendedWindow window(socket, deck);
         window.show();
         window.table().UsePort(server.serverPort());
         window.table().mnuClient_Click();
