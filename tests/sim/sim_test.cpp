@@ -209,6 +209,8 @@ TEST(Duel, DigestsCatchProgramsThatHaveComeApart) {
         if (atResume) duel.Cut(0, 0);
         const DuelResult result = duel.Play(3);
         EXPECT_NE(result.failure.find("the digests differ"), std::string::npos) << result.failure;
+        // Told where it was first seen: before the round ends, or at its end.
+        EXPECT_EQ(result.rounds, atResume ? 0 : 1);
     }
 }
 
