@@ -106,8 +106,10 @@ void Table::Resume(const Hello& hello) {
     if (!fits) return FailLink(PeerFaultKind::kOutOfPlace);
     link_.down = false;
     Confirmed(hello.applied);
+    // A connection that closes again at once is lost again; the next resume sends these.
     const int index = ConnectionSocket();
-    for (const std::string& frame : link_.kept) socket_.Send(index, frame);
+    if (socket_.State(index) == kSocketConnected)
+        for (const std::string& frame : link_.kept) socket_.Send(index, frame);
     link_.syncAt = hello.sent;
     screen_.ShowConnectionBack();
     SyncIfDue();

@@ -112,7 +112,7 @@ MUTANTS = [
      "if (!Agreed()) return ScoreRoundEnd(steps);",
      "a round nobody can draw in is scored with a plain program"),
     ("M39", "engine/link.cpp", "for (const std::string& frame : link_.kept) socket_.Send(index, frame);",
-     "for (const std::string& frame : link_.kept) (void)frame, (void)index;",
+     "for (const std::string& frame : link_.kept) (void)frame;",
      "a resume sends nothing again"),
     ("M40", "engine/link.cpp", "link_.firstKept <= applied", "link_.firstKept < applied",
      "a resume sends again a message the other side has applied"),
