@@ -273,7 +273,10 @@ namespace {
 
 std::string Signs(const std::vector<Int16>& cards) {
     std::string text;
-    for (Int16 card : cards) text += (text.empty() ? "" : " ") + CardSign(card);
+    for (Int16 card : cards) {
+        if (!text.empty()) text += ' ';
+        text += CardSign(card);
+    }
     return text;
 }
 

@@ -132,37 +132,38 @@ std::optional<std::vector<std::string_view>> Split(std::string_view text, std::s
 }
 
 // A count: one to nine digits, no sign, no leading zero but in "0".
-std::optional<long> Count(std::string_view text) {
-    if (text.empty() || text.size() > 9 || (text.size() > 1 && text[0] == '0')) return std::nullopt;
-    long value = 0;
+bool Count(std::string_view text, long& value) {
+    if (text.empty() || text.size() > 9 || (text.size() > 1 && text[0] == '0')) return false;
+    value = 0;
     for (char c : text) {
-        if (!IsDigit(c)) return std::nullopt;
+        if (!IsDigit(c)) return false;
         value = value * 10 + (c - '0');
     }
-    return value;
+    return true;
 }
 
 // A total: a count, or "-" and a count, within the game's 16-bit range.
-std::optional<int> Total(std::string_view text) {
+bool Total(std::string_view text, int& value) {
     const bool negative = !text.empty() && text[0] == '-';
     if (negative) text.remove_prefix(1);
-    const std::optional<long> magnitude = text.size() <= 5 ? Count(text) : std::nullopt;
-    if (!magnitude || (negative && *magnitude == 0)) return std::nullopt;
-    const long value = negative ? -*magnitude : *magnitude;
-    if (value < -32768 || value > 32767) return std::nullopt;
-    return static_cast<int>(value);
+    long magnitude = 0;
+    if (text.size() > 5 || !Count(text, magnitude) || (negative && magnitude == 0)) return false;
+    const long signedValue = negative ? -magnitude : magnitude;
+    if (signedValue < -32768 || signedValue > 32767) return false;
+    value = static_cast<int>(signedValue);
+    return true;
 }
 
 // Sixteen lower-case hexadecimal digits.
-std::optional<std::uint64_t> Hex64(std::string_view text) {
-    if (text.size() != 16) return std::nullopt;
-    std::uint64_t value = 0;
+bool Hex64(std::string_view text, std::uint64_t& value) {
+    if (text.size() != 16) return false;
+    value = 0;
     for (char c : text) {
         const int digit = IsDigit(c) ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-        if (digit < 0) return std::nullopt;
+        if (digit < 0) return false;
         value = value << 4 | static_cast<std::uint64_t>(digit);
     }
-    return value;
+    return true;
 }
 
 std::string Hex64Text(std::uint64_t value) {
@@ -179,40 +180,36 @@ bool IsProgramName(std::string_view name) {
 bool ReadHello(std::string_view rest, Hello& h) {
     const auto f = Split(rest, 5);
     if (!f) return false;
-    const std::optional<long> version = (*f)[0].size() <= 3 ? Count((*f)[0]) : std::nullopt;
-    const std::optional<long> applied = Count((*f)[2]), sent = Count((*f)[3]);
-    if (!version || *version < 1 || !applied || !sent || !IsProgramName((*f)[4])) return false;
-    h.version = static_cast<int>(*version);
-    h.applied = *applied;
-    h.sent = *sent;
+    long version = 0;
+    if ((*f)[0].size() > 3 || !Count((*f)[0], version) || version < 1) return false;
+    if (!Count((*f)[2], h.applied) || !Count((*f)[3], h.sent) || !IsProgramName((*f)[4]))
+        return false;
+    h.version = static_cast<int>(version);
     h.program = std::string((*f)[4]);
     if ((*f)[1] == "-") return true;
-    h.game = Hex64((*f)[1]);
-    return h.game.has_value();
+    std::uint64_t game = 0;
+    if (!Hex64((*f)[1], game)) return false;
+    h.game = game;
+    return true;
 }
 
 bool ReadRoundDigest(std::string_view rest, RoundDigest& d) {
     const auto f = Split(rest, 7);
     if (!f) return false;
-    const auto applied = Count((*f)[0]), round = Count((*f)[1]), deals = Count((*f)[4]);
-    const auto server = Total((*f)[2]), client = Total((*f)[3]);
-    const auto table = Hex64((*f)[6]);
+    long deals = 0;
     const std::string_view opener = (*f)[5];
-    if (!applied || !round || !deals || *deals > 32767 || !server || !client || !table ||
-        (opener != "S" && opener != "C"))
+    if (!Count((*f)[0], d.applied) || !Count((*f)[1], d.round) || !Count((*f)[4], deals) ||
+        deals > 32767 || !Total((*f)[2], d.serverTotal) || !Total((*f)[3], d.clientTotal) ||
+        !Hex64((*f)[6], d.table) || (opener != "S" && opener != "C"))
         return false;
-    d = {*applied, *round, *server, *client, static_cast<int>(*deals), opener[0], *table};
+    d.deals = static_cast<int>(deals);
+    d.opener = opener[0];
     return true;
 }
 
 bool ReadSync(std::string_view rest, Sync& y) {
     const auto f = Split(rest, 3);
-    if (!f) return false;
-    const auto applied = Count((*f)[0]), sent = Count((*f)[1]);
-    const auto state = Hex64((*f)[2]);
-    if (!applied || !sent || !state) return false;
-    y = {*applied, *sent, *state};
-    return true;
+    return f && Count((*f)[0], y.applied) && Count((*f)[1], y.sent) && Hex64((*f)[2], y.state);
 }
 
 bool ReadFields(std::string_view rest, Received& r) {
