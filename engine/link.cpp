@@ -62,11 +62,7 @@ void Table::Confirmed(long applied) {
 // is a different order of 52 cards.
 void Table::NoteDeal(const CardArray& stack) {
     link_.frozenTold = false;
-    if (link_.game) return;
-    std::uint64_t hash = 0xcbf29ce484222325ULL;
-    for (const char c : DealMessage(stack))
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
-    link_.game = hash;
+    if (!link_.game) link_.game = Fnv1a(DealMessage(stack));
 }
 
 void Table::ApplyExtension(const Received& r) {

@@ -40,6 +40,12 @@ void AddSeat(Fnv& fnv, const GameState& s, Seat seat) {
 
 }  // namespace
 
+std::uint64_t Fnv1a(std::string_view text) {
+    std::uint64_t hash = 0xcbf29ce484222325ULL;
+    for (const unsigned char c : text) hash = (hash ^ c) * 0x100000001b3ULL;
+    return hash;
+}
+
 std::uint64_t StateDigest(const GameState& s, Seat serverSeat) {
     Fnv fnv;
     fnv.Add(s.StackCount);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "game_state.h"
 
@@ -12,5 +13,8 @@ namespace kelvane {
 // melds, every credit, the totals, the deal count, the turn and each player's duties.
 // `serverSeat` is kLocal in the server's program and kRemote in the client's.
 std::uint64_t StateDigest(const GameState& state, Seat serverSeat);
+
+// The 64-bit FNV-1a hash of some text: cheap, and the same on every machine.
+std::uint64_t Fnv1a(std::string_view text);
 
 }  // namespace kelvane

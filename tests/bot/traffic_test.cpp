@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "bot/bot_policy.h"
+#include "game/state_digest.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
@@ -29,12 +30,6 @@ struct Recorded {
     std::size_t serverBytes, clientBytes;
     std::uint64_t serverDigest, clientDigest;
 };
-
-std::uint64_t Fnv(std::string_view bytes) {
-    std::uint64_t digest = 0xcbf29ce484222325ULL;
-    for (const unsigned char c : bytes) digest = (digest ^ c) * 0x100000001b3ULL;
-    return digest;
-}
 
 std::unique_ptr<Policy> Player(const std::string& kind, std::uint64_t seed) {
     if (kind == "bot") return std::make_unique<bot::BotPolicy>();
@@ -101,7 +96,7 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
                 } else {
                     EXPECT_EQ(game.size(), bytes) << which;
                 }
-                EXPECT_EQ(Fnv(std::string_view(game).substr(0, bytes)), digest) << which;
+                EXPECT_EQ(Fnv1a(std::string_view(game).substr(0, bytes)), digest) << which;
             }
             if (std::string(r.server) == r.client || !serverKelvane || !clientKelvane) continue;
             botRounds += result.rounds;

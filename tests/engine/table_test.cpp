@@ -11,6 +11,7 @@
 #include "fakes.h"
 #include "game/invariants.h"
 #include "game/meld_search.h"
+#include "game/state_digest.h"
 #include "wire/wire.h"
 
 namespace kelvane {
@@ -400,10 +401,9 @@ TEST(Session, AServerWaitingForItsClientLetsOnlyItBackIn) {
     t.table.mnuServer_Click();
     t.table.tcpTalker_ConnectionRequest(0, 1);
     const std::string deal = t.socket.sent.at(1).substr(1, t.socket.sent[1].size() - 2);
-    std::uint64_t game = 0xcbf29ce484222325ULL;
-    for (const unsigned char c : deal) game = (game ^ c) * 0x100000001b3ULL;
     char gameText[17];
-    std::snprintf(gameText, sizeof gameText, "%016llx", static_cast<unsigned long long>(game));
+    std::snprintf(gameText, sizeof gameText, "%016llx",
+                  static_cast<unsigned long long>(Fnv1a(deal)));
     t.socket.waiting[1] = "(K:HELLO:1:-:0:0:the client)";
     t.table.tcpTalker_DataArrival(1);
     ASSERT_TRUE(t.table.KelvaneOpponent());
