@@ -135,6 +135,9 @@ MUTANTS = [
      "messages are kept for a program that cannot resume"),
     ("M50", "game/state_digest.cpp", "    for (Int16 i = 0; i < s.StackCount; ++i) fnv.Add(s.Stack[i]);\n",
      "", "the digest leaves out the stock's order"),
+    ("M51", "game/moves.cpp", "!std::equal(content.list.begin(), content.list.begin() + content.count.value(),",
+     "!std::is_permutation(content.list.begin(), content.list.begin() + content.count.value(),",
+     "a received meld listed in an order the rules do not lay is accepted"),
 ]
 
 
