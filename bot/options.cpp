@@ -47,7 +47,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     }
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
-        const bool flag = arg == "--serve" || arg == "--plain";
+        const bool flag = arg == "--serve" || arg == "--plain" || arg == "--open-router";
         const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
                                 arg == "--seed" || arg == "--delay" || arg == "--resume-timeout" ||
                                 arg == "--level" || arg == "--playouts" || arg == "--think-ms";
@@ -60,6 +60,8 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         const std::string value = takesValue ? args[++i] : "";
         if (arg == "--plain") {
             o.plain = true;
+        } else if (arg == "--open-router") {
+            o.openRouter = true;
         } else if (arg == "--serve") {
             if (connect) return fail("choose one of --serve and --connect");
             o.serve = true;
@@ -110,6 +112,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
     if (connect && o.host.empty()) return fail("--connect needs a host");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
+    if (connect && o.openRouter) return fail("--open-router goes with --serve");
     return parsed;
 }
 
@@ -120,7 +123,8 @@ std::string UsageText() {
            "Plays Kelvane against the window (or another kelvane-bot) over the network.\n"
            "\n"
            "  --serve         wait for the opponent to connect, and deal\n"
-           "  --connect HOST  connect to an opponent who serves on HOST\n"
+           "  --connect HOST  connect to an opponent who serves on HOST (also HOST:PORT,\n"
+           "                  [IPv6]:PORT or a bare IPv6 address)\n"
            "  --port N        the game port (default 8895); with --serve, 0 lets the system\n"
            "                  choose a free port and names it on standard error\n"
            "  --rounds N      leave after N finished rounds (default: play until the opponent\n"
@@ -131,6 +135,9 @@ std::string UsageText() {
            "                  when the connection to a Kelvane opponent drops, how long to wait\n"
            "                  for the game to resume (default 60): serving, for the opponent\n"
            "                  to call again; connecting, calling the server again each second\n"
+           "  --open-router   with --serve: ask the home router (UPnP or NAT-PMP) to forward\n"
+           "                  the game's port for as long as the bot serves, and name the\n"
+           "                  outside address on standard error\n"
            "  --plain         speak only the game's own messages, as a program that knows\n"
            "                  nothing of Kelvane's: no announcement, no resuming, and a round\n"
            "                  nobody can draw in is never ended\n"
