@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "portmap/address.h"
 #include "portmap/router.h"
 
 namespace kelvane {
