@@ -135,6 +135,17 @@ MUTANTS = [
      "messages are kept for a program that cannot resume"),
     ("M50", "game/state_digest.cpp", "    for (Int16 i = 0; i < s.StackCount; ++i) fnv.Add(s.Stack[i]);\n",
      "", "the digest leaves out the stock's order"),
+    # Hosting across homes: the address forms and the router's door.
+    ("M51", "portmap/address.cpp", "in(0x64400000, 10)", "in(0x64400000, 11)",
+     "half of a carrier's shared range counts as reachable from outside"),
+    ("M52", "portmap/address.cpp",
+     "if (close == std::string::npos || close == 1) return std::nullopt;",
+     "if (close == std::string::npos) return std::nullopt;", "\"[]:8896\" is taken as an address"),
+    ("M53", "portmap/router.cpp", "if (rc == kConflictInMappingEntry) continue;",
+     "if (rc == kConflictInMappingEntry) break;",
+     "a router port held by another machine is the end of it (router lab, as root)"),
+    ("M54", "portmap/router_door.cpp", "    lock.unlock();\n    GiveBack(held);\n",
+     "    lock.unlock();\n", "the router's port is never given back (router lab, as root)"),
 ]
 
 
