@@ -1,8 +1,12 @@
 // kelvane-bot: a computer opponent that plays one side of a session over TCP, as the window
 // would, with the same engine and no display.
 
+#include <unistd.h>
+
 #include <QCoreApplication>
+#include <QSocketNotifier>
 #include <QTimer>
+#include <csignal>
 #include <cstdint>
 #include <iostream>
 #include <memory>
@@ -17,6 +21,8 @@
 #include "game/scoring.h"
 #include "game/stock.h"
 #include "headless/headless_ports.h"
+#include "portmap/address.h"
+#include "portmap/router_door.h"
 #include "qtnet/qt_socket.h"
 #include "ui/texts.h"
 
@@ -188,6 +194,7 @@ class Session {
             }
             errors_.ClearReports();
             Say("waiting for an opponent on port " + std::to_string(socket_.LocalPort(0)));
+            if (options_.openRouter) OpenRouter();
             return true;
         }
         table_.mnuClient_Click();
@@ -198,7 +205,19 @@ class Session {
         return true;
     }
 
+    // Interrupted or terminated: the router's port is given back and the opponent told.
+    void Stop() { Leave(kExitFailure); }
+
   private:
+    // The router answers on a thread of its own; what it said is told from the event loop.
+    void OpenRouter() {
+        door_ = std::make_unique<RouterDoor>(socket_.LocalPort(0), [this](const DoorReport& r) {
+            const std::string sentence = DoorSentence(r);
+            QMetaObject::invokeMethod(
+                &mover_, [sentence] { Say(sentence); }, Qt::QueuedConnection);
+        });
+    }
+
     void CannotConnect() {
         Say("cannot connect to " + options_.host + " on port " + std::to_string(options_.port) +
             " (refused, unreachable or timed out)");
@@ -212,6 +231,7 @@ class Session {
         giveUp_.stop();
         // A Kelvane opponent is told, so that it ends too instead of waiting for us to return.
         table_.Quit();
+        door_.reset();
         QCoreApplication::exit(code);
     }
 
@@ -328,7 +348,17 @@ class Session {
     QTimer giveUp_;
     int roundsFinished_ = 0;
     bool left_ = false;
+    // Declared after the timers: its thread has ended before the timer it posts through goes.
+    std::unique_ptr<RouterDoor> door_;
 };
+
+// A signal only writes a byte; the event loop reads it and leaves as after the last round.
+int signalPipe[2] = {-1, -1};
+
+void OnSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] const auto written = write(signalPipe[1], &byte, 1);
+}
 
 }  // namespace
 }  // namespace kelvane::bot
@@ -348,8 +378,26 @@ int main(int argc, char** argv) {
         std::cout << VersionText();
         return 0;
     }
+    BotOptions options = parsed.options;
+    if (!options.serve) {
+        const auto address = kelvane::ParseServerAddress(options.host, options.port);
+        if (!address) {
+            std::cerr << "kelvane-bot: --connect needs HOST, HOST:PORT, [IPv6]:PORT or an IPv6 "
+                         "address, not '"
+                      << options.host << "'\n\n"
+                      << UsageText();
+            return kExitUsage;
+        }
+        options.host = address->host;
+        options.port = address->port;
+    }
     QCoreApplication app(argc, argv);
-    Session session(parsed.options);
+    Session session(options);
+    if (pipe(signalPipe) != 0) return kExitFailure;
+    QSocketNotifier signalled(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&signalled, &QSocketNotifier::activated, [&session] { session.Stop(); });
+    std::signal(SIGINT, OnSignal);
+    std::signal(SIGTERM, OnSignal);
     if (!session.Start()) return kExitFailure;
     return QCoreApplication::exec();
 }

@@ -70,7 +70,10 @@ struct Row {
 const std::vector<Row>& Rows() {
     static const std::vector<Row> rows = {
         {"serve", "", "wait for the opponent to connect, and deal", Switch(&BotOptions::serve)},
-        {"connect", "HOST", "connect to an opponent who serves on HOST", Host(&BotOptions::host)},
+        {"connect", "HOST",
+         "connect to an opponent who serves on HOST (also HOST:PORT,\n"
+         "[IPv6]:PORT or a bare IPv6 address)",
+         Host(&BotOptions::host)},
         {"port", "N",
          "the game port (default 8895); with --serve, 0 lets the system\n"
          "choose a free port and names it on standard error",
@@ -88,6 +91,11 @@ const std::vector<Row>& Rows() {
          "for the game to resume (default 60): serving, for the opponent\n"
          "to call again; connecting, calling the server again each second",
          Whole(&BotOptions::resumeSeconds, 1, kLongestResumeSeconds, "seconds from 1 to 86400")},
+        {"open-router", "",
+         "with --serve: ask the home router (UPnP or NAT-PMP) to forward\n"
+         "the game's port for as long as the bot serves, and name the\n"
+         "outside address on standard error",
+         Switch(&BotOptions::openRouter)},
         {"plain", "",
          "speak only the game's own messages, as a program that knows\n"
          "nothing of Kelvane's: no announcement, no resuming, and a round\n"
@@ -172,6 +180,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     if (o.serve && connect) return fail("choose one of --serve and --connect");
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
+    if (connect && o.openRouter) return fail("--open-router goes with --serve");
     return parsed;
 }
 

@@ -27,7 +27,8 @@ struct BotOptions {
     std::optional<std::uint64_t> seed;
     int delayMs = kDefaultDelayMs;
     int resumeSeconds = kDefaultResumeSeconds;
-    bool plain = false;  // the game's own messages only, without Kelvane's
+    bool plain = false;       // the game's own messages only, without Kelvane's
+    bool openRouter = false;  // with --serve: ask the home router to forward the port
     // 1 the greedy planner, 2 the planner whose candidates are judged by play-outs.
     int level = 2;
     // Level 2's budget per decision: deals played out per candidate, and a time limit.

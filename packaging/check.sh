@@ -34,7 +34,7 @@ version=$(field Version)
 [ "$(field Recommends)" = kdegames-card-data-kf5 ] || fail "recommends '$(field Recommends)'"
 # Computed by dpkg-shlibdeps from what the programs link, so it names the Qt libraries with the
 # versions they were built against.
-for lib in libqt6widgets6 libqt6network6 libqt6svg6 libstdc++6; do
+for lib in libqt6widgets6 libqt6network6 libqt6svg6 libstdc++6 libminiupnpc17 libnatpmp1; do
     field Depends | grep -q "\\b$lib (>= " || fail "Depends lacks $lib: $(field Depends)"
 done
 

@@ -154,6 +154,17 @@ MUTANTS = [
      "moves after the opponent's quit are applied"),
     ("M56", "engine/link.cpp", "    if (hello.version != kExtensionVersion) {",
      "    if (false) {", "an announcement of another version is taken"),
+    # Hosting across homes: the address forms and the router's door.
+    ("M57", "portmap/address.cpp", "in(0x64400000, 10)", "in(0x64400000, 11)",
+     "half of a carrier's shared range counts as reachable from outside"),
+    ("M58", "portmap/address.cpp",
+     "if (close == std::string::npos || close == 1) return std::nullopt;",
+     "if (close == std::string::npos) return std::nullopt;", "\"[]:8896\" is taken as an address"),
+    ("M59", "portmap/router.cpp", "if (rc == kConflictInMappingEntry) continue;",
+     "if (rc == kConflictInMappingEntry) break;",
+     "a router port held by another machine is the end of it (router lab, as root)"),
+    ("M60", "portmap/router_door.cpp", "    lock.unlock();\n    GiveBack(held);\n",
+     "    lock.unlock();\n", "the router's port is never given back (router lab, as root)"),
 ]
 
 

@@ -200,8 +200,9 @@ void Form1::closeEvent(QCloseEvent* event) {
     if (dialog_) dialog_->close();
     if (linkDialog_) linkDialog_->hide();
     if (help_) help_->close();
-    // The computer opponent goes with the window.
+    // The computer opponent goes with the window, and the router's port is given back.
     computer_.reset();
+    StopHosting();
     event->accept();
 }
 
@@ -212,12 +213,15 @@ void Form1::CloseWindow() {
 
 void Form1::ShowListening(const std::string& localAddress) {
     lblStatus_->setText(QString::fromStdString(ListeningText(localAddress)));
+    StartHosting();
 }
 
 void Form1::EnableSessionMenus(bool enabled) {
     mnuServer_->setEnabled(enabled);
     mnuClient_->setEnabled(enabled);
     mnuComputer_->setEnabled(enabled);
+    // No session: the router's port is given back.
+    if (enabled) StopHosting();
 }
 
 void Form1::ShowWarnMeldChecked(bool checked) {
@@ -245,7 +249,8 @@ void Form1::ShowWaitOver() {
 }
 
 void Form1::ShowPeerProgram(const std::string& program) {
-    lblStatus_->setToolTip(QString::fromStdString(PeerProgramText(program)));
+    peerTip_ = PeerProgramText(program);
+    ShowStatusTip();
     AddHistory(PeerProgramText(program));
 }
 
@@ -297,8 +302,7 @@ std::string Form1::AskHost() {
     const QString answer = QInputDialog::getText(
         this, QString::fromStdString(p.title), QString::fromStdString(p.prompt), QLineEdit::Normal,
         QString::fromStdString(p.suggested), &ok);
-    // The host is used as typed.
-    return ok ? answer.toStdString() : std::string();
+    return ok ? TakeAddress(answer.trimmed().toStdString()) : std::string();
 }
 
 void Form1::PlayAgainstComputer(int level) {

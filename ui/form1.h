@@ -10,11 +10,13 @@
 #include "engine/ports.h"
 #include "engine/report_error.h"
 #include "engine/table.h"
+#include "portmap/router_door.h"
 #include "ui/link_dialog.h"
 #include "ui/results_dialog.h"
 #include "ui/texts.h"
 
 class QAction;
+class QMenu;
 class QDockWidget;
 class QGroupBox;
 class QPlainTextEdit;
@@ -142,6 +144,16 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     // The platform's alert (a flashing task bar entry) while the window is in the background.
     void AskForAttention();
     void ShowHelp();
+    // Hosting: the router's forwarding, this machine's IPv6 address, and where they are told
+    // beside the waiting text (the status line's tooltip, the history, "Copy Address").
+    void BuildRouterMenus(QMenu* connectMenu, QMenu* options);
+    void StartHosting();
+    void StopHosting();
+    void ShowRouterReport(const DoorReport& report);
+    void ShowStatusTip();
+    // What the player typed for a server: the host to connect to, its port given to the table.
+    std::string TakeAddress(const std::string& typed);
+    void ForgetTypedPort();
     void WireSocket();
     void CreateHandImages();
     void CreateUpPile();
@@ -188,6 +200,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QAction* mnuComputer_ = nullptr;
     QAction* mnuHistory_ = nullptr;
     QAction* mnuHowToPlay_ = nullptr;
+    QAction* mnuOpenRouter_ = nullptr;
+    QAction* mnuCopyAddress_ = nullptr;
     QPointer<ResultsDialog> dialog_;
     QPointer<LinkDialog> linkDialog_;
     QDockWidget* history_ = nullptr;
@@ -200,6 +214,12 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
     QSize laidOut_;              // the client area's size at the last layout
     bool wasMyTurn_ = false;
+    std::unique_ptr<RouterDoor> door_;
+    int doorsOpened_ = 0;                // a report from a door since closed is not shown
+    std::string peerTip_;                // the opponent's program, once it has announced itself
+    std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer
+    std::string friendAddress_;          // what "Copy Address" copies
+    bool portFromAddress_ = false;       // the table's port was taken from a typed address
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;

@@ -171,12 +171,16 @@ void Form1::BuildMenus() {
     QMenu* options = menuBar()->addMenu("&Options");
     mnuWarnMeld_ = add(options, "mnuWarnMeld", "&Warn if Meldable");
     mnuWarnMeld_->setCheckable(true);
+    BuildRouterMenus(connectMenu, options);
     QMenu* help = menuBar()->addMenu("&Help");
     mnuHowToPlay_ = add(help, "mnuHowToPlay", "&How to Play");
     mnuHowToPlay_->setShortcut(QKeySequence::HelpContents);
     mnuAbout_ = add(help, "mnuAbout", "&No Help For You!");
 
-    connect(mnuServer_, &QAction::triggered, this, [this] { table_->mnuServer_Click(); });
+    connect(mnuServer_, &QAction::triggered, this, [this] {
+        ForgetTypedPort();
+        table_->mnuServer_Click();
+    });
     connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
     connect(level1, &QAction::triggered, this, [this] { PlayAgainstComputer(1); });
     connect(level2, &QAction::triggered, this, [this] { PlayAgainstComputer(2); });

@@ -17,6 +17,7 @@ std::string Summary(const ParsedOptions& parsed) {
     const BotOptions bare;
     std::string text = o.help ? "help" : o.version ? "version" : "";
     if (o.serve) text += " serve";
+    if (o.openRouter) text += " open-router";
     if (!o.host.empty()) text += " host=" + o.host;
     if (o.port != bare.port) text += " port=" + std::to_string(o.port);
     if (o.rounds) text += " rounds=" + std::to_string(*o.rounds);
@@ -42,6 +43,8 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
          " host=10.0.0.2 port=65535 rounds=1 seed=18446744073709551615 delay=60000"},
         {{"--serve", "--level", "1", "--playouts", "5", "--think-ms", "0"},
          " serve level=1 playouts=5 think=0"},
+        {{"--open-router", "--serve"}, " serve open-router"},
+        {{"--connect", "h", "--open-router"}, "refused: --open-router goes with --serve"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
         {{"--port=9", "--help"}, "help"},

@@ -46,6 +46,7 @@ struct Pairing {
     int level;
     bool clientPlain = false;  // the game's own messages only
     int serverRounds = kRounds;
+    bool overIPv6 = false;  // the client calls "[::1]:port"
     friend void PrintTo(const Pairing& p, std::ostream* os) {
         *os << "seeds " << p.serverSeed << " and " << p.clientSeed
             << (p.clientCounts ? "" : ", the client uncounted") << ", level " << p.level;
@@ -147,10 +148,13 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
     if (!stopped.empty()) return stopped;
     const QString port = listening.match(server.err()).captured(1);
     if (relay) relay->ServeOn(port.toUShort());
+    const QStringList calls = pairing.overIPv6
+                                  ? QStringList{"--connect", "[::1]:" + port}
+                                  : QStringList{"--connect", "127.0.0.1", "--port",
+                                                relay ? QString::number(relay->port()) : port};
     client.Start(KELVANE_BOT_PATH,
-                 QStringList{"--connect", "127.0.0.1", "--port",
-                             relay ? QString::number(relay->port()) : port, "--delay", "0",
-                             "--seed", QString::number(pairing.clientSeed)} +
+                 calls +
+                     QStringList{"--delay", "0", "--seed", QString::number(pairing.clientSeed)} +
                      rounds(pairing.clientCounts) +
                      (pairing.clientPlain ? QStringList{"--plain"} : QStringList{}));
     return test::Watch(
@@ -231,6 +235,16 @@ TEST(TwoBots, AKelvaneBotFacingAPlainOneLeavesWhenNobodyCanDraw) {
         << server.Story();
     for (const test::Program* bot : {&server, &client})
         EXPECT_FALSE(bot->err().contains("playing ")) << "nobody announced both ways";
+}
+
+// A game over IPv6 loopback, the client naming the server's address and port in brackets.
+TEST(TwoBots, PlayOverIPv6) {
+    const Pairing pairing{3, 4, false, 1, false, 5, true};
+    test::Program server("the server", "Round 5: "), client("the client", "Your opponent left.");
+    const std::string stopped = PlayTwoBots(pairing, server, client);
+    ASSERT_TRUE(stopped.empty()) << stopped;
+    EXPECT_EQ(client.exitCode(), 0) << client.Story();
+    EXPECT_EQ(client.out().count("Round "), 5) << client.Story();
 }
 
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.

@@ -235,6 +235,8 @@ struct Player {
     Player(Deck& deck, std::function<RandomSource()> shuffles, int port)
         : window(socket, deck, std::move(shuffles)) {
         window.table().UsePort(port);
+        // Serving from the menu would ask the machine's real router.
+        window.action("mnuOpenRouter")->setChecked(false);
         window.show();
     }
     const GameState& state() { return window.table().state(); }

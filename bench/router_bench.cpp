@@ -1,0 +1,33 @@
+// The time from serving to the outside address known: a RouterDoor asks the router for the game's
+// port and the clock stops when the router's answer is told. Run inside the router lab's home
+// namespace by bench/router_lab.sh; every mapping is given back between iterations, untimed.
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <future>
+
+#include "portmap/router_door.h"
+
+namespace kelvane {
+namespace {
+
+void BM_OutsideAddressKnown(benchmark::State& state) {
+    for (auto _ : state) {
+        std::promise<DoorReport> told;
+        const auto start = std::chrono::steady_clock::now();
+        RouterDoor door(kDefaultGamePort, [&told](const DoorReport& r) { told.set_value(r); });
+        const DoorReport report = told.get_future().get();
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        if (report.outcome != DoorOutcome::kOpen) {
+            state.SkipWithError(DoorSentence(report).c_str());
+            break;
+        }
+        state.SetLabel(report.method);
+    }
+}
+BENCHMARK(BM_OutsideAddressKnown)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+
+}  // namespace
+}  // namespace kelvane

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# The time from serving to the outside address known, with the router lab's router answering
+# UPnP, then NAT-PMP alone (needs root, as the lab's test does).
+#   bash bench/router_lab.sh build/release/bench/kelvane_router_bench
+set -uo pipefail
+bench=$(realpath "$1")
+# shellcheck source=../tests/portmap/router_lab_net.sh
+source "$(dirname "$0")/../tests/portmap/router_lab_net.sh"
+for upnp in yes no; do
+    start_router $upnp
+    echo "enable_upnp=$upnp"
+    ip netns exec "$home" "$bench" --benchmark_repetitions=5 --benchmark_report_aggregates_only=true ||
+        fail "the benchmark failed"
+done

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace kelvane {
+
+// The game's own port, used when an address names none.
+inline constexpr int kDefaultGamePort = 8895;
+
+// Where a player asks to connect: a host name or address, and the port.
+struct ServerAddress {
+    std::string host;  // an IPv6 address without its brackets
+    int port = kDefaultGamePort;
+};
+
+// What a player types for a server: "host", "host:port", "1.2.3.4:port", "[v6]:port", "[v6]" or a
+// bare IPv6 address ("fe80::1", whose colons are the address's own). Nothing when the text cannot
+// be one (an empty host, a port that is not 1..65535, an unclosed bracket).
+std::optional<ServerAddress> ParseServerAddress(const std::string& text,
+                                                int defaultPort = kDefaultGamePort);
+
+// The address a friend types to reach host on port: the port only when it is not the game's own,
+// an IPv6 address in brackets when a port follows it.
+std::string FormatServerAddress(const std::string& host, int port);
+
+// An IPv4 address that no one on the internet can reach directly: private (10/8, 172.16/12,
+// 192.168/16) or shared by a carrier's NAT (100.64/10). False for anything that is not IPv4.
+bool IsPrivateOrShared(const std::string& ipv4);
+
+}  // namespace kelvane

@@ -1,0 +1,200 @@
+#include "portmap/router.h"
+
+#include <arpa/inet.h>
+#include <miniupnpc/miniupnpc.h>
+#include <miniupnpc/upnpcommands.h>
+#include <miniupnpc/upnperrors.h>
+#include <natpmp.h>
+#include <sys/select.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "portmap/address.h"
+
+namespace kelvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kDescription = "Kelvane";
+// How many outside ports are tried when the one asked for is another machine's.
+constexpr int kOutsidePortTries = 8;
+// UPnP's answer to an outside port another machine already holds.
+constexpr int kConflictInMappingEntry = 718;
+constexpr int kOnlyPermanentLeasesSupported = 725;
+// Part of the bound for hearing UPnP routers; NAT-PMP has the rest.
+constexpr std::chrono::milliseconds kUpnpListen{1000};
+
+int MsLeft(Clock::time_point deadline) {
+    return static_cast<int>(std::max<long>(
+        0, std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count()));
+}
+
+DoorOutcome Judged(const std::string& outside) {
+    return IsPrivateOrShared(outside) ? DoorOutcome::kShared : DoorOutcome::kOpen;
+}
+
+int AddUpnp(const Mapping& m, int leaseSeconds) {
+    const std::string outside = std::to_string(m.outsidePort),
+                      inside = std::to_string(m.insidePort);
+    const std::string lease = std::to_string(leaseSeconds);
+    int rc = UPNP_AddPortMapping(m.controlUrl.c_str(), m.serviceType.c_str(), outside.c_str(),
+                                 inside.c_str(), m.insideAddress.c_str(), kDescription, "TCP",
+                                 nullptr, lease.c_str());
+    // Old routers keep only mappings without a lease; giving back is then all that removes it.
+    if (rc == kOnlyPermanentLeasesSupported)
+        rc = UPNP_AddPortMapping(m.controlUrl.c_str(), m.serviceType.c_str(), outside.c_str(),
+                                 inside.c_str(), m.insideAddress.c_str(), kDescription, "TCP",
+                                 nullptr, "0");
+    return rc;
+}
+
+// UPnP, when a router answers the search: nothing when none did.
+std::optional<Granted> AskUpnp(int port, int leaseSeconds, Clock::time_point deadline) {
+    int error = 0;
+    const int listen = std::min(MsLeft(deadline), static_cast<int>(kUpnpListen.count()));
+    // One search: a search per kind of device would each wait the whole time. Routers of the
+    // second version answer the first version's search too.
+    const char* const kinds[] = {"urn:schemas-upnp-org:device:InternetGatewayDevice:1", nullptr};
+    UPNPDev* devices = upnpDiscoverDevices(kinds, listen, nullptr, nullptr, 0, 0, 2, &error, 0);
+    if (!devices) return std::nullopt;
+    UPNPUrls urls{};
+    IGDdatas data{};
+    char lan[64] = {};
+    const int igd = UPNP_GetValidIGD(devices, &urls, &data, lan, sizeof lan);
+    freeUPNPDevlist(devices);
+    if (igd != 1 && igd != 2) {
+        if (igd) FreeUPNPUrls(&urls);
+        return std::nullopt;
+    }
+    Granted granted;
+    granted.report.method = "UPnP";
+    granted.report.insidePort = port;
+    Mapping m;
+    m.by = Mapping::By::kUpnp;
+    m.insidePort = port;
+    m.insideAddress = lan;
+    m.controlUrl = urls.controlURL;
+    m.serviceType = data.first.servicetype;
+    FreeUPNPUrls(&urls);
+    char outside[40] = {};
+    if (UPNP_GetExternalIPAddress(m.controlUrl.c_str(), m.serviceType.c_str(), outside) != 0) {
+        granted.report.outcome = DoorOutcome::kRefused;
+        return granted;
+    }
+    granted.report.outcome = DoorOutcome::kRefused;
+    for (int i = 0; i < kOutsidePortTries && port + i <= 65535 && MsLeft(deadline) > 0; ++i) {
+        m.outsidePort = port + i;
+        const int rc = AddUpnp(m, leaseSeconds);
+        if (rc == kConflictInMappingEntry) continue;
+        if (rc != 0) break;
+        granted.mapping = m;
+        granted.report = {Judged(outside), outside, m.outsidePort, port, "UPnP"};
+        break;
+    }
+    return granted;
+}
+
+// Waits for the router's answer to the request just sent, resending as the protocol's
+// back-off says; false at the deadline or when the answer is an error.
+int AwaitNatPmp(natpmp_t& n, natpmpresp_t& response, Clock::time_point deadline) {
+    for (;;) {
+        timeval wait{};
+        getnatpmprequesttimeout(&n, &wait);
+        const int left = MsLeft(deadline);
+        if (left == 0) return NATPMP_ERR_NOGATEWAYSUPPORT;
+        const long waitMs = wait.tv_sec * 1000 + wait.tv_usec / 1000;
+        if (waitMs > left) wait = {left / 1000, (left % 1000) * 1000};
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(n.s, &readable);
+        select(n.s + 1, &readable, nullptr, nullptr, &wait);
+        const int rc = readnatpmpresponseorretry(&n, &response);
+        if (rc != NATPMP_TRYAGAIN) return rc;
+    }
+}
+
+// A router that answered with an error code refused; one that never answered did not.
+DoorOutcome NatPmpFailure(int rc) {
+    return rc <= NATPMP_ERR_UNSUPPORTEDVERSION && rc >= NATPMP_ERR_OUTOFRESOURCES
+               ? DoorOutcome::kRefused
+               : DoorOutcome::kNoAnswer;
+}
+
+int MapNatPmp(const Mapping& m, int leaseSeconds, int& outsidePort, Clock::time_point deadline) {
+    natpmp_t n{};
+    if (initnatpmp(&n, 1, m.gateway) < 0) return NATPMP_ERR_SOCKETERROR;
+    natpmpresp_t response{};
+    int rc = sendnewportmappingrequest(&n, NATPMP_PROTOCOL_TCP, static_cast<uint16_t>(m.insidePort),
+                                       static_cast<uint16_t>(m.outsidePort),
+                                       static_cast<uint32_t>(leaseSeconds));
+    if (rc >= 0) rc = AwaitNatPmp(n, response, deadline);
+    if (rc >= 0) outsidePort = response.pnu.newportmapping.mappedpublicport;
+    closenatpmp(&n);
+    return rc;
+}
+
+Granted AskNatPmp(int port, int leaseSeconds, Clock::time_point deadline) {
+    Granted granted;
+    granted.report.insidePort = port;
+    natpmp_t n{};
+    if (initnatpmp(&n, 0, 0) < 0) return granted;
+    Mapping m;
+    m.by = Mapping::By::kNatPmp;
+    m.gateway = n.gateway;
+    m.insidePort = m.outsidePort = port;
+    natpmpresp_t response{};
+    int rc = sendpublicaddressrequest(&n);
+    if (rc >= 0) rc = AwaitNatPmp(n, response, deadline);
+    closenatpmp(&n);
+    if (rc < 0) {
+        granted.report.outcome = NatPmpFailure(rc);
+        return granted;
+    }
+    char outside[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &response.pnu.publicaddress.addr, outside, sizeof outside);
+    granted.report.method = "NAT-PMP";
+    // The router chooses another outside port itself when ours is another machine's.
+    int granted_port = 0;
+    rc = MapNatPmp(m, leaseSeconds, granted_port, deadline);
+    if (rc < 0) {
+        granted.report.outcome = NatPmpFailure(rc);
+        return granted;
+    }
+    m.outsidePort = granted_port;
+    granted.mapping = m;
+    granted.report = {Judged(outside), outside, granted_port, port, "NAT-PMP"};
+    return granted;
+}
+
+}  // namespace
+
+Granted AskRouter(int port, int leaseSeconds, Clock::time_point deadline) {
+    if (auto upnp = AskUpnp(port, leaseSeconds, deadline)) return *upnp;
+    return AskNatPmp(port, leaseSeconds, deadline);
+}
+
+bool RenewMapping(const Mapping& mapping, int leaseSeconds) {
+    if (mapping.by == Mapping::By::kUpnp) return AddUpnp(mapping, leaseSeconds) == 0;
+    if (mapping.by != Mapping::By::kNatPmp) return false;
+    int outsidePort = 0;
+    const int rc =
+        MapNatPmp(mapping, leaseSeconds, outsidePort, Clock::now() + std::chrono::seconds(3));
+    return rc >= 0 && outsidePort == mapping.outsidePort;
+}
+
+void GiveBack(const Mapping& mapping) {
+    if (mapping.by == Mapping::By::kUpnp) {
+        const std::string outside = std::to_string(mapping.outsidePort);
+        UPNP_DeletePortMapping(mapping.controlUrl.c_str(), mapping.serviceType.c_str(),
+                               outside.c_str(), "TCP", nullptr);
+    } else if (mapping.by == Mapping::By::kNatPmp) {
+        // A lifetime of 0 deletes the mapping.
+        int outsidePort = 0;
+        MapNatPmp(mapping, 0, outsidePort, Clock::now() + std::chrono::seconds(1));
+    }
+}
+
+}  // namespace kelvane

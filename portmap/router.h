@@ -1,0 +1,52 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace kelvane {
+
+// What asking the home router for the serving port came to.
+enum class DoorOutcome {
+    kOpen,      // forwarded: players outside reach outsideAddress:outsidePort
+    kShared,    // forwarded, but the router's own outside address is private or shared
+    kRefused,   // a router answered and would not forward the port
+    kNoAnswer,  // no router answered in time
+};
+
+struct DoorReport {
+    DoorOutcome outcome = DoorOutcome::kNoAnswer;
+    std::string outsideAddress;
+    int outsidePort = 0;
+    int insidePort = 0;
+    std::string method;  // "UPnP" or "NAT-PMP", when a router answered
+};
+
+// A forwarding the router granted, with what it takes to renew it and give it back.
+struct Mapping {
+    enum class By { kNone, kUpnp, kNatPmp } by = By::kNone;
+    int insidePort = 0;
+    int outsidePort = 0;
+    std::string insideAddress;  // this machine on the home network, as the router sees it
+    std::string controlUrl, serviceType;
+    std::uint32_t gateway = 0;  // the NAT-PMP router, network byte order
+};
+
+struct Granted {
+    DoorReport report;
+    Mapping mapping;  // by == kNone when nothing is held on the router
+};
+
+// Asks the router to forward TCP port `port` to this machine for leaseSeconds, through UPnP IGD,
+// or NAT-PMP when no UPnP router answers; gives up at the deadline. When the outside port is
+// taken by another machine, other outside ports are asked for. Blocks: never on the window's
+// thread.
+Granted AskRouter(int port, int leaseSeconds, std::chrono::steady_clock::time_point deadline);
+
+// Asks for the same forwarding again before its lease runs out; false when the router refused.
+bool RenewMapping(const Mapping& mapping, int leaseSeconds);
+
+// Deletes the forwarding from the router.
+void GiveBack(const Mapping& mapping);
+
+}  // namespace kelvane

@@ -1,0 +1,63 @@
+#include "portmap/address.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace kelvane {
+namespace {
+
+// What "Connect to a server" and --connect make of what a player types, and back.
+TEST(ServerAddress, EveryFormGivesItsHostAndPortOrIsRefused) {
+    struct Case {
+        std::string typed;
+        std::string expected;  // "host port", or "refused"
+    };
+    const Case cases[] = {
+        {"friend.example.org", "friend.example.org 8895"},
+        {"203.0.113.7:8896", "203.0.113.7 8896"},
+        {"host:1", "host 1"},
+        {"host:65535", "host 65535"},
+        {"[2001:db8::7]:8896", "2001:db8::7 8896"},
+        {"[::1]", "::1 8895"},
+        {"2001:db8::7", "2001:db8::7 8895"},
+        {"::1", "::1 8895"},
+        {"host:0", "refused"},
+        {"host:65536", "refused"},
+        {"host:", "refused"},
+        {"host:x", "refused"},
+        {":8896", "refused"},
+        {"", "refused"},
+        {"[::1", "refused"},
+        {"[]:8896", "refused"},
+        {"[::1]8896", "refused"},
+        {"[::1]:", "refused"},
+    };
+    for (const Case& c : cases) {
+        const auto address = ParseServerAddress(c.typed);
+        EXPECT_EQ(address ? address->host + " " + std::to_string(address->port) : "refused",
+                  c.expected)
+            << c.typed;
+        // What a friend is told reads back as the same address.
+        if (address) {
+            const auto again =
+                ParseServerAddress(FormatServerAddress(address->host, address->port));
+            ASSERT_TRUE(again) << c.typed;
+            EXPECT_EQ(again->host + " " + std::to_string(again->port), c.expected) << c.typed;
+        }
+    }
+    EXPECT_EQ(FormatServerAddress("203.0.113.7", 8895), "203.0.113.7");
+    EXPECT_EQ(FormatServerAddress("2001:db8::7", 8896), "[2001:db8::7]:8896");
+}
+
+TEST(ServerAddress, OnlyPrivateAndSharedIPv4AddressesAreUnreachableFromOutside) {
+    for (const char* inside : {"10.0.0.1", "10.255.255.255", "172.16.0.1", "172.31.255.255",
+                               "192.168.1.1", "100.64.0.1", "100.127.255.255"})
+        EXPECT_TRUE(IsPrivateOrShared(inside)) << inside;
+    for (const char* outside : {"9.255.255.255", "11.0.0.1", "172.15.255.255", "172.32.0.1",
+                                "192.169.0.1", "100.63.255.255", "100.128.0.1", "2001:db8::1", ""})
+        EXPECT_FALSE(IsPrivateOrShared(outside)) << outside;
+}
+
+}  // namespace
+}  // namespace kelvane

@@ -1,0 +1,105 @@
+#!/usr/bin/env bash
+# Hosting behind a home router, with a real router: network namespaces for two home machines, the
+# router (NAT with nftables, miniupnpd answering UPnP IGD and NAT-PMP) and a far player on the
+# "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
+# games through the router's forwarding, and the router is checked to hold none once a bot has
+# gone.
+#   router_lab.sh BOT [WINDOW_TESTS]    exits 77 (skipped) without root or the tools
+set -uo pipefail
+bot=$1
+window_tests=${2:-}
+here=$(dirname "$0")
+# shellcheck source=router_lab_net.sh
+source "$here/router_lab_net.sh"
+
+# NAME NS ARGS...: a bot in the background, its output in NAME.out and NAME.err.
+bot_in() {
+    local name=$1 ns=$2
+    shift 2
+    ip netns exec "$ns" timeout 20 "$bot" --delay 0 --level 1 --seed 7 "$@" \
+        >"$dir/$name.out" 2>"$dir/$name.err" &
+    eval "${name}_pid=$!"
+}
+
+# NAME PATTERN SECONDS: the line of NAME's standard error matching PATTERN.
+await_line() {
+    for _ in $(seq $(($3 * 10))); do
+        grep -m1 -E "$2" "$dir/$1.err" && return
+        sleep 0.1
+    done
+    fail "$1 never said /$2/ within $3 s"
+}
+
+# A whole game through the router: the server at home with --open-router, the far player at the
+# outside address the server named. The server leaves after its rounds, and the mapping with it.
+game_through_router() {  # CASE ROUNDS [HOME_NS]
+    local case=$1 rounds=$2 ns=${3:-$home} sentence address
+    bot_in server "$ns" --serve --open-router --rounds "$rounds"
+    sentence=$(await_line server "router|players" 5)
+    address=$(sed -nE 's/.*connect to ([^ ]+)\.$/\1/p' <<<"$sentence")
+    [ -n "$address" ] || fail "$case: no outside address in '$sentence'"
+    [ "$(mappings)" -ge 1 ] || fail "$case: the router holds no mapping while serving"
+    ip netns exec "$far" timeout 20 "$bot" --delay 0 --level 1 --connect "$address" \
+        >"$dir/far.out" 2>"$dir/far.err"
+    wait "$server_pid" || fail "$case: the server ended with status $?"
+    grep -q "^Round $rounds:" "$dir/far.out" || fail "$case: the far player did not finish $rounds rounds"
+    echo "$case: $sentence"
+}
+
+start_router yes
+game_through_router "UPnP" 2
+[ "$(mappings)" -eq 0 ] || fail "UPnP: a mapping is left after the server quit"
+grep -q "for: Kelvane" "$dir/upnpd.log" || fail "UPnP: the mapping's description is not Kelvane"
+
+# The router's port 8895 is the other home machine's: ours gets another, the far player uses it.
+bot_in holder "$home2" --serve --open-router
+await_line holder "forwards the game's port" 5 >/dev/null
+game_through_router "taken port" 1
+grep -q "another machine's" "$dir/server.err" || fail "taken port: the other outside port was not told"
+grep -q "connect to $outside:88" "$dir/server.err" || fail "taken port: no address:port told"
+kill -TERM "$holder_pid"
+wait "$holder_pid"
+[ "$(mappings)" -eq 0 ] || fail "a bot stopped by a signal left its mapping"
+
+# The far player's program is killed mid-game: the server gives up waiting and gives the port back.
+bot_in server "$home" --serve --open-router --resume-timeout 1
+await_line server "players in other homes" 5 >/dev/null
+ip netns exec "$far" "$bot" --delay 200 --level 1 --connect $outside \
+    >"$dir/far.out" 2>"$dir/far.err" &
+far_pid=$!
+await_line server "playing " 5 >/dev/null
+{ kill -KILL "$far_pid"; wait "$far_pid"; } 2>/dev/null
+wait "$server_pid"
+grep -q "giving up" "$dir/server.err" || fail "lost game: the server did not give up"
+[ "$(mappings)" -eq 0 ] || fail "lost game: a mapping is left after the server gave up"
+echo "lost game: given back"
+
+start_router no
+game_through_router "NAT-PMP" 1
+[ "$(mappings)" -eq 0 ] || fail "NAT-PMP: a mapping is left after the server quit"
+
+# Nobody answers: one sentence within the bound, and a player on the home network plays on.
+start_router none
+started=$(date +%s%N)
+bot_in server "$home" --serve --open-router --rounds 1
+await_line server "No router answered" 5 >/dev/null
+elapsed=$((($(date +%s%N) - started) / 1000000))
+[ "$elapsed" -le 4000 ] || fail "no router: told after $elapsed ms"
+[ "$(grep -c router "$dir/server.err")" -eq 1 ] || fail "no router: more than one sentence"
+ip netns exec "$home2" timeout 20 "$bot" --delay 0 --level 1 --connect 192.168.77.2 \
+    >"$dir/far.out" 2>"$dir/far.err"
+wait "$server_pid" || fail "no router: the server ended with status $?"
+grep -q "^Round 1:" "$dir/far.out" || fail "no router: the home player did not play"
+echo "no router: told after $elapsed ms, LAN play went on"
+
+if [ -n "$window_tests" ]; then
+    start_router yes
+    ip netns exec "$home" env QT_QPA_PLATFORM=offscreen KELVANE_LAB_OUTSIDE=$outside \
+        KELVANE_LAB_FAR="$far" \
+        "$window_tests" --gtest_filter='RouterWindow.*' >"$dir/window.out" 2>&1 ||
+        { cat "$dir/window.out"; fail "the window's test failed"; }
+    grep -q "PASSED.*1 test" "$dir/window.out" || fail "the window's test did not run"
+    echo "window: told the outside address and played a round through it"
+    [ "$(mappings)" -eq 0 ] || fail "window: a mapping is left after the window closed"
+fi
+echo "PASS"
