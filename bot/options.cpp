@@ -1,5 +1,7 @@
 #include "bot/options.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <charconv>
 #include <limits>
@@ -22,6 +24,14 @@ std::optional<T> Number(const std::string& text, T lowest, T highest) {
     if (text.empty() || error != std::errc{} || at != end || value < lowest || value > highest)
         return std::nullopt;
     return value;
+}
+
+// A numeric address, as the system would listen on it; a name would need a lookup and could
+// stand for several machines.
+bool IsAddress(const std::string& text) {
+    unsigned char bytes[16];
+    return inet_pton(AF_INET, text.c_str(), bytes) == 1 ||
+           inet_pton(AF_INET6, text.c_str(), bytes) == 1;
 }
 
 }  // namespace
@@ -48,9 +58,10 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
         const bool flag = arg == "--serve" || arg == "--plain";
-        const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
-                                arg == "--seed" || arg == "--delay" || arg == "--resume-timeout" ||
-                                arg == "--level" || arg == "--playouts" || arg == "--think-ms";
+        const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--listen" ||
+                                arg == "--rounds" || arg == "--seed" || arg == "--delay" ||
+                                arg == "--resume-timeout" || arg == "--level" ||
+                                arg == "--playouts" || arg == "--think-ms";
         if (!flag && !takesValue) {
             if (!arg.starts_with("-")) return fail("unexpected argument '" + arg + "'");
             return fail("unknown option '" + arg + "'");
@@ -71,6 +82,10 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
             const auto port = Number(value, 0, kHighestPort);
             if (!port) return fail("--port needs a number from 0 to 65535, not '" + value + "'");
             o.port = *port;
+        } else if (arg == "--listen") {
+            if (!IsAddress(value))
+                return fail("--listen needs an IPv4 or IPv6 address, not '" + value + "'");
+            o.listen = value;
         } else if (arg == "--rounds") {
             const auto rounds = Number(value, 1, std::numeric_limits<int>::max());
             if (!rounds)
@@ -109,6 +124,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     }
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
     if (connect && o.host.empty()) return fail("--connect needs a host");
+    if (connect && !o.listen.empty()) return fail("--listen is for --serve");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
     return parsed;
 }
@@ -123,6 +139,9 @@ std::string UsageText() {
            "  --connect HOST  connect to an opponent who serves on HOST\n"
            "  --port N        the game port (default 8895); with --serve, 0 lets the system\n"
            "                  choose a free port and names it on standard error\n"
+           "  --listen ADDRESS\n"
+           "                  with --serve, listen on this address only (127.0.0.1: this\n"
+           "                  machine alone can connect); default every address\n"
            "  --rounds N      leave after N finished rounds (default: play until the opponent\n"
            "                  leaves)\n"
            "  --seed S        repeatable shuffles (when serving) and play\n"

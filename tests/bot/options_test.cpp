@@ -19,6 +19,7 @@ std::string Summary(const ParsedOptions& parsed) {
     if (o.serve) text += " serve";
     if (!o.host.empty()) text += " host=" + o.host;
     if (o.port != bare.port) text += " port=" + std::to_string(o.port);
+    if (!o.listen.empty()) text += " listen=" + o.listen;
     if (o.rounds) text += " rounds=" + std::to_string(*o.rounds);
     if (o.seed) text += " seed=" + std::to_string(*o.seed);
     if (o.delayMs != bare.delayMs) text += " delay=" + std::to_string(o.delayMs);
@@ -42,6 +43,11 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
          " host=10.0.0.2 port=65535 rounds=1 seed=18446744073709551615 delay=60000"},
         {{"--serve", "--level", "1", "--playouts", "5", "--think-ms", "0"},
          " serve level=1 playouts=5 think=0"},
+        {{"--serve", "--listen", "127.0.0.1"}, " serve listen=127.0.0.1"},
+        {{"--listen", "::1", "--serve"}, " serve listen=::1"},
+        {{"--serve", "--listen", "localhost"}, "refused: --listen needs an IPv4 or IPv6 address"},
+        {{"--serve", "--listen", "127.0.0.256"}, "refused: --listen needs an IPv4"},
+        {{"--connect", "h", "--listen", "127.0.0.1"}, "refused: --listen is for --serve"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
         {{"--version"}, "version"},
