@@ -110,6 +110,7 @@ void TableKeys::keyPressEvent(QKeyEvent* event) {
         default:
             return QWidget::keyPressEvent(event);
     }
+    shown_ = true;
     row_ = static_cast<Row>(row);
     Follow();
     if (hasFocus()) {
@@ -134,7 +135,7 @@ void TableKeys::Act(int button) {
 }
 
 void TableKeys::paintEvent(QPaintEvent*) {
-    if (!hasFocus()) return;
+    if (!hasFocus() || !shown_) return;
     QPainter painter(this);
     // Black dashes over white: seen on the green cloth, a red card and a white one alike.
     const QRect frame = rect().adjusted(1, 1, -2, -2);
@@ -145,11 +146,14 @@ void TableKeys::paintEvent(QPaintEvent*) {
 }
 
 void TableKeys::focusInEvent(QFocusEvent* event) {
+    shown_ = shown_ || event->reason() == Qt::TabFocusReason ||
+             event->reason() == Qt::BacktabFocusReason;
     Follow();
     QWidget::focusInEvent(event);
 }
 
 void TableKeys::focusOutEvent(QFocusEvent* event) {
+    shown_ = false;
     update();
     QWidget::focusOutEvent(event);
 }

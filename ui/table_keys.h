@@ -55,6 +55,9 @@ class TableKeys : public QWidget {
     Places places_;
     std::function<void(const std::function<void()>&)> gesture_;
     Row row_ = Row::kHand;
+    // The frame shows once the keyboard is used on the table; a player of the mouse never sees
+    // it.
+    bool shown_ = false;
     int index_ = 0;
 };
 

@@ -8,10 +8,12 @@
 #include <QAccessible>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QFile>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTest>
+#include <filesystem>
 
 #include "game/meld_search.h"
 #include "game_watch.h"
@@ -19,6 +21,7 @@
 #include "qtnet/qt_socket.h"
 #include "ui/announcer.h"
 #include "ui/card_image.h"
+#include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/table_keys.h"
 #include "ui/welcome_panel.h"
@@ -28,6 +31,28 @@ namespace kelvane {
 namespace {
 
 using Row = TableKeys::Row;
+
+// The local addresses a process listens on, as the system lists them ("0100007F:A2B3" is
+// 127.0.0.1): its sockets' inodes found in the kernel's TCP tables.
+QStringList ListeningOn(qint64 pid) {
+    QStringList inodes, addresses;
+    for (const auto& fd :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd")) {
+        std::error_code error;
+        const std::string target = std::filesystem::read_symlink(fd, error).string();
+        if (target.starts_with("socket:["))
+            inodes << QString::fromStdString(target.substr(8)).chopped(1);
+    }
+    for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+        QFile file(table);
+        if (!file.open(QIODevice::ReadOnly)) continue;
+        for (const QByteArray& line : file.readAll().split('\n')) {
+            const QStringList f = QString(line).split(' ', Qt::SkipEmptyParts);
+            if (f.size() > 9 && f[3] == "0A" && inodes.contains(f[9])) addresses << f[1];
+        }
+    }
+    return addresses;
+}
 
 QString Spoken(QObject* object) {
     return QAccessible::queryAccessibleInterface(object)->text(QAccessible::Name);
@@ -122,6 +147,7 @@ TEST_F(KeyboardGame, TheWelcomesButtonsStartWhatTheySay) {
     EXPECT_FALSE(welcome->computerButton()->isEnabled());
 }
 
+// The computer's seat is this window's: its bot listens on the loopback alone.
 TEST_F(KeyboardGame, TheComputerButtonStartsALoopbackBotAndConnects) {
     window.UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     window.show();
@@ -130,7 +156,11 @@ TEST_F(KeyboardGame, TheComputerButtonStartsALoopbackBotAndConnects) {
     QDeadlineTimer soon(test::kStalledAfterMs);
     while (window.table().state().Role != kRoleClient && !soon.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    EXPECT_EQ(window.table().state().Role, kRoleClient) << "the computer never served";
+    ASSERT_EQ(window.table().state().Role, kRoleClient) << "the computer never served";
+    const QStringList listening = ListeningOn(window.computerOpponent()->processId());
+    ASSERT_EQ(listening.size(), 1) << listening.join(' ').toStdString();
+    EXPECT_TRUE(listening[0].startsWith("0100007F:"))
+        << "not the loopback alone: " << listening[0].toStdString();
     EXPECT_FALSE(window.welcomePanel()->isVisible());
     EXPECT_EQ(window.focusWidget(), window.tableKeys()) << "the keys do not reach the table";
 }
