@@ -123,8 +123,8 @@ MUTANTS = [
     ("M43", "engine/link.cpp", "if (StateDigest(state_, server) == theirs.state) return;",
      "if (true || StateDigest(state_, server) == theirs.state) return;",
      "a resume's digest is not compared"),
-    ("M44", "engine/link.cpp", "if (!hello.game || hello.game != link_.game) return TurnAway();",
-     "if (!hello.game) return TurnAway();", "a caller naming another game is let back in"),
+    ("M44", "engine/link.cpp", "if (!SameProof(p.mac, expected)) return TurnAway();",
+     "if (p.mac.empty()) return TurnAway();", "a caller's proof is not checked"),
     ("M45", "wire/wire.h", '{MessageKind::kRoundDigest, "K:ROUND:"},',
      '{MessageKind::kRoundDigest, "K:ROUND:", false},', "round digests are not counted"),
     ("M46", "engine/session.cpp", "if (CanResume()) return LinkLost();", "",
@@ -135,6 +135,22 @@ MUTANTS = [
      "messages are kept for a program that cannot resume"),
     ("M50", "game/state_digest.cpp", "    for (Int16 i = 0; i < s.StackCount; ++i) fnv.Add(s.Stack[i]);\n",
      "", "the digest leaves out the stock's order"),
+    # Resuming only for the client that left, and the announcement's rules.
+    ("M51", "engine/link.cpp", "        link_.challenge = RandomKey();",
+     "        link_.challenge = std::string(kKeyDigits, '0');",
+     "every caller gets the same challenge, so a proof heard once opens the door again"),
+    ("M52", "engine/credential.cpp",
+     "const std::string secret = std::string(serverKey) + std::string(clientKey);",
+     "const std::string secret = std::string(serverKey) + std::string(clientKey.substr(0, 0));",
+     "the client's half is left out of the secret"),
+    ("M53", "engine/received_moves.cpp",
+     "if (extension && !Agreed() && !(first && kind == MessageKind::kHello)) return;",
+     "if (extension && !Agreed() && kind != MessageKind::kHello) return;",
+     "an announcement after another message is taken"),
+    ("M54", "engine/received_moves.cpp", "        if (link_.peerQuit) return;\n", "",
+     "moves after the opponent's quit are applied"),
+    ("M55", "engine/link.cpp", "    if (hello.version != kExtensionVersion) {",
+     "    if (false) {", "an announcement of another version is taken"),
 ]
 
 
