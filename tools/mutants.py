@@ -151,6 +151,24 @@ MUTANTS = [
      "moves after the opponent's quit are applied"),
     ("M55", "engine/link.cpp", "    if (hello.version != kExtensionVersion) {",
      "    if (false) {", "an announcement of another version is taken"),
+    # The welcome, the keyboard and the computer's seat.
+    ("W1", "ui/computer_opponent.cpp", '"--serve", "--listen", "127.0.0.1", "--port", "0"',
+     '"--serve", "--port", "0"', "the computer's bot listens on every address"),
+    ("W2", "ui/form1.cpp", "welcome_->setVisible(enabled);", "welcome_->setVisible(true);",
+     "the welcome stays over a game"),
+    ("W3", "ui/table_keys.cpp", "table_.imgMeld_Click(Int16((i - 1) * kSlotsPerColumn))",
+     "table_.imgMeld_Click(Int16(i * kSlotsPerColumn))", "Enter lays off onto the next meld"),
+    ("W4", "ui/table_keys.cpp", "if (row_ == Row::kHand) Act(kMouseRight);",
+     "if (row_ == Row::kHand) Act(kMouseLeft);", "the discard key selects instead"),
+    ("W5", "ui/texts.cpp", '(selected ? ", selected" : "")', '""',
+     "a reader never hears that a card is selected"),
+    ("W6", "ui/form1_views.cpp",
+     "    announcer_->Announce(QString::fromStdString(OpponentMoveText(move)));\n", "",
+     "the opponent's move is not announced"),
+    ("W7", "qtnet/qt_socket.cpp", "listenAddress_.empty()", "true",
+     "--listen is ignored: the bot listens on every address"),
+    ("W8", "ui/table_keys.cpp", "row = std::max(0, row - 1);", "row = std::max(0, row);",
+     "Up never leaves the row"),
 ]
 
 
