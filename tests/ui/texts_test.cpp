@@ -86,7 +86,6 @@ TEST(Texts, SpokenNames) {
         {CardSlotName(kBackPicture, false), "face down"},
         {CardSlotName(0, false), ""},
         {StackName(30), "the stack, 30 cards"},
-        {StackName(1), "the stack, 1 card"},
         {StackName(0), "the stack, empty"},
     };
     for (const auto& n : names) EXPECT_EQ(n.got, n.said);
