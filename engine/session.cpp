@@ -100,8 +100,10 @@ void Table::EndSession(const PeerFault& fault) {
     steps([&] {
         if (Agreed() && !link_.down) SendNow(ByeMessage());
     });
-    steps([&] { prompts_.Tell(notice); });
+    // Closed before the player reads why: behind the box, the window already shows no session
+    // and no box calling the opponent again.
     CloseSession();
+    steps([&] { prompts_.Tell(notice); });
 }
 
 void Table::CloseSession() {
