@@ -3,8 +3,9 @@
 // mouse, as a person would. Run it on a display (Xvfb) with the screen's whole picture taken, as a
 // screenshot tool would:
 //   DISPLAY=:7 build/release/bench/kelvane_screenshots docs [prefix]
-// It writes <prefix>round.png (a round in progress, the opponent's last move marked),
-// <prefix>selection.png (two cards selected after the draw), <prefix>results.png (the results
+// It writes <prefix>welcome.png (the first screen), <prefix>round.png (a round in progress, the
+// opponent's last move marked), <prefix>selection.png (two cards selected after the draw),
+// <prefix>keyboard.png (the keyboard's frame on a hand card), <prefix>results.png (the results
 // window) and <prefix>history.png (the move history open).
 
 #include <QAction>
@@ -26,6 +27,7 @@
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "ui/results_dialog.h"
+#include "ui/table_keys.h"
 
 namespace kelvane {
 namespace {
@@ -75,6 +77,9 @@ int main(int argc, char** argv) {
     Player window(socket, deck);
     window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", "300"});
     window.show();
+    // The newcomer's first screen: the welcome on the empty table.
+    Settle(800);
+    Shoot(window, out.filePath(prefix + "welcome.png"));
     window.action("mnuComputerLevel2")->trigger();
     const GameState& s = window.table().state();
     Wait([&] { return s.LocalCount > 0; });
@@ -102,6 +107,15 @@ int main(int argc, char** argv) {
             shotRound = Shoot(window, out.filePath(prefix + "selection.png"));
             QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
             QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
+            // The keyboard's frame on the hand's fourth card.
+            window.activateWindow();
+            Settle(200);
+            window.tableKeys()->setFocus(Qt::TabFocusReason);
+            for (Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Home, Qt::Key_Right,
+                                Qt::Key_Right, Qt::Key_Right})
+                QTest::keyClick(window.tableKeys(), key);
+            Settle(300);
+            Shoot(window, out.filePath(prefix + "keyboard.png"));
         }
         window.refused = false;
         const int pick = std::uniform_int_distribution<int>(0, s.LocalCount.value() - 1)(random);

@@ -130,6 +130,7 @@ class Session {
           prompts_(options.host),
           table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
         table_.UsePort(options.port);
+        socket_.ListenOn(options.listen);
         table_.SetProgramName("kelvane-bot " KELVANE_VERSION);
         table_.UseExtensions(!options.plain);
         // Every socket event enters the engine through its handlers, whose gate holds data

@@ -1,5 +1,7 @@
 #include "bot/options.h"
 
+#include <arpa/inet.h>
+
 #include <QCommandLineParser>
 #include <QStringList>
 #include <charconv>
@@ -48,6 +50,18 @@ Take Host(std::string BotOptions::*field) {
             "a host"};
 }
 
+// A numeric address, as the system would listen on it; a name would need a lookup and could
+// stand for several machines.
+Take Address(std::string BotOptions::*field) {
+    return {[field](const std::string& value, BotOptions& o) {
+                unsigned char bytes[16];
+                o.*field = value;
+                return inet_pton(AF_INET, value.c_str(), bytes) == 1 ||
+                       inet_pton(AF_INET6, value.c_str(), bytes) == 1;
+            },
+            "an IPv4 or IPv6 address"};
+}
+
 template <typename T, typename Field>
 Take Whole(Field BotOptions::*field, T lowest, T highest, std::string needs) {
     return {[=](const std::string& value, BotOptions& o) {
@@ -78,6 +92,10 @@ const std::vector<Row>& Rows() {
          "the game port (default 8895); with --serve, 0 lets the system\n"
          "choose a free port and names it on standard error",
          Whole(&BotOptions::port, 0, kHighestPort, "a number from 0 to 65535")},
+        {"listen", "ADDRESS",
+         "with --serve, listen on this address only (127.0.0.1: this\n"
+         "machine alone can connect); default every address",
+         Address(&BotOptions::listen)},
         {"rounds", "N", "leave after N finished rounds (default: play until the opponent\nleaves)",
          Whole(&BotOptions::rounds, 1, std::numeric_limits<int>::max(),
                "a whole number of 1 or more")},
@@ -179,6 +197,7 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     }
     if (o.serve && connect) return fail("choose one of --serve and --connect");
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
+    if (connect && !o.listen.empty()) return fail("--listen is for --serve");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
     if (connect && o.openRouter) return fail("--open-router goes with --serve");
     return parsed;

@@ -108,7 +108,11 @@ void QtSocket::Listen(int index, int port) {
         server_ = new QTcpServer(this);
         connect(server_, &QTcpServer::newConnection, this, [this] { TakeRequests(); });
     }
-    if (!server_->listen(QHostAddress::Any, static_cast<quint16>(port))) {
+    const QHostAddress address = listenAddress_.empty()
+                                     ? QHostAddress(QHostAddress::Any)
+                                     : QHostAddress(QString::fromStdString(listenAddress_));
+    if (address.isNull()) Fail("Unable to listen on '" + listenAddress_ + "': not an address");
+    if (!server_->listen(address, static_cast<quint16>(port))) {
         Fail("Unable to listen on port " + std::to_string(port) + ": " +
              server_->errorString().toStdString());
     }

@@ -49,6 +49,9 @@ class QtSocket : public QObject, public Socket {
     std::string Read(int index) override;
     void Close(int index) override;
 
+    // Listen on this numeric address only (127.0.0.1: this machine alone); empty, the default,
+    // for every address of the machine.
+    void ListenOn(const std::string& address) { listenAddress_ = address; }
     // The local port of socket `index`: after Listen(0, 0), the one the system chose.
     int LocalPort(int index) const;
     // How long a connection attempt may take before it counts as failed.
@@ -56,6 +59,7 @@ class QtSocket : public QObject, public Socket {
 
   private:
     static constexpr int kSockets = 2;
+    std::string listenAddress_;
 
     QTcpSocket* Connection(int index) const;
     bool Listening() const;

@@ -165,6 +165,24 @@ MUTANTS = [
      "a router port held by another machine is the end of it (router lab, as root)"),
     ("M60", "portmap/router_door.cpp", "    lock.unlock();\n    GiveBack(held);\n",
      "    lock.unlock();\n", "the router's port is never given back (router lab, as root)"),
+    # The welcome, the keyboard and the computer's seat.
+    ("M61", "ui/computer_opponent.cpp", '"--serve", "--listen", "127.0.0.1", "--port", "0"',
+     '"--serve", "--port", "0"', "the computer's bot listens on every address"),
+    ("M62", "ui/form1.cpp", "welcome_->setVisible(enabled);", "welcome_->setVisible(true);",
+     "the welcome stays over a game"),
+    ("M63", "ui/table_keys.cpp", "table_.imgMeld_Click(Int16((i - 1) * kSlotsPerColumn))",
+     "table_.imgMeld_Click(Int16(i * kSlotsPerColumn))", "Enter lays off onto the next meld"),
+    ("M64", "ui/table_keys.cpp", "if (row_ == Row::kHand) Act(kMouseRight);",
+     "if (row_ == Row::kHand) Act(kMouseLeft);", "the discard key selects instead"),
+    ("M65", "ui/texts.cpp", '(selected ? ", selected" : "")', '""',
+     "a reader never hears that a card is selected"),
+    ("M66", "ui/form1_views.cpp",
+     "    announcer_->Announce(QString::fromStdString(OpponentMoveText(move)));\n", "",
+     "the opponent's move is not announced"),
+    ("M67", "qtnet/qt_socket.cpp", "listenAddress_.empty()", "true",
+     "--listen is ignored: the bot listens on every address"),
+    ("M68", "ui/table_keys.cpp", "row = std::max(0, row - 1);", "row = std::max(0, row);",
+     "Up never leaves the row"),
 ]
 
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "ui/deck.h"
+#include "ui/texts.h"
 
 namespace kelvane {
 
@@ -17,6 +18,7 @@ CardImage::CardImage(Deck& deck, int index, QWidget* parent)
 void CardImage::setPicture(int pictureCode) {
     if (tag_ == pictureCode) return;
     tag_ = pictureCode;
+    Rename();
     update();
 }
 
@@ -27,7 +29,12 @@ void CardImage::clearPicture() {
 void CardImage::setSelected(bool selected) {
     if (selected_ == selected) return;
     selected_ = selected;
+    Rename();
     update();
+}
+
+void CardImage::Rename() {
+    if (!namedByOwner_) setAccessibleName(QString::fromStdString(CardSlotName(tag_, selected_)));
 }
 
 void CardImage::setLastMove(bool marked) {

@@ -28,6 +28,10 @@ class CardImage : public QWidget {
     bool lastMove() const { return lastMove_; }
     void setLastMove(bool marked);
 
+    // A slot names itself after its card for a screen reader, unless its name says more than the
+    // card (the stack's count) and is set by its owner.
+    void setNamedByOwner() { namedByOwner_ = true; }
+
     static QColor SelectionColour() { return {0, 102, 204}; }
     static QColor LastMoveColour() { return {230, 130, 0}; }
 
@@ -47,6 +51,9 @@ class CardImage : public QWidget {
     int tag_ = 0;
     bool selected_ = false;
     bool lastMove_ = false;
+    bool namedByOwner_ = false;
+
+    void Rename();
 };
 
 }  // namespace kelvane

@@ -61,7 +61,8 @@ QString ComputerOpponent::FindProgram() {
 void ComputerOpponent::Start(const QString& program, const QStringList& extra) {
     if (program.isEmpty()) return Fail();
     deadline_.start(kStartMs);
-    process_.start(program, QStringList{"--serve", "--port", "0"} + extra);
+    // The seat is this window's: no other machine may take it while the window connects.
+    process_.start(program, QStringList{"--serve", "--listen", "127.0.0.1", "--port", "0"} + extra);
 }
 
 void ComputerOpponent::ReadError() {

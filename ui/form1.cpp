@@ -27,6 +27,8 @@
 #include "ui/geometry.h"
 #include "ui/resizer.h"
 #include "ui/results_dialog.h"
+#include "ui/table_keys.h"
+#include "ui/welcome_panel.h"
 
 namespace kelvane {
 
@@ -44,6 +46,7 @@ Form1::Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffle
     BuildControls();
     BuildMenus();
     BuildHistory();
+    BuildAccess();
     // The layout follows the client area, which changes with the window and when the move
     // history's panel opens or closes beside it.
     client_->installEventFilter(this);
@@ -152,6 +155,7 @@ void Form1::Form_Resize() {
         });
         steps([&] { resizer_->ResizeForm(client_, true); });
         steps([&] { RepositionMelds(); });
+        steps([&] { PlaceWelcome(); });
         steps([&] {
             for (QGroupBox* f : frames) f->show();
         });
@@ -161,7 +165,7 @@ void Form1::Form_Resize() {
             if (table_->state().Role == kRoleNotConnected) {
                 statusRed_ = false;
                 SetStatusColour(Qt::black);
-                lblStatus_->setText(QString::fromStdString(table_->state().Role));
+                SetStatusText(QString::fromStdString(table_->state().Role));
             }
         });
         steps([&] { ColorizeRTB(); });
@@ -212,7 +216,7 @@ void Form1::CloseWindow() {
 }
 
 void Form1::ShowListening(const std::string& localAddress) {
-    lblStatus_->setText(QString::fromStdString(ListeningText(localAddress)));
+    SetStatusText(QString::fromStdString(ListeningText(localAddress)));
     StartHosting();
 }
 
@@ -222,6 +226,10 @@ void Form1::EnableSessionMenus(bool enabled) {
     mnuComputer_->setEnabled(enabled);
     // No session: the router's port is given back.
     if (enabled) StopHosting();
+    // The welcome stands on the empty table only; the keys take over the table when it goes.
+    const bool welcomeHadFocus = welcome_->isAncestorOf(focusWidget());
+    welcome_->setVisible(enabled);
+    if (!enabled && (welcomeHadFocus || !focusWidget())) keys_->setFocus();
 }
 
 void Form1::ShowWarnMeldChecked(bool checked) {

@@ -26,11 +26,14 @@ class QTextEdit;
 
 namespace kelvane {
 
+class Announcer;
 class CardImage;
 class ComputerOpponent;
 class Deck;
 class FormResizer;
 class QtSocket;
+class TableKeys;
+class WelcomePanel;
 
 // The main window: every control at its design place, the menus, and the views that draw the
 // engine's state. It is the engine's Screen, Prompts and ErrorPrompt; the engine decides, the
@@ -80,6 +83,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     ResultsDialog* resultsDialog() const { return dialog_; }
     LinkDialog* linkDialog() const { return linkDialog_; }
     int statusFontSize() const { return statusFontSize_; }
+    WelcomePanel* welcomePanel() const { return welcome_; }
+    TableKeys* tableKeys() const { return keys_; }
+    Announcer* announcer() const { return announcer_; }
 
     // Screen
     void RefreshHands(char which) override;
@@ -163,6 +169,12 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void TakeStatusFontSize();
     void WriteStatusLine();
     void SetStatusColour(const QColor& colour);
+    void SetStatusText(const QString& text);
+    // The welcome, the keyboard's frame and the screen reader's names (window_access.cpp).
+    void BuildAccess();
+    void PlaceWelcome();
+    // After every view that changes what the keys can reach.
+    void FollowKeys();
     CardImage* NewCardImage(QWidget* parent, const CardImage* model, int index);
     // Runs a window procedure's steps under its own name, as the engine's procedures do.
     void Procedure(const char* name, const std::function<void(Steps&)>& body);
@@ -207,6 +219,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QDockWidget* history_ = nullptr;
     QPlainTextEdit* historyText_ = nullptr;
     QPointer<QWidget> help_;
+    WelcomePanel* welcome_ = nullptr;
+    TableKeys* keys_ = nullptr;
+    Announcer* announcer_ = nullptr;
     std::unique_ptr<ComputerOpponent> computer_;
     QString botProgram_;
     QStringList botArguments_;

@@ -14,6 +14,7 @@
 #include "engine/transcript.h"
 #include "game/scoring.h"
 #include "game/stock.h"
+#include "ui/announcer.h"
 #include "ui/card_image.h"
 #include "ui/card_layout.h"
 #include "ui/codepage.h"
@@ -97,6 +98,7 @@ void Form1::RefreshHands(char which) {
         });
         steps([&] { WriteStatusLine(); });
         steps([&] { ShowLastMoveMarks(); });
+        steps([&] { FollowKeys(); });
     });
 }
 
@@ -112,7 +114,7 @@ void Form1::WriteStatusLine() {
     // A session closed on the opponent's fault leaves its game in view, but nobody plays on.
     if (s.Role == kRoleNotConnected) {
         SetStatusColour(QColor(0, 0, 0));
-        lblStatus_->setText(QString::fromStdString(kRoleNotConnected));
+        SetStatusText(QString::fromStdString(kRoleNotConnected));
         return;
     }
     if (table_->WaitingForOpponent()) {
@@ -122,10 +124,10 @@ void Form1::WriteStatusLine() {
     }
     SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
     if (s.MyTurn) {
-        lblStatus_->setText(s.HasDrawn ? "Discard" : "Draw");
+        SetStatusText(s.HasDrawn ? "Discard" : "Draw");
     } else {
-        lblStatus_->setText(QStringLiteral("Waiting for your opponent to ") +
-                            (s.HasDrawn ? "discard" : "draw"));
+        SetStatusText(QStringLiteral("Waiting for your opponent to ") +
+                      (s.HasDrawn ? "discard" : "draw"));
     }
 }
 
@@ -157,6 +159,7 @@ void Form1::RefreshUpPile() {
         }
         steps([&] { frUpPile_->show(); });
         steps([&] { ShowLastMoveMarks(); });
+        steps([&] { FollowKeys(); });
     });
 }
 
@@ -173,7 +176,9 @@ void Form1::ShowStack(Int16 picture) {
 }
 
 void Form1::ShowCardsLeft() {
-    lblCardsleft_->setText(QStringLiteral("Deck (%1)").arg(table_->state().StackCount.value()));
+    const Int16 left = table_->state().StackCount;
+    lblCardsleft_->setText(QStringLiteral("Deck (%1)").arg(left.value()));
+    imgStack_->setAccessibleName(QString::fromStdString(StackName(left)));
 }
 
 void Form1::PlaceMeldSlot(int slot) {
@@ -218,6 +223,7 @@ void Form1::ShowMeldColumn(Int16 column) {
         }
         slot->setLastMove(IsLastMove(cards[k].value()));
     }
+    FollowKeys();
 }
 
 bool Form1::IsLastMove(int card) const {
@@ -227,6 +233,7 @@ bool Form1::IsLastMove(int card) const {
 void Form1::OpponentMoved(const OpponentMove& move) {
     for (Int16 card : move.cards) lastMove_.push_back(card.value());
     AddHistory(OpponentMoveText(move));
+    announcer_->Announce(QString::fromStdString(OpponentMoveText(move)));
     ShowLastMoveMarks();
 }
 
@@ -294,6 +301,7 @@ void Form1::ClearTable() {
     for (CardImage* slot : imgRemote_) slot->clearPicture();
     for (CardImage* slot : imgLocal_) Clear(slot);
     for (CardImage* slot : imgUpPile_) Clear(slot);
+    FollowKeys();
 }
 
 void Form1::RefreshScoreBoard() {

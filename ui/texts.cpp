@@ -1,5 +1,7 @@
 #include "ui/texts.h"
 
+#include <utility>
+
 namespace kelvane {
 
 namespace {
@@ -389,7 +391,52 @@ std::string HelpText() {
            "Options, Move History (Ctrl+H) tells every move in words.</li>"
            "<li>File, Connect: be the server, connect to one, or play against the computer. "
            "Ctrl+Q quits.</li>"
+           "</ul>"
+           "<h3>Playing by keyboard</h3>"
+           "<ul>"
+           "<li>Tab moves between the welcome's buttons, the table and the chat; on the table a "
+           "dashed frame shows the place the keys act on.</li>"
+           "<li>Left and Right move along a row; Up and Down move between the rows: the stack "
+           "and the up pile, the table's free space and its melds, your hand.</li>"
+           "<li>Space or Enter does what a left click does there: select a hand card, draw from "
+           "the stack, take from the up pile, lay the selection down on the free space or off "
+           "onto a meld.</li>"
+           "<li>D or Delete discards the hand card in the frame, as a right click does.</li>"
+           "<li>Home and End go to a row's first and last place.</li>"
            "</ul>";
+}
+
+WelcomeTexts WelcomeText() {
+    return {"Welcome to Kelvane",
+            "Draw a card, lay down sets and runs of three or more, lay off onto any meld, then "
+            "discard one: the first to 500 points wins. F1 tells more."};
+}
+
+std::string CardSlotName(int picture, bool selected) {
+    if (picture == kBackPicture) return "face down";
+    if (!IsCard(Int16(picture))) return "";
+    return GetCardName(Int16(picture), true) + (selected ? ", selected" : "");
+}
+
+std::string StackName(Int16 cards) {
+    if (cards == 0) return "the stack, empty";
+    return "the stack, " + std::to_string(cards.value()) + (cards == 1 ? " card" : " cards");
+}
+
+std::string StatusName(const std::string& status) {
+    return "Status: " + status;
+}
+
+std::string ClothName() {
+    return "the table's free space: lay the selected cards down as a new meld";
+}
+
+std::string MeldName(Int16 column, const GameState& state) {
+    std::string name = "meld " + std::to_string(column.value() + 1);
+    const char* between = ": ";
+    for (Int16 card : state.TableMelds.Cards(column))
+        name += std::exchange(between, ", ") + GetCardName(card, true);
+    return name;
 }
 
 ScoreBoardTexts ScoreBoardText(const GameState& s) {

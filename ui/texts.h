@@ -70,6 +70,24 @@ BoxText ComputerStoppedBox();
 std::string HelpTitle();
 std::string HelpText();
 
+// The welcome on the empty table: its heading, and the game in one line for a newcomer.
+struct WelcomeTexts {
+    std::string heading, howToPlay;
+};
+WelcomeTexts WelcomeText();
+
+// What a screen reader says for a card slot showing `picture` (a card, the back, or 0 for
+// none): "Queen of Hearts", "Queen of Hearts, selected", "face down".
+std::string CardSlotName(int picture, bool selected);
+// The stack and its count: "the stack, 30 cards", "the stack, empty".
+std::string StackName(Int16 cards);
+// The status line, read with what it says.
+std::string StatusName(const std::string& status);
+// The table's free space, where the selected cards are laid down as a new meld.
+std::string ClothName();
+// A meld of the table by its position and cards: "meld 2: Seven of Spades, Eight of Spades, ...".
+std::string MeldName(Int16 column, const GameState& state);
+
 // The five scoreboard labels.
 struct ScoreBoardTexts {
     std::string scores;       // lblScores

@@ -20,6 +20,7 @@ std::string Summary(const ParsedOptions& parsed) {
     if (o.openRouter) text += " open-router";
     if (!o.host.empty()) text += " host=" + o.host;
     if (o.port != bare.port) text += " port=" + std::to_string(o.port);
+    if (!o.listen.empty()) text += " listen=" + o.listen;
     if (o.rounds) text += " rounds=" + std::to_string(*o.rounds);
     if (o.seed) text += " seed=" + std::to_string(*o.seed);
     if (o.delayMs != bare.delayMs) text += " delay=" + std::to_string(o.delayMs);
@@ -45,6 +46,11 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
          " serve level=1 playouts=5 think=0"},
         {{"--open-router", "--serve"}, " serve open-router"},
         {{"--connect", "h", "--open-router"}, "refused: --open-router goes with --serve"},
+        {{"--serve", "--listen", "127.0.0.1"}, " serve listen=127.0.0.1"},
+        {{"--listen", "::1", "--serve"}, " serve listen=::1"},
+        {{"--serve", "--listen", "localhost"}, "refused: --listen needs an IPv4 or IPv6 address"},
+        {{"--serve", "--listen", "127.0.0.256"}, "refused: --listen needs an IPv4"},
+        {{"--connect", "h", "--listen", "127.0.0.1"}, "refused: --listen is for --serve"},
         {{"--help"}, "help"},
         {{"--port", "x", "-h"}, "help"},
         {{"--port=9", "--help"}, "help"},

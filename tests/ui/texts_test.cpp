@@ -75,5 +75,27 @@ TEST(Texts, History) {
               "held 25 in hand: -15. You won that round.");
 }
 
+// What a screen reader says for a slot, the stack and a meld: the edges are the back, an empty
+// slot, one card left and a lay-off's grown meld.
+TEST(Texts, SpokenNames) {
+    const struct {
+        std::string got, said;
+    } names[] = {
+        {CardSlotName(Card("QH").value(), false), "Queen of Hearts"},
+        {CardSlotName(Card("AS").value(), true), "Ace of Spades, selected"},
+        {CardSlotName(kBackPicture, false), "face down"},
+        {CardSlotName(0, false), ""},
+        {StackName(30), "the stack, 30 cards"},
+        {StackName(0), "the stack, empty"},
+    };
+    for (const auto& n : names) EXPECT_EQ(n.got, n.said);
+    GameState s;
+    s.TableMelds.AddColumn();
+    const Int16 second = s.TableMelds.AddColumn();
+    int slot = 0;
+    for (const char* card : {"TC", "JC", "QC"}) s.TableMelds.Column(second)[slot++] = Card(card);
+    EXPECT_EQ(MeldName(second, s), "meld 2: Ten of Clubs, Jack of Clubs, Queen of Clubs");
+}
+
 }  // namespace
 }  // namespace kelvane

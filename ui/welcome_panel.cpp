@@ -1,0 +1,92 @@
+#include "ui/welcome_panel.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QRegularExpression>
+
+#include "ui/texts.h"
+
+namespace kelvane {
+
+namespace {
+
+// A menu caption as a button or a list shows it: without the mnemonic's ampersand.
+QString WithoutMnemonic(const QString& caption) {
+    QString text = caption;
+    return text.remove(QRegularExpression(QStringLiteral("&(?!&)")));
+}
+
+// A control of the panel is usable exactly when its menu entry is.
+void Follow(QAction* action, QWidget* control) {
+    control->setEnabled(action->isEnabled());
+    QObject::connect(action, &QAction::enabledChanged, control, &QWidget::setEnabled);
+}
+
+}  // namespace
+
+WelcomePanel::WelcomePanel(QAction* computerMenu, QAction* server, QAction* client, QWidget* parent)
+    : QFrame(parent) {
+    const QList<QAction*> computerLevels = computerMenu->menu()->actions();
+    setObjectName("WelcomePanel");
+    setFrameShape(QFrame::StyledPanel);
+    setAutoFillBackground(true);
+    const WelcomeTexts words = WelcomeText();
+    setAccessibleName(QString::fromStdString(words.heading));
+
+    auto* heading = new QLabel(QString::fromStdString(words.heading), this);
+    QFont big = heading->font();
+    big.setPointSizeF(big.pointSizeF() * 1.6);
+    big.setBold(true);
+    heading->setFont(big);
+    auto* howTo = new QLabel(QString::fromStdString(words.howToPlay), this);
+    howTo->setWordWrap(true);
+
+    level_ = new QComboBox(this);
+    level_->setObjectName("WelcomeLevel");
+    for (QAction* level : computerLevels) level_->addItem(WithoutMnemonic(level->text()));
+    level_->setAccessibleName(QStringLiteral("Level"));
+    computer_ = new QPushButton(QStringLiteral("Play Against the Computer"), this);
+    computer_->setObjectName("WelcomeComputer");
+    computer_->setDefault(true);
+    connect(computer_, &QPushButton::clicked, this, [this, computerLevels] {
+        const int at = level_->currentIndex();
+        if (at >= 0 && at < computerLevels.size()) computerLevels[at]->trigger();
+    });
+    // The submenu's entry stands for all its levels: the session disables it with the others.
+    Follow(computerMenu, computer_);
+    Follow(computerMenu, level_);
+    server_ = Button(server, QStringLiteral("Be The Server"));
+    client_ = Button(client, QStringLiteral("Connect to a server"));
+
+    auto* grid = new QGridLayout(this);
+    grid->addWidget(heading, 0, 0, 1, 2);
+    grid->addWidget(computer_, 1, 0);
+    grid->addWidget(level_, 1, 1);
+    grid->addWidget(server_, 2, 0);
+    grid->addWidget(client_, 3, 0);
+    grid->addWidget(howTo, 4, 0, 1, 2);
+    grid->setColumnStretch(1, 1);
+    setTabOrder(computer_, level_);
+    setTabOrder(level_, server_);
+    setTabOrder(server_, client_);
+}
+
+QPushButton* WelcomePanel::Button(QAction* action, const QString& caption) {
+    auto* button = new QPushButton(caption, this);
+    button->setObjectName(action->objectName().replace("mnu", "Welcome"));
+    connect(button, &QPushButton::clicked, action, &QAction::trigger);
+    Follow(action, button);
+    return button;
+}
+
+void WelcomePanel::PlaceIn(const QRect& area) {
+    const QSize wanted = sizeHint().expandedTo(QSize(area.width() / 2, 0));
+    const QSize size = wanted.boundedTo(area.size());
+    setGeometry(QRect(area.center() - QPoint(size.width() / 2, size.height() / 2), size));
+}
+
+}  // namespace kelvane
