@@ -87,8 +87,8 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
                 return fail("--resume-timeout needs seconds from 1 to 86400, not '" + value + "'");
             o.resumeSeconds = *seconds;
         } else if (arg == "--level") {
-            const auto level = Number(value, 1, 2);
-            if (!level) return fail("--level needs 1 or 2, not '" + value + "'");
+            const auto level = Number(value, 1, 3);
+            if (!level) return fail("--level needs 1, 2 or 3, not '" + value + "'");
             o.level = *level;
         } else if (arg == "--playouts") {
             const auto playouts = Number(value, 1, kMostPlayouts);
