@@ -135,6 +135,13 @@ MUTANTS = [
      "messages are kept for a program that cannot resume"),
     ("M50", "game/state_digest.cpp", "    for (Int16 i = 0; i < s.StackCount; ++i) fnv.Add(s.Stack[i]);\n",
      "", "the digest leaves out the stock's order"),
+    # Level 3's successive halving.
+    ("M51", "bot/search.cpp", "return margin[a] > margin[b]; });", "return margin[a] < margin[b]; });",
+     "level 3 keeps the worse half of its candidates"),
+    ("M52", "bot/search.cpp", "(margin[a] == margin[b] && a > b)", "(margin[a] == margin[b] && a < b)",
+     "level 3 takes the last of equal candidates, not the first level's preference"),
+    ("M53", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
+     "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
 ]
 
 
