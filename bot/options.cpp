@@ -135,11 +135,12 @@ std::string UsageText() {
            "                  nothing of Kelvane's: no announcement, no resuming, and a round\n"
            "                  nobody can draw in is never ended\n"
            "  --level L       1: a greedy planner; 2 (default): plans judged by playing the\n"
-           "                  rest of the round out in many deals of the unseen cards\n"
+           "                  rest of the round out in many deals of the unseen cards; 3: more\n"
+           "                  plans, the play-outs spent on the close ones\n"
            "  --playouts N    level 2: deals played out per candidate move (default " +
            std::to_string(LookaheadBudget{}.playouts) +
            ")\n"
-           "  --think-ms MS   level 2: time limit per decision (default " +
+           "  --think-ms MS   levels 2, 3: time limit per decision (default " +
            std::to_string(LookaheadBudget{}.thinkMs) +
            ", 0 for none:\n"
            "                  with --seed the same play on any machine)\n"
