@@ -154,6 +154,15 @@ std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudg
 void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
     plan_.reset();
     laid_ = 0;
+    // Two players who each take the other's discard back can pass the same cards to and fro for
+    // ever while the stack waits. A position met before at this round's draw, with the stack no
+    // shorter, is such a circle: the stack's card breaks it, and the stack shrinks each time, so
+    // the round goes on.
+    const FastRound here = FastRound::From(SeatView(seen));
+    if (!drawnAt_.empty() && here.stackCount > drawnAt_.back().stackCount) drawnAt_.clear();
+    const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();
+    drawnAt_.push_back(here);
+    if (circling && CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
     const std::optional<kelvane::bot::Draw> draw =
         ChooseDrawAhead(seen, budget_, random_(), search_);
     if (!draw) return;

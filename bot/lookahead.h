@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <random>
+#include <vector>
 
 #include "bot/bot_policy.h"
 #include "bot/fast_round.h"
@@ -86,6 +87,8 @@ class LookaheadPolicy : public MovePlayer {
     // The plan chosen after this turn's draw and how much of it is laid.
     std::optional<TurnPlan> plan_;
     std::size_t laid_ = 0;
+    // The positions this round's draws were chosen in, to see the players circling.
+    std::vector<FastRound> drawnAt_;
 };
 
 }  // namespace kelvane::bot
