@@ -260,6 +260,11 @@ class Session {
             if (notice.kind == NoticeKind::kRefused)
                 Say(std::string("the table refused a move: ") +
                     RefusalName(notice.refusal.refusal));
+            if (notice.kind == NoticeKind::kServerWaitsForItsClient) Say(NoticeBox(notice).text);
+            if (notice.kind == NoticeKind::kServerKeptItsGame) {
+                Say(NoticeBox(notice).text);
+                sessionClosed = true;
+            }
         }
         prompts_.Clear();
         if (connectFailed) {

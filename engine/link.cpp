@@ -4,6 +4,7 @@
 // of it is used with an opponent that did not announce itself; such a program is spoken to
 // exactly as the game's own messages say.
 
+#include "engine/credential.h"
 #include "engine/table.h"
 #include "game/state_digest.h"
 
@@ -20,12 +21,13 @@ bool StillConnecting(int state) {
 }  // namespace
 
 bool Table::CanResume() const {
-    return Agreed() && link_.game && !link_.peerQuit && !sessionOver_ &&
+    return Agreed() && link_.game && !link_.theirKey.empty() && !link_.peerQuit && !sessionOver_ &&
            (state_.Role == kRoleServer || state_.Role == kRoleClient);
 }
 
-// Our announcement goes first on every connection; on a connection that resumes a game it
-// names the game and how far this side got.
+// Our announcement goes first on a session's first connection, with our half of its secret; on
+// a connection that resumes a game the server announces, once the caller has proved himself,
+// which game it resumes and how far this side got.
 void Table::Announce() {
     if (!extensions_) return;
     Hello hello;
@@ -34,6 +36,9 @@ void Table::Announce() {
         hello.game = link_.game;
         hello.applied = link_.applied;
         hello.sent = link_.sent;
+    } else {
+        if (link_.ourKey.empty()) link_.ourKey = RandomKey();
+        hello.key = link_.ourKey;
     }
     SendNow(HelloMessage(hello));
 }
@@ -59,7 +64,7 @@ void Table::Confirmed(long applied) {
 }
 
 // A session is known by its first deal: both programs hold it, and another game's first deal
-// is a different order of 52 cards.
+// is a different order of 52 cards. The identifier names the game; it proves nothing.
 void Table::NoteDeal(const CardArray& stack) {
     link_.frozenTold = false;
     if (!link_.game) link_.game = Fnv1a(DealMessage(stack));
@@ -68,7 +73,6 @@ void Table::NoteDeal(const CardArray& stack) {
 void Table::ApplyExtension(const Received& r) {
     switch (r.kind) {
         case MessageKind::kHello:
-            if (link_.awaitingHello) return Resume(r.hello);
             return TakeAnnouncement(r.hello);
         case MessageKind::kRoundDigest:
             return CompareRound(r.digest);
@@ -78,35 +82,105 @@ void Table::ApplyExtension(const Received& r) {
             // The connection closes next, and this time the game ends as the opponent leaves.
             link_.peerQuit = true;
             return;
+        case MessageKind::kChallenge:
+        case MessageKind::kProof:
+            // Only the first messages of a connection that resumes a game.
+            return FailLink(PeerFaultKind::kOutOfPlace);
         default:
             return;
     }
 }
 
-// The announcement on a session's first connection. A client that names a game of its own is
-// coming back to another game than this one.
+// The announcement on a session's first connection. A program speaking another version of
+// Kelvane's messages is played as one that knows none of them; a client that names a game of its
+// own is coming back to another game than this one.
 void Table::TakeAnnouncement(const Hello& hello) {
     if (link_.peer) return FailLink(PeerFaultKind::kOutOfPlace);
+    if (hello.version != kExtensionVersion) {
+        link_.keeping = false;
+        link_.kept.clear();
+        return;
+    }
     if (hello.game && hello.game != link_.game) return FailLink(PeerFaultKind::kNotThisGame);
     link_.peer = hello;
+    link_.theirKey = hello.key;
     screen_.ShowPeerProgram(hello.program);
+}
+
+// The server, waiting for its client: the caller in the slot must answer the challenge with the
+// keyed hash only the client that left can make. Whoever cannot is closed without a word and
+// learns nothing of the game; a Kelvane program starting a new session is the player's to take.
+void Table::HearCaller(const std::string& message) {
+    const Received r = ReadMessage(message);
+    if (r.readable && r.kind == MessageKind::kProof) {
+        const Proof& p = r.proof;
+        const std::string expected =
+            ProofMac(link_.ourKey, link_.theirKey, link_.challenge, p.applied, p.sent);
+        if (!SameProof(p.mac, expected)) return TurnAway();
+        link_.challenge.clear();
+        Announce();
+        link_.down = false;
+        return Resumed(p.applied, p.sent);
+    }
+    if (r.readable && r.kind == MessageKind::kHello && !r.hello.game && !r.hello.key.empty() &&
+        r.hello.version == kExtensionVersion)
+        return OfferNewGame(r.hello);
+    TurnAway();
+}
+
+// A Kelvane program calls with no game: often the opponent, started again. The player decides
+// whether the game that waits is given up for a new one with him.
+void Table::OfferNewGame(const Hello& hello) {
+    const long caller = link_.callers;
+    const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller});
+    // Someone else may have called while the player was deciding: the answer was about another.
+    if (caller != link_.callers || link_.challenge.empty()) return;
+    if (!yes) return TurnAway();
+    Steps steps(reporter_, "tcpTalker_ConnectionRequest");
+    steps([&] {
+        link_ = Link{};
+        link_.peerKnown = true;
+        ClearGame();
+        state_.Role = kRoleServer;
+        screen_.ShowWaitOver();
+    });
+    steps([&] { TakeAnnouncement(hello); });
+    steps([&] { Announce(); });
+    steps([&] { ShuffleStack(); });
+}
+
+// The client, calling its server again: the challenge comes first and is answered with the
+// proof; then the server's announcement says where it stands. A program that says anything else
+// is not the server of this game.
+void Table::HearServerAgain(const std::string& message) {
+    const Received r = ReadMessage(message);
+    if (link_.awaitingChallenge && r.readable && r.kind == MessageKind::kChallenge) {
+        link_.awaitingChallenge = false;
+        link_.awaitingHello = true;
+        Proof proof{link_.applied, link_.sent, ""};
+        proof.mac = ProofMac(link_.theirKey, link_.ourKey, r.nonce, proof.applied, proof.sent);
+        return SendNow(ProofMessage(proof));
+    }
+    if (!link_.awaitingHello || !r.readable || r.kind != MessageKind::kHello || !r.hello.game ||
+        r.hello.game != link_.game)
+        return FailLink(PeerFaultKind::kNotThisGame);
+    link_.awaitingHello = false;
+    link_.down = false;
+    Resumed(r.hello.applied, r.hello.sent);
 }
 
 // The opponent's program is back. Whatever it has not applied of ours goes again, in order;
 // once we have applied all it says it sent, our digest of the whole game follows.
-void Table::Resume(const Hello& hello) {
-    link_.awaitingHello = false;
-    if (!hello.game || hello.game != link_.game) return TurnAway();
-    const bool fits = hello.applied <= link_.sent && hello.applied >= link_.firstKept - 1 &&
-                      hello.sent >= link_.applied;
+void Table::Resumed(long theirApplied, long theirSent) {
+    const bool fits = theirApplied <= link_.sent && theirApplied >= link_.firstKept - 1 &&
+                      theirSent >= link_.applied;
     if (!fits) return FailLink(PeerFaultKind::kOutOfPlace);
-    link_.down = false;
-    Confirmed(hello.applied);
+    Confirmed(theirApplied);
     // A connection that closes again at once is lost again; the next resume sends these.
     const int index = ConnectionSocket();
     if (socket_.State(index) == kSocketConnected)
         for (const std::string& frame : link_.kept) socket_.Send(index, frame);
-    link_.syncAt = hello.sent;
+    link_.syncAt = theirSent;
     screen_.ShowConnectionBack();
     SyncIfDue();
 }
@@ -115,6 +189,7 @@ void Table::Resume(const Hello& hello) {
 // program not playing this game cannot resume it.
 void Table::TurnAway() {
     if (state_.Role != kRoleServer) return FailLink(PeerFaultKind::kNotThisGame);
+    link_.challenge.clear();
     reader_.Clear();
     socket_.Close(1);
 }
@@ -169,7 +244,8 @@ void Table::TellRoundDigest() {
 // client, and the client's shell calls the server again through Reconnect.
 void Table::LinkLost() {
     const bool first = !std::exchange(link_.down, true);
-    link_.awaitingHello = false;
+    link_.challenge.clear();
+    link_.awaitingChallenge = link_.awaitingHello = false;
     link_.syncAt.reset();
     reader_.Clear();
     arrivalWaiting_.fill(false);
@@ -178,18 +254,21 @@ void Table::LinkLost() {
     if (first) screen_.ShowConnectionLost(state_.Role == kRoleClient);
 }
 
-// While the game waits for its client, whoever knocks is let in, to be kept only if he
-// announces this game. A newer knock replaces one that has not announced itself yet.
+// While the game waits for its client, whoever knocks is let in and challenged, to be kept only
+// if he proves he is the client that left. A newer knock replaces one that has not answered yet:
+// a caller who says nothing cannot hold the slot against the client.
 void Table::TakeBackClient(long requestId) {
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
         reader_.Clear();
-        // The lost connection, or a caller who never announced himself, leaves the slot.
+        // The lost connection, or a caller who never answered, leaves the slot.
         socket_.Close(1);
         socket_.Accept(1, requestId);
-        link_.awaitingHello = true;
+        ++link_.callers;
+        // A fresh challenge for every caller, so no answer heard once opens the door again.
+        link_.challenge = RandomKey();
     });
-    steps([&] { Announce(); });
+    steps([&] { SendNow(ChallengeMessage(link_.challenge)); });
 }
 
 void Table::FailLink(PeerFaultKind kind) {
@@ -203,7 +282,11 @@ void Table::tcpTalker_Connect(int index) {
         Steps steps(reporter_, "tcpTalker_Connect");
         if (index != 0 || state_.Role != kRoleClient || sessionOver_) return;
         steps([&] {
-            if (link_.down) link_.awaitingHello = true;
+            // Coming back, the client waits for the server's challenge and says nothing first.
+            if (link_.down) {
+                link_.awaitingChallenge = true;
+                return;
+            }
             Announce();
         });
     });
@@ -224,6 +307,13 @@ void Table::Reconnect() {
 void Table::GiveUpWaiting() {
     Enter([&] {
         if (!link_.down) return;
+        CloseSession();
+    });
+}
+
+void Table::OpponentStopped() {
+    Enter([&] {
+        if (ended_ || sessionOver_ || (state_.Role == kRoleNotConnected && !link_.down)) return;
         CloseSession();
     });
 }

@@ -68,6 +68,9 @@ class Screen {
     virtual void ShowConnectionLost(bool reconnecting) = 0;
     // The opponent's program is back, and play goes on where it stopped.
     virtual void ShowConnectionBack() = 0;
+    // Nobody waits for the opponent's program any more: the session ended, or the server's
+    // player started a new game with another caller.
+    virtual void ShowWaitOver() {}
     // The opponent's program announced itself by this name and version.
     virtual void ShowPeerProgram(const std::string& program) = 0;
     // The transcript gained its last line, typed here or by the opponent; its colour runs are
@@ -114,6 +117,10 @@ enum class NoticeKind {
     kPeerFault,        // the opponent's program sent what cannot be played: the session ends
     // Neither player can draw and the opponent's program knows no way to end such a round.
     kNobodyCanDraw,
+    // Calling a server that waits for its own client to come back to a game in progress: its
+    // player is asked whether to start a new game instead; and he chose to keep waiting.
+    kServerWaitsForItsClient,
+    kServerKeptItsGame,
 };
 struct Notice {
     NoticeKind kind = NoticeKind::kRefused;
@@ -126,6 +133,9 @@ struct Notice {
 enum class QuestionKind {
     kDiscard,          // a plain discard
     kDiscardMeldable,  // a discard that "Warn if Meldable" flags
+    // While the server waits for its client, a Kelvane program calls without the game (often
+    // the opponent, started again): give up the waiting game for a new one with him?
+    kNewGameWithCaller,
 };
 struct Question {
     QuestionKind kind = QuestionKind::kDiscard;

@@ -39,7 +39,8 @@ Verdict Judge(const GameState& s, const Received& r) {
 
 bool IsExtension(MessageKind kind) {
     return kind == MessageKind::kHello || kind == MessageKind::kRoundDigest ||
-           kind == MessageKind::kSync || kind == MessageKind::kBye;
+           kind == MessageKind::kSync || kind == MessageKind::kBye ||
+           kind == MessageKind::kChallenge || kind == MessageKind::kProof;
 }
 
 }  // namespace
@@ -51,17 +52,31 @@ void Table::Data_Process(const std::string& message) {
     Enter([&] {
         if (sessionOver_) return;
         const MessageKind kind = Classify(message);
+        const bool extension = IsExtension(kind) || message.starts_with(kExtensionPrefix);
         // A program that speaks only the game's messages passes over Kelvane's.
-        if (!extensions_ && (IsExtension(kind) || message.starts_with(kExtensionPrefix))) return;
+        if (!extensions_ && extension) return;
+        // A connection that may resume the game begins with the handshake, and nothing of the
+        // caller's is read as the game's before it has passed.
+        if (!link_.challenge.empty()) return HearCaller(message);
+        if (link_.awaitingChallenge || link_.awaitingHello) return HearServerAgain(message);
+        // A new client that reached a server waiting for its own client hears so, and the
+        // server's player decides; his announcement still counts as the server's first message.
+        if (kind == MessageKind::kChallenge && state_.Role == kRoleClient && !link_.peerKnown &&
+            !link_.calledWaitingServer) {
+            link_.calledWaitingServer = true;
+            return prompts_.Tell({NoticeKind::kServerWaitsForItsClient});
+        }
         // A Kelvane program announces itself before anything else it sends; an opponent whose
-        // first message is anything else speaks only the game's messages.
-        if (!std::exchange(link_.peerKnown, true) && kind != MessageKind::kHello) {
+        // first message is anything else speaks only the game's messages, and whatever "K:"
+        // message he sends later is passed over as the game's own dispatch passes over it.
+        const bool first = !std::exchange(link_.peerKnown, true);
+        if (first && kind != MessageKind::kHello) {
             link_.keeping = false;
             link_.kept.clear();
         }
-        // Coming back after a dropped connection, the opponent's program announces this game
-        // first; anyone else is turned away.
-        if (link_.awaitingHello && kind != MessageKind::kHello) return TurnAway();
+        if (extension && !Agreed() && !(first && kind == MessageKind::kHello)) return;
+        // After his quit nothing more of the opponent's is taken: the connection closes next.
+        if (link_.peerQuit) return;
         const Received r = ReadMessage(message);
         PeerFault fault;
         if (!r.readable) {

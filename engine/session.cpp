@@ -80,6 +80,11 @@ void Table::LoseConnection() {
     if (ended_ || sessionOver_) return;
     // Between two Kelvane programs a connection lost without a quit is not the end of the game.
     if (CanResume()) return LinkLost();
+    // A server waiting for its own client chose not to start a new game with this one.
+    if (link_.calledWaitingServer && !link_.peerKnown) {
+        prompts_.Tell({NoticeKind::kServerKeptItsGame});
+        return CloseSession();
+    }
     prompts_.Tell({NoticeKind::kOpponentGone});
     // What follows in the current handler still runs, but nothing opens the window again.
     ended_ = true;
@@ -95,15 +100,18 @@ void Table::EndSession(const PeerFault& fault) {
     steps([&] {
         if (Agreed() && !link_.down) SendNow(ByeMessage());
     });
-    steps([&] { prompts_.Tell(notice); });
+    // Closed before the player reads why: behind the box, the window already shows no session
+    // and no box calling the opponent again.
     CloseSession();
+    steps([&] { prompts_.Tell(notice); });
 }
 
 void Table::CloseSession() {
     Steps steps(reporter_, "CloseSession");
     steps([&] {
         sessionOver_ = true;
-        link_.down = link_.awaitingHello = false;
+        link_.down = link_.awaitingChallenge = link_.awaitingHello = false;
+        link_.challenge.clear();
         reader_.Clear();
         state_.Role = kRoleNotConnected;
         state_.RoundInPlay = state_.MyTurn = false;
@@ -114,10 +122,15 @@ void Table::CloseSession() {
         });
     steps([&] { RefreshHands('B'); });
     steps([&] { screen_.EnableSessionMenus(true); });
+    steps([&] { screen_.ShowWaitOver(); });
 }
 
 void Table::StartAfresh() {
     if (!std::exchange(sessionOver_, false)) return;
+    ClearGame();
+}
+
+void Table::ClearGame() {
     state_ = GameState{};
     ClearTable();
     screen_.ShowStack(0);  // no stock until the deal
@@ -163,6 +176,11 @@ void Table::tcpTalker_DataArrival(int index) {
             FrameReader::Cut cut = FrameReader::Cut::kNone;
             steps([&] { cut = reader_.Next(message); });
             if (cut == FrameReader::Cut::kNone) break;
+            // A caller who has not proved himself is only turned away, whatever he sends.
+            if (cut == FrameReader::Cut::kTooLong && !link_.challenge.empty()) {
+                TurnAway();
+                continue;
+            }
             if (cut == FrameReader::Cut::kTooLong) {
                 PeerFault fault;
                 fault.kind = PeerFaultKind::kTooLong;

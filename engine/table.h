@@ -89,6 +89,9 @@ class Table {
     // The player gives up waiting for his opponent to come back: the session ends, the game
     // stays in view and a new session may be started.
     void GiveUpWaiting();
+    // The shell knows the opponent's program has stopped for good (the computer player it
+    // started): the session ends at once, the game stays in view, nobody waits for it.
+    void OpponentStopped();
     // The player quits. A Kelvane opponent is told first, so that it ends as the game ends on
     // the opponent's leaving instead of waiting for him to come back.
     void Quit();
@@ -119,8 +122,18 @@ class Table {
         bool keeping = true;  // until the opponent shows he is not a Kelvane program
         long rounds = 0;      // rounds scored in this session
         std::optional<RoundDigest> lastRound;
-        bool down = false;           // lost: waiting for the opponent's program to come back
-        bool awaitingHello = false;  // reconnected: his announcement must come first
+        // The session's secret: our half and his, each told once on the first connection.
+        std::string ourKey, theirKey;
+        bool down = false;  // lost: waiting for the opponent's program to come back
+        // The server: the challenge put to the caller in the slot, who has not yet proved he is
+        // the client that left; `callers` counts who came.
+        std::string challenge;
+        long callers = 0;
+        // The client calling again: the server's challenge comes first, then its announcement.
+        bool awaitingChallenge = false;
+        bool awaitingHello = false;
+        // A new client reached a server that waits for its own client to come back.
+        bool calledWaitingServer = false;
         std::optional<long> syncAt;  // a resume's digest goes out once this many are applied
         bool peerQuit = false;
         bool frozenTold = false;  // told this round that nobody can draw
@@ -136,7 +149,11 @@ class Table {
     void NoteDeal(const CardArray& stack);
     void ApplyExtension(const Received& r);
     void TakeAnnouncement(const Hello& hello);
-    void Resume(const Hello& hello);
+    // The resume's handshake, before anything else of a connection that may resume the game.
+    void HearCaller(const std::string& message);
+    void HearServerAgain(const std::string& message);
+    void OfferNewGame(const Hello& hello);
+    void Resumed(long theirApplied, long theirSent);
     void TurnAway();
     void CompareRound(const RoundDigest& theirs);
     void CompareSync(const Sync& theirs);
@@ -164,6 +181,7 @@ class Table {
     void CloseSession();
     // A session that starts after one was closed starts from a new game.
     void StartAfresh();
+    void ClearGame();
 
     // Data_Process's moves, each judged allowed before it is applied.
     void Apply(Steps& steps, const Received& r);

@@ -61,9 +61,11 @@ class HeadlessPrompts : public Prompts {
     long long pausedMilliseconds() const { return pausedMs_; }
 
     void Tell(const Notice& notice) override { notices_.push_back(notice); }
+    // Every discard is confirmed; a program without a player keeps a game that waits for its
+    // client rather than give it up to whoever calls.
     bool Ask(const Question& question) override {
         questions_.push_back(question);
-        return true;
+        return question.kind != QuestionKind::kNewGameWithCaller;
     }
     std::string AskHost() override { return host_; }
     void Pause(int milliseconds) override {

@@ -42,6 +42,9 @@ std::string Told(const Notice& notice) {
                                                                     : "unreadable or out of place");
         case NoticeKind::kNobodyCanDraw:
             return "nobody can draw";
+        case NoticeKind::kServerWaitsForItsClient:
+        case NoticeKind::kServerKeptItsGame:
+            return "the server waits for another client";
     }
     return "?";
 }

@@ -30,7 +30,13 @@ ComputerOpponent::ComputerOpponent(QObject* parent) : QObject(parent) {
     connect(&process_, &QProcess::errorOccurred, this, [this](QProcess::ProcessError e) {
         if (e == QProcess::FailedToStart) Fail();
     });
-    connect(&process_, &QProcess::finished, this, [this] { Fail(); });
+    connect(&process_, &QProcess::finished, this, [this] {
+        if (listened_) {
+            Q_EMIT stopped();
+            return;
+        }
+        Fail();
+    });
     deadline_.setSingleShot(true);
     connect(&deadline_, &QTimer::timeout, this, [this] {
         process_.kill();
@@ -68,7 +74,7 @@ void ComputerOpponent::ReadError() {
     static const QRegularExpression port("on port (\\d+)\\n");
     const QRegularExpressionMatch m = port.match(err_);
     if (!m.hasMatch()) return;
-    told_ = true;
+    told_ = listened_ = true;
     deadline_.stop();
     err_.clear();
     Q_EMIT listening(m.captured(1).toInt());

@@ -33,6 +33,8 @@ class ComputerOpponent : public QObject {
   Q_SIGNALS:
     void listening(int port);
     void failed();
+    // It stopped after it had been listening: killed, crashed or ended.
+    void stopped();
 
   private:
     void ReadError();
@@ -42,6 +44,7 @@ class ComputerOpponent : public QObject {
     QString err_;
     QTimer deadline_;
     bool told_ = false;
+    bool listened_ = false;
 };
 
 }  // namespace kelvane

@@ -225,12 +225,20 @@ void Form1::ShowWarnMeldChecked(bool checked) {
 }
 
 void Form1::ShowConnectionLost(bool reconnecting) {
+    WriteStatusLine();
     if (linkDialog_) return;
     linkDialog_ = new LinkDialog(*table_, reconnecting, this);
     linkDialog_->show();
 }
 
 void Form1::ShowConnectionBack() {
+    ShowWaitOver();
+}
+
+// Whichever way the wait ends, its box goes: a box offering to call again a session that is
+// over would only mislead.
+void Form1::ShowWaitOver() {
+    WriteStatusLine();
     if (!linkDialog_) return;
     linkDialog_->accept();
     linkDialog_->deleteLater();
@@ -307,6 +315,16 @@ void Form1::PlayAgainstComputer(int level) {
         EnableSessionMenus(true);
         ShowBox(ComputerUnavailableBox());
     });
+    // The computer player's program is gone for good: no call brings it back. Queued, since a
+    // new game replaces the object that tells it.
+    connect(
+        computer_.get(), &ComputerOpponent::stopped, this,
+        [this, level] {
+            if (closing_ || table_->ended()) return;
+            table_->OpponentStopped();
+            if (ShowBox(ComputerStoppedBox())) PlayAgainstComputer(level);
+        },
+        Qt::QueuedConnection);
     computer_->Start(botProgram_.isEmpty() ? ComputerOpponent::FindProgram() : botProgram_,
                      QStringList{"--level", QString::number(level)} + botArguments_);
 }

@@ -97,6 +97,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ShowWarnMeldChecked(bool checked) override;
     void ShowConnectionLost(bool reconnecting) override;
     void ShowConnectionBack() override;
+    void ShowWaitOver() override;
     void ShowPeerProgram(const std::string& program) override;
     void ChatLineAdded(const Transcript& transcript, Speaker speaker) override;
     void ClearChatInput() override;

@@ -115,6 +115,11 @@ void Form1::WriteStatusLine() {
         lblStatus_->setText(QString::fromStdString(kRoleNotConnected));
         return;
     }
+    if (table_->WaitingForOpponent()) {
+        SetStatusColour(QColor(0, 0, 0));
+        lblStatus_->setText(QString::fromStdString(ConnectionLostStatus(s.Role == kRoleClient)));
+        return;
+    }
     SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
     if (s.MyTurn) {
         lblStatus_->setText(s.HasDrawn ? "Discard" : "Draw");

@@ -202,11 +202,28 @@ BoxText NoticeBox(const Notice& notice) {
                 "round cannot go on. Your opponent's program has no way to end it; quit when "
                 "you are ready.",
                 Buttons::kOk, Icon::kExclamation, ""};
+        case NoticeKind::kServerWaitsForItsClient:
+            return {
+                "This server is waiting for its opponent to come back to a game in progress. "
+                "Its player is being asked whether to give that game up and start a new one "
+                "with you.",
+                Buttons::kOk, Icon::kNone, ""};
+        case NoticeKind::kServerKeptItsGame:
+            return {
+                "The server's player is keeping the game in progress for the opponent who "
+                "left, so no new game can start with you now. Try again later.",
+                Buttons::kOk, Icon::kExclamation, ""};
     }
     return Refused("");
 }
 
 BoxText QuestionBox(const Question& q) {
+    if (q.kind == QuestionKind::kNewGameWithCaller)
+        return {
+            "A Kelvane player has connected without the game in progress: perhaps your "
+            "opponent started Kelvane again. Give up the game in progress and start a new "
+            "one with this player?",
+            Buttons::kYesNo, Icon::kExclamation, ""};
     if (q.kind == QuestionKind::kDiscardMeldable)
         return {"The " + Name(q.card) + " is meldable. Are you sure?", Buttons::kYesNo,
                 Icon::kExclamation, kConfirmTitle};
@@ -254,6 +271,11 @@ std::string ConnectionLostText(bool reconnecting, bool stillCalling) {
     return lost +
            "it is back. Kelvane has stopped calling by itself; choose Reconnect Now to call "
            "again.";
+}
+
+std::string ConnectionLostStatus(bool reconnecting) {
+    return reconnecting ? "Connection lost: calling your opponent again"
+                        : "Connection lost: waiting for your opponent to come back";
 }
 
 std::string PeerProgramText(const std::string& program) {
@@ -324,6 +346,13 @@ std::string NewRoundText() {
 std::string GameSummaryText(GameOutcome outcome, const GameState& s) {
     return GameText(outcome) + " Totals: you " + Signed(s.LocalScore.value()) + ", your opponent " +
            Signed(s.RemoteScore.value()) + ".";
+}
+
+BoxText ComputerStoppedBox() {
+    return {
+        "The computer player stopped, so this game cannot go on. Start a new game against "
+        "the computer?",
+        Buttons::kYesNo, Icon::kExclamation, ""};
 }
 
 BoxText ComputerUnavailableBox() {

@@ -48,6 +48,8 @@ std::string ListeningText(const std::string& localAddress);
 // that calls again (`reconnecting`, still calling by itself or not) or the one that waits.
 std::string ConnectionLostTitle();
 std::string ConnectionLostText(bool reconnecting, bool stillCalling);
+// The status line meanwhile.
+std::string ConnectionLostStatus(bool reconnecting);
 // Where the player finds which program his opponent plays.
 std::string PeerProgramText(const std::string& program);
 
@@ -62,6 +64,8 @@ std::string CardSign(Int16 card);
 
 // When "Play Against the Computer" finds no computer opponent to start, or it does not start.
 BoxText ComputerUnavailableBox();
+// When the computer opponent's program stops during a game; Yes starts a new one.
+BoxText ComputerStoppedBox();
 // The short help that F1 opens: the rules and the controls, as HTML.
 std::string HelpTitle();
 std::string HelpText();

@@ -1,6 +1,7 @@
 #include "wire/wire.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 
 namespace kelvane {
@@ -154,16 +155,16 @@ bool Total(std::string_view text, int& value) {
     return true;
 }
 
+// Exactly `digits` lower-case hexadecimal digits.
+bool IsHex(std::string_view text, std::size_t digits) {
+    return text.size() == digits &&
+           std::ranges::all_of(text, [](char c) { return IsDigit(c) || (c >= 'a' && c <= 'f'); });
+}
+
 // Sixteen lower-case hexadecimal digits.
 bool Hex64(std::string_view text, std::uint64_t& value) {
-    if (text.size() != 16) return false;
-    value = 0;
-    for (char c : text) {
-        const int digit = IsDigit(c) ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-        if (digit < 0) return false;
-        value = value << 4 | static_cast<std::uint64_t>(digit);
-    }
-    return true;
+    return IsHex(text, 16) &&
+           std::from_chars(text.data(), text.data() + text.size(), value, 16).ec == std::errc{};
 }
 
 std::string Hex64Text(std::uint64_t value) {
@@ -177,15 +178,20 @@ bool IsProgramName(std::string_view name) {
            std::ranges::all_of(name, [](char c) { return c >= ' ' && c <= '~'; });
 }
 
+// Any version is read, so that a program announcing another one can be told apart from one that
+// cannot write an announcement; its fields are read as this version writes them.
 bool ReadHello(std::string_view rest, Hello& h) {
-    const auto f = Split(rest, 5);
+    const auto f = Split(rest, 6);
     if (!f) return false;
     long version = 0;
     if ((*f)[0].size() > 3 || !Count((*f)[0], version) || version < 1) return false;
-    if (!Count((*f)[2], h.applied) || !Count((*f)[3], h.sent) || !IsProgramName((*f)[4]))
+    if (!Count((*f)[2], h.applied) || !Count((*f)[3], h.sent) || !IsProgramName((*f)[5]))
         return false;
+    const std::string_view key = (*f)[4];
+    if (key != "-" && !IsHex(key, kKeyDigits)) return false;
     h.version = static_cast<int>(version);
-    h.program = std::string((*f)[4]);
+    h.key = key == "-" ? "" : std::string(key);
+    h.program = std::string((*f)[5]);
     if ((*f)[1] == "-") return true;
     std::uint64_t game = 0;
     if (!Hex64((*f)[1], game)) return false;
@@ -210,6 +216,15 @@ bool ReadRoundDigest(std::string_view rest, RoundDigest& d) {
 bool ReadSync(std::string_view rest, Sync& y) {
     const auto f = Split(rest, 3);
     return f && Count((*f)[0], y.applied) && Count((*f)[1], y.sent) && Hex64((*f)[2], y.state);
+}
+
+bool ReadProof(std::string_view rest, Proof& p) {
+    const auto f = Split(rest, 3);
+    if (!f || !Count((*f)[0], p.applied) || !Count((*f)[1], p.sent) ||
+        !IsHex((*f)[2], kProofDigits))
+        return false;
+    p.mac = std::string((*f)[2]);
+    return true;
 }
 
 bool ReadFields(std::string_view rest, Received& r) {
@@ -243,6 +258,11 @@ bool ReadFields(std::string_view rest, Received& r) {
             return ReadSync(rest, r.sync);
         case MessageKind::kBye:
             return rest.empty();
+        case MessageKind::kChallenge:
+            r.nonce = std::string(rest);
+            return IsHex(rest, kKeyDigits);
+        case MessageKind::kProof:
+            return ReadProof(rest, r.proof);
         case MessageKind::kOldVersion:
         case MessageKind::kUnknown:
             return true;
@@ -278,7 +298,8 @@ std::string ChatMessage(std::string_view typed) {
 std::string HelloMessage(const Hello& h) {
     return Prefixed(MessageKind::kHello,
                     std::to_string(h.version) + ":" + (h.game ? Hex64Text(*h.game) : "-") + ":" +
-                        std::to_string(h.applied) + ":" + std::to_string(h.sent) + ":" + h.program);
+                        std::to_string(h.applied) + ":" + std::to_string(h.sent) + ":" +
+                        (h.key.empty() ? "-" : h.key) + ":" + h.program);
 }
 std::string RoundDigestMessage(const RoundDigest& d) {
     return Prefixed(MessageKind::kRoundDigest,
@@ -292,6 +313,13 @@ std::string SyncMessage(const Sync& y) {
 }
 std::string ByeMessage() {
     return Prefixed(MessageKind::kBye, "");
+}
+std::string ChallengeMessage(std::string_view nonce) {
+    return Prefixed(MessageKind::kChallenge, nonce);
+}
+std::string ProofMessage(const Proof& p) {
+    return Prefixed(MessageKind::kProof,
+                    std::to_string(p.applied) + ":" + std::to_string(p.sent) + ":" + p.mac);
 }
 
 std::string EscapeChat(std::string_view text) {

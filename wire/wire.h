@@ -65,6 +65,8 @@ enum class MessageKind {
     kRoundDigest,
     kSync,
     kBye,
+    kChallenge,
+    kProof,
     kUnknown,
 };
 
@@ -93,7 +95,7 @@ inline constexpr MessageFormat kMessageFormats[] = {
     {MessageKind::kOldVersion, "S:"},
     {MessageKind::kDeal, "s:"},
     {MessageKind::kChat, "C:"},
-    // "K:HELLO:" version ":" game ":" applied ":" sent ":" program
+    // "K:HELLO:" version ":" game ":" applied ":" sent ":" key ":" program
     {MessageKind::kHello, "K:HELLO:", false},
     // "K:ROUND:" applied ":" round ":" server's total ":" client's total ":" deals ":" opener
     // ":" digest
@@ -101,6 +103,10 @@ inline constexpr MessageFormat kMessageFormats[] = {
     // "K:SYNC:" applied ":" sent ":" digest
     {MessageKind::kSync, "K:SYNC:", false},
     {MessageKind::kBye, "K:BYE", false},
+    // "K:CHALLENGE:" nonce, from a server waiting for its client to come back
+    {MessageKind::kChallenge, "K:CHALLENGE:", false},
+    // "K:PROOF:" applied ":" sent ":" keyed hash, the caller's answer
+    {MessageKind::kProof, "K:PROOF:", false},
 };
 
 // The kind by the message's first characters; kUnknown for anything else, which is ignored.
@@ -110,21 +116,38 @@ bool Counted(std::string_view message);
 
 // The version of Kelvane's own messages this program speaks. Version 1: the announcement, the
 // end of a round nobody can draw in, a digest at every round's end, resuming a dropped connection
-// and the quit that ends a session for good.
-inline constexpr int kExtensionVersion = 1;
+// and the quit that ends a session for good. Version 2: a resume is granted only to the caller
+// who proves he holds the session's secret. A program announcing another version is spoken to
+// as one that knows none of Kelvane's messages.
+inline constexpr int kExtensionVersion = 2;
 
-// A Kelvane program's announcement, the first message it sends on every connection: which
-// program it is, which version of Kelvane's own messages it speaks, and, when it comes back after
-// a dropped connection, which game it resumes and how far it got.
+// The secret's halves and the server's challenge are 16 random bytes, the proof a 32-byte keyed
+// hash, each written as lower-case hexadecimal digits.
+inline constexpr std::size_t kKeyDigits = 32;
+inline constexpr std::size_t kProofDigits = 64;
+
+// A Kelvane program's announcement: which program it is, which version of Kelvane's own messages
+// it speaks, and its half of the session's secret (on the session's first connection only); or,
+// from a server letting its client back in, which game it resumes and how far it got.
 struct Hello {
     int version = kExtensionVersion;
     std::optional<std::uint64_t> game;  // none on a session's first connection
     long applied = 0;                   // the other side's counted messages applied here
     long sent = 0;                      // counted messages sent from here
+    std::string key;                    // kKeyDigits hexadecimal digits, or none on a resume
     std::string program;                // printable, at most kProgramNameLimit characters
     friend bool operator==(const Hello&, const Hello&) = default;
 };
 inline constexpr std::size_t kProgramNameLimit = 64;
+
+// A caller's answer to the challenge of a server waiting for its client: how far the caller got,
+// and the keyed hash of the challenge and those counts under the session's secret.
+struct Proof {
+    long applied = 0;
+    long sent = 0;
+    std::string mac;  // kProofDigits hexadecimal digits
+    friend bool operator==(const Proof&, const Proof&) = default;
+};
 
 // What both programs must hold alike once a round has been scored, told by each at the same
 // message. Totals are the server's first, so both sides write the same digest.
@@ -163,6 +186,8 @@ std::string HelloMessage(const Hello& hello);
 std::string RoundDigestMessage(const RoundDigest& digest);
 std::string SyncMessage(const Sync& sync);
 std::string ByeMessage();
+std::string ChallengeMessage(std::string_view nonce);
+std::string ProofMessage(const Proof& proof);
 
 // A received message as the game writes it: every number two digits, every card a code from 1
 // to 52, a card list of one to 13 cards each followed by ",", and a deal of 52 cards. Anything
@@ -178,6 +203,8 @@ struct Received {
     Hello hello;
     RoundDigest digest;
     Sync sync;
+    std::string nonce;  // a challenge's
+    Proof proof;
 };
 Received ReadMessage(std::string_view message);
 

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/credential.h"
 #include "game/cards.h"
 #include "game/stock.h"
 #include "game_watch.h"
@@ -279,6 +280,62 @@ TEST(HostilePeer, KnockingStrangersChangeNothingAndAVanishingPeerIsTheOpponentLe
         EXPECT_EQ(s.bot.exitCode(), 0) << s.bot.Story();
         EXPECT_TRUE(s.bot.out().contains("Your opponent left.")) << s.bot.Story();
     }
+}
+
+// The bot serving, its Kelvane client gone: a stranger who calls (one who saw the first
+// connection and names its game and counts, or answers with a made-up proof) hears only the
+// challenge and is closed; a new Kelvane player is told the bot keeps its game; the client that
+// left proves itself with the session's secret and the game goes on.
+TEST(HostilePeer, WhileTheBotWaitsForItsClientNobodyElseLearnsOrTakesTheGame) {
+    Session s;
+    ASSERT_NO_FATAL_FAILURE(s.BotServes());
+    const std::string ourKey(kKeyDigits, '7');
+    const Received hello = ReadMessage(s.received.substr(1, s.received.find(')') - 1));
+    ASSERT_EQ(hello.hello.key.size(), kKeyDigits) << s.received;
+    s.Send("(K:HELLO:2:-:0:0:" + ourKey + ":the test)" + s.Turn());
+    ASSERT_TRUE(s.Until([&] { return s.Frames("M:D:") > 0; })) << s.bot.Story();
+    s.peer->abort();
+    ASSERT_TRUE(s.Until([&] { return s.bot.err().contains("the connection was lost"); }));
+    static const QRegularExpression listening("on port (\\d+)");
+    const quint16 port = listening.match(s.bot.err()).captured(1).toUShort();
+    // A caller, and the one frame the bot says to him: its challenge.
+    const auto call = [&](QTcpSocket& caller) {
+        caller.connectToHost("127.0.0.1", port);
+        std::string heard;
+        EXPECT_TRUE(caller.waitForConnected(kWaitMs));
+        while (heard.find(')') == std::string::npos && caller.waitForReadyRead(kWaitMs))
+            heard += caller.readAll().toStdString();
+        const Received r = ReadMessage(heard.substr(1, heard.size() - 2));
+        EXPECT_EQ(r.kind, MessageKind::kChallenge) << heard;
+        return r.nonce;
+    };
+    const std::string lies[] = {
+        "(K:HELLO:2:0123456789abcdef:1:2:-:the test)",
+        "(K:PROOF:1:2:" + std::string(kProofDigits, 'e') + ")",
+    };
+    for (const std::string& lie : lies) {
+        QTcpSocket stranger;
+        call(stranger);
+        stranger.write(lie.data(), static_cast<qint64>(lie.size()));
+        EXPECT_TRUE(stranger.waitForDisconnected(kWaitMs)) << lie;
+        EXPECT_EQ(stranger.readAll().size(), 0) << "nothing after the challenge";
+    }
+    test::Program newcomer{"a new player", ""};
+    newcomer.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port)});
+    ASSERT_TRUE(newcomer.process().waitForFinished(kWaitMs));
+    newcomer.Gather();
+    EXPECT_EQ(newcomer.exitCode(), 1);
+    EXPECT_TRUE(newcomer.err().contains("keeping the game in progress")) << newcomer.Story();
+    ASSERT_TRUE(s.bot.running()) << s.bot.Story();
+    // The client that left: the keyed hash of this challenge under both halves of the secret.
+    s.peer = std::make_unique<QTcpSocket>();
+    const std::string nonce = call(*s.peer);
+    s.received.clear();
+    s.Send("(" + ProofMessage({1, 2, ProofMac(hello.hello.key, ourKey, nonce, 1, 2)}) + ")");
+    ASSERT_TRUE(s.Until([&] { return s.bot.err().contains("the opponent is back"); }))
+        << s.bot.Story();
+    EXPECT_EQ(ReadMessage(s.received.substr(1, s.received.find(')') - 1)).kind,
+              MessageKind::kHello);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "engine/credential.h"
 #include "fakes.h"
 #include "game/invariants.h"
 #include "game/meld_search.h"
@@ -234,6 +235,8 @@ TEST(OpponentMoves, TakesMeldsAndDrawsShowWhatHeTookAndScored) {
 // game left in view, and the failure reporter kept for our own faults. Kinds this program does
 // not know are ignored.
 TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSession) {
+    const std::string kHello = "(K:HELLO:2:-:0:0:" + std::string(kKeyDigits, 'a') + ":Kelvane)";
+    const std::string kRoundOne = "(K:ROUND:0:1:40:25:1:S:0000000000000000)";
     const std::string notAllowed = "Your opponent's program sent a move the rules do not allow (";
     const std::string cannotGoOn = ". This game cannot go on.";
     const std::pair<std::string, std::string> cases[] = {
@@ -276,19 +279,26 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
          "Your opponent's program sent a message longer than 8192 bytes" + cannotGoOn},
         // Kelvane's own messages are judged as strictly.
         {"(K:LATER:1)", ""},
-        {"(K:SYNC:zz)",
+        {kHello + "(K:SYNC:zz)",
          "Your opponent's program sent a message this game cannot read (\"K:SYNC:zz\")" +
              cannotGoOn},
-        {"(K:HELLO:1:-:0:0:Kelvane)(K:HELLO:1:-:0:0:Kelvane)",
+        {kHello + kHello,
          "Your opponent's program sent a Kelvane message where it has no place" + cannotGoOn},
-        {"(K:HELLO:1:0123456789abcdef:0:0:Kelvane)",
+        {kHello + "(K:CHALLENGE:" + std::string(kKeyDigits, '0') + ")",
+         "Your opponent's program sent a Kelvane message where it has no place" + cannotGoOn},
+        {"(K:HELLO:2:0123456789abcdef:0:0:-:Kelvane)",
          "The program that answered is not playing this game with you, so the game cannot be "
          "resumed" +
              cannotGoOn},
-        {"(K:HELLO:1:-:0:0:Kelvane)(K:ROUND:0:1:40:25:1:S:0000000000000000)",
+        {kHello + kRoundOne,
          "Your opponent's program and this one no longer agree on the number of rounds played "
          "(here 0, there 1)" +
              cannotGoOn},
+        // The first message decides: an announcement after anything else, or of another version,
+        // is passed over with every "K:" message after it.
+        {"(M:Q:01)" + kHello + kRoundOne, ""},
+        {"(K:HELLO:3:-:0:0:-:Kelvane)" + kRoundOne, ""},
+        {"(K:ROUND:0:1:40:25:1:S:0000000000000000)" + kHello, ""},
     };
     for (const auto& [bytes, told] : cases) {
         SCOPED_TRACE(bytes.substr(0, 30));
@@ -312,6 +322,13 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
         EXPECT_FALSE(o.table.ended()) << "the window stays open";
         EXPECT_EQ(o.screen.log.back() == "EnableMenus", !told.empty());
     }
+    // Nothing after the opponent's quit is taken, though the connection is still open.
+    Opponent quit;
+    const GameState before = quit.s;
+    quit.Arrive(kHello + "(K:BYE)(M:D:33)(C:after)");
+    EXPECT_TRUE(quit.prompts.boxes.empty());
+    EXPECT_EQ(quit.table.transcript().text(), "");
+    EXPECT_EQ(quit.s.UpPile, before.UpPile);
     // The example the player is most likely to meet, worded in full.
     Opponent drawn;
     drawn.s.HasDrawn = true;
@@ -388,57 +405,114 @@ TEST(Session, ServerDealsOnTheFirstRequestOnly) {
     EXPECT_TRUE(t.errors.shown.empty());
     // The announcement, then the deal; nothing for the second knock.
     ASSERT_EQ(t.socket.sent.size(), 2u);
-    EXPECT_EQ(t.socket.sent[0], "(K:HELLO:1:-:0:0:Kelvane " KELVANE_VERSION ")");
+    EXPECT_TRUE(t.socket.sent[0].starts_with("(K:HELLO:2:-:0:0:")) << t.socket.sent[0];
+    EXPECT_TRUE(t.socket.sent[0].ends_with(":Kelvane " KELVANE_VERSION ")"));
     EXPECT_EQ(t.socket.sent[1], Frame(DealMessage(dealt.Stack)));
     EXPECT_TRUE(t.table.state().Stack == dealt.Stack);
 }
 
-// While a server waits for its Kelvane client to come back, whoever calls is let in only to be
-// kept if he names this game: a stranger, a player of another game, or a caller who never
-// announces himself is turned away at once and the game waits on; the client itself resumes.
+// While a server waits for its Kelvane client to come back, every caller is challenged and must
+// answer with the keyed hash of the session's secret: a stranger replaying what the first
+// connection showed (the game's identifier, its counts), a wrong or replayed proof, a move, a
+// flood or silence gets nothing but the challenge and is closed; the player decides whether a
+// Kelvane program calling without the game starts a new one; the client itself resumes.
 TEST(Session, AServerWaitingForItsClientLetsOnlyItBackIn) {
     test::TableUnderTest t;
     t.table.mnuServer_Click();
     t.table.tcpTalker_ConnectionRequest(0, 1);
     const std::string deal = t.socket.sent.at(1).substr(1, t.socket.sent[1].size() - 2);
-    char gameText[17];
-    std::snprintf(gameText, sizeof gameText, "%016llx",
-                  static_cast<unsigned long long>(Fnv1a(deal)));
-    t.socket.waiting[1] = "(K:HELLO:1:-:0:0:the client)";
+    const std::string serverKey = ReadMessage(t.socket.sent[0].substr(1)).hello.key;
+    const std::string clientKey(kKeyDigits, 'c');
+    const std::string game = [&] {
+        char text[17];
+        std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(Fnv1a(deal)));
+        return std::string(text);
+    }();
+    t.socket.waiting[1] = "(K:HELLO:2:-:0:0:" + clientKey + ":the client)";
     t.table.tcpTalker_DataArrival(1);
     ASSERT_TRUE(t.table.KelvaneOpponent());
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
     ASSERT_TRUE(t.table.WaitingForOpponent());
     EXPECT_EQ(t.screen.log.back(), "ConnectionLost off");
-    const std::string callers[] = {
-        "(K:HELLO:1:0123456789abcdef:1:0:another game's client)",
-        "(K:HELLO:1:-:0:0:a new player)",
-        "(M:N:01)",
-    };
+
     long request = 2;
-    for (const std::string& bytes : callers) {
-        SCOPED_TRACE(bytes);
+    std::string challenge;
+    const auto call = [&] {
+        t.socket.sent.clear();
         t.table.tcpTalker_ConnectionRequest(0, request++);
         EXPECT_EQ(t.socket.calls.back(), "Accept 1");
+        ASSERT_EQ(t.socket.sent.size(), 1u);
+        const Received r = ReadMessage(t.socket.sent[0].substr(1, t.socket.sent[0].size() - 2));
+        ASSERT_EQ(r.kind, MessageKind::kChallenge) << "a caller hears nothing but the challenge";
+        EXPECT_NE(r.nonce, challenge) << "every caller gets a fresh challenge";
+        challenge = r.nonce;
+    };
+    const auto proof = [&](const std::string& nonce, long applied, long sent) {
+        return "(" +
+               ProofMessage({applied, sent, ProofMac(serverKey, clientKey, nonce, applied, sent)}) +
+               ")";
+    };
+    const std::string first = [&] {
+        call();
+        return challenge;
+    }();
+    // Each caller's words, given the challenge he heard.
+    const std::function<std::string(const std::string&)> callers[] = {
+        [&](auto&) { return "(K:HELLO:2:" + game + ":1:0:-:a stranger who saw the deal)"; },
+        [&](auto&) { return "(K:PROOF:1:0:" + std::string(kProofDigits, 'f') + ")"; },
+        [&](auto&) { return proof(first, 1, 0); },  // heard once, replayed
+        [&](auto& nonce) {                          // made without the client's half of the secret
+            return "(" +
+                   ProofMessage(
+                       {1, 0, ProofMac(serverKey, std::string(kKeyDigits, '0'), nonce, 1, 0)}) +
+                   ")";
+        },
+        [&](auto&) { return std::string("(M:N:01)"); },
+        [&](auto&) { return "(" + std::string(kFrameLimit + 10, 'x'); },
+        [&](auto&) { return "(K:HELLO:2:-:0:0:" + clientKey + ":a new player)"; },  // No below
+    };
+    t.prompts.answers = {false};
+    for (const auto& caller : callers) {
+        call();
+        const std::string bytes = caller(challenge);
+        SCOPED_TRACE(bytes.substr(0, 40));
         t.socket.waiting[1] = bytes;
         t.table.tcpTalker_DataArrival(1);
         EXPECT_EQ(t.socket.calls.back(), "Close 1");
+        EXPECT_EQ(t.socket.sent.size(), 1u);
         EXPECT_TRUE(t.table.WaitingForOpponent());
         EXPECT_EQ(t.s.Role, kRoleServer);
     }
+    EXPECT_EQ(t.prompts.boxes.size(), 1u) << "only the new player's call asks the player";
     // One who says nothing is replaced by the next caller.
-    t.table.tcpTalker_ConnectionRequest(0, request++);
-    t.table.tcpTalker_ConnectionRequest(0, request++);
+    call();
+    call();
     const std::vector<std::string> lastCalls(t.socket.calls.end() - 3, t.socket.calls.end());
     EXPECT_EQ(lastCalls, (std::vector<std::string>{"Accept 1", "Close 1", "Accept 1"}));
     t.socket.sent.clear();
-    t.socket.waiting[1] = std::string("(K:HELLO:1:") + gameText + ":1:0:the client)";
+    t.socket.waiting[1] = proof(challenge, 1, 0);
     t.table.tcpTalker_DataArrival(1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     EXPECT_EQ(t.screen.log.back(), "ConnectionBack");
-    ASSERT_EQ(t.socket.sent.size(), 1u) << "the client had the deal: only the digest goes";
-    EXPECT_EQ(t.socket.sent[0].substr(0, 11), "(K:SYNC:0:1");
+    ASSERT_EQ(t.socket.sent.size(), 2u) << "the client had the deal: the digest follows";
+    EXPECT_EQ(t.socket.sent[0], "(K:HELLO:2:" + game + ":0:1:-:Kelvane " KELVANE_VERSION ")");
+    EXPECT_EQ(t.socket.sent[1].substr(0, 11), "(K:SYNC:0:1");
+
+    // Lost again, the player gives the game up for a new player's: a new game is dealt to him.
+    t.socket.states[1] = kSocketClosed;
+    t.table.tcpTalker_Close(1);
+    call();
+    t.socket.waiting[1] = "(K:HELLO:2:-:0:0:" + clientKey + ":a new player)";
+    t.table.tcpTalker_DataArrival(1);
+    EXPECT_FALSE(t.table.WaitingForOpponent());
+    ASSERT_EQ(t.socket.sent.size(), 3u);
+    EXPECT_TRUE(t.socket.sent[1].starts_with("(K:HELLO:2:-:0:0:"));
+    EXPECT_EQ(t.socket.sent[1].find(serverKey), std::string::npos) << "a new game, a new secret";
+    EXPECT_EQ(ReadMessage(t.socket.sent[2].substr(1, t.socket.sent[2].size() - 2)).kind,
+              MessageKind::kDeal);
+    EXPECT_EQ(t.s.LocalCount, 7);
+    EXPECT_EQ(t.s.RemoteScore, 0);
 }
 
 // A host that cannot be reached is told in a box and the socket closed again; no host, no attempt.

@@ -17,6 +17,7 @@
 #include <QTcpSocket>
 #include <QTest>
 #include <QTextEdit>
+#include <csignal>
 #include <memory>
 #include <string>
 #include <utility>
@@ -26,8 +27,10 @@
 #include "game_watch.h"
 #include "qtnet/qt_socket.h"
 #include "sim/random_policy.h"
+#include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
+#include "ui/texts.h"
 #include "unattended_window.h"
 #include "wire/wire.h"
 
@@ -206,6 +209,7 @@ TEST(WindowAgainstBot, ResumesAfterTheLineDrops) {
     line.Drop();
     ASSERT_TRUE(QTest::qWaitFor([&] { return window.linkDialog() != nullptr; }, 5000));
     EXPECT_TRUE(window.table().WaitingForOpponent());
+    EXPECT_EQ(window.label("lblStatus")->text(), "Connection lost: calling your opponent again");
     EXPECT_EQ(TableView(s), before);
     EXPECT_TRUE(window.isVisible());
     window.linkDialog()->reconnectButton()->click();
@@ -230,6 +234,93 @@ TEST(WindowAgainstBot, ResumesAfterTheLineDrops) {
     EXPECT_TRUE(failures.empty()) << failures.front();
     for (const std::string& box : boxes)
         EXPECT_TRUE(box.starts_with("Discard the ") || box == "Sure you want to quit?") << box;
+}
+
+// The window's opponent gone for good or replaced, each told truly: the computer player killed is
+// said to have stopped and a new game against it is offered; a server waiting for its client says
+// so on its status line, tells a stranger nothing but the challenge, takes its client back, and
+// asked about a new player who calls without the game, starts a new one with him, its box gone.
+TEST(WindowAgainstBot, AnOpponentGoneOrReplacedEndsInATrueBoxAndStatusLine) {
+    Deck deck;
+    const auto dealt = [](test::UnattendedWindow& w, const std::string& role) {
+        return w.table().KelvaneOpponent() && w.table().state().Role == role &&
+               w.table().state().LocalCount > 0 && !w.table().WaitingForOpponent();
+    };
+    {
+        QtSocket socket;
+        test::UnattendedWindow window(socket, deck);
+        window.show();
+        window.UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
+        window.PlayAgainstComputer(1);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return dealt(window, kRoleClient); }, 10000));
+        const qint64 first = window.computerOpponent()->processId();
+        ::kill(static_cast<pid_t>(first), SIGKILL);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !window.boxes.empty(); }, 5000));
+        EXPECT_EQ(window.boxes, std::vector<std::string>{ComputerStoppedBox().text});
+        // Yes: a new game against a new computer player, and no box calling the old one.
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] {
+                return window.computerOpponent()->processId() != first &&
+                       dealt(window, kRoleClient);
+            },
+            10000));
+        EXPECT_EQ(window.linkDialog(), nullptr);
+        EXPECT_TRUE(window.failures.empty()) << window.failures.front();
+    }
+    QtSocket socket;
+    test::UnattendedWindow window(socket, deck);
+    window.show();
+    const quint16 port = [] {
+        QTcpServer probe;
+        probe.listen(QHostAddress::LocalHost, 0);
+        return probe.serverPort();
+    }();
+    window.table().UsePort(port);
+    window.table().mnuServer_Click();
+    Line line(port);
+    test::Program bot("the bot", "");
+    bot.Start(KELVANE_BOT_PATH,
+              {"--connect", "127.0.0.1", "--port", QString::number(line.port()), "--delay", "0"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dealt(window, kRoleServer); }, 10000));
+    const auto pid = static_cast<pid_t>(bot.process().processId());
+    line.Drop();
+    ::kill(pid, SIGSTOP);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.linkDialog() != nullptr; }, 5000));
+    EXPECT_EQ(window.label("lblStatus")->text(),
+              "Connection lost: waiting for your opponent to come back");
+    QTcpSocket stranger;
+    stranger.connectToHost("127.0.0.1", port);
+    std::string heard;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            heard += stranger.readAll().toStdString();
+            return heard.ends_with(")");
+        },
+        5000));
+    EXPECT_EQ(ReadMessage(heard.substr(1, heard.size() - 2)).kind, MessageKind::kChallenge);
+    stranger.write("(K:HELLO:2:0123456789abcdef:1:1:-:a stranger)");
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return stranger.state() == QAbstractSocket::UnconnectedState; }, 5000));
+    EXPECT_TRUE(window.boxes.empty()) << window.boxes.front();
+    EXPECT_TRUE(window.table().WaitingForOpponent());
+    ::kill(pid, SIGCONT);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window.table().WaitingForOpponent(); }, 5000));
+    EXPECT_FALSE(window.label("lblStatus")->text().startsWith("Connection lost"));
+    // The client is killed; a new player calls without the game and the player says Yes.
+    ::kill(pid, SIGKILL);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.table().WaitingForOpponent(); }, 5000));
+    test::Program newcomer("a new player", "");
+    newcomer.Start(KELVANE_BOT_PATH,
+                   {"--connect", "127.0.0.1", "--port", QString::number(port), "--delay", "0"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window.boxes.empty(); }, 5000));
+    EXPECT_EQ(window.boxes[0], QuestionBox({QuestionKind::kNewGameWithCaller}).text);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dealt(window, kRoleServer); }, 5000));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.linkDialog(), nullptr);
+    newcomer.Gather();
+    EXPECT_TRUE(newcomer.err().contains("This server is waiting for its opponent"))
+        << newcomer.Story();
+    EXPECT_TRUE(window.failures.empty()) << window.failures.front();
 }
 
 // The window connected to a peer played by the test over loopback: what the peer's program could

@@ -218,6 +218,11 @@ TEST(ReadMessage, KelvaneMessagesReadBackAndNothingElse) {
     hello.sent = 123456789;
     hello.program = "kelvane-bot 1.0.42: level (1)";
     EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
+    hello.key = std::string(kKeyDigits, 'a');
+    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
+    const Proof proof{3, 9, std::string(kProofDigits, 'f')};
+    EXPECT_EQ(ReadMessage(ProofMessage(proof)).proof, proof);
+    EXPECT_EQ(ReadMessage(ChallengeMessage(hello.key)).nonce, hello.key);
     const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
     EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
     const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
@@ -226,15 +231,22 @@ TEST(ReadMessage, KelvaneMessagesReadBackAndNothingElse) {
     EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
 
     const std::pair<std::string_view, bool> cases[] = {
-        {"K:HELLO:1:-:0:0:Kelvane 1.0.42", true},
-        {"K:HELLO:1:-:0:0:", false},                        // no program
-        {"K:HELLO:0:-:0:0:Kelvane", false},                 // no version 0
-        {"K:HELLO:1:0123:0:0:Kelvane", false},              // a game is 16 hex digits
-        {"K:HELLO:1:0123456789ABCDEF:0:0:Kelvane", false},  // lower case only
-        {"K:HELLO:1:-:01:0:Kelvane", false},                // counts without leading zeros
-        {"K:HELLO:1:-:1234567890:0:Kelvane", false},        // nine digits at most
-        {"K:HELLO:1:-:0:0:Kel\x01vane", false},             // printable names only
-        {"K:HELLO:1:-:0:Kelvane", false},
+        {"K:HELLO:2:-:0:0:0123456789abcdef0123456789abcdef:Kelvane 1.0.42", true},
+        {"K:HELLO:2:-:0:0:-:Kelvane", true},                  // no key: a resume's
+        {"K:HELLO:9:-:0:0:-:Kelvane", true},                  // another version, told apart
+        {"K:HELLO:2:-:0:0:0123:Kelvane", false},              // a key is 32 hex digits
+        {"K:HELLO:2:-:0:0:-:", false},                        // no program
+        {"K:HELLO:0:-:0:0:-:Kelvane", false},                 // no version 0
+        {"K:HELLO:2:0123:0:0:-:Kelvane", false},              // a game is 16 hex digits
+        {"K:HELLO:2:0123456789ABCDEF:0:0:-:Kelvane", false},  // lower case only
+        {"K:HELLO:2:-:01:0:-:Kelvane", false},                // counts without leading zeros
+        {"K:HELLO:2:-:1234567890:0:-:Kelvane", false},        // nine digits at most
+        {"K:HELLO:2:-:0:0:-:Kel\x01vane", false},             // printable names only
+        {"K:HELLO:2:-:0:0:Kelvane", false},
+        {"K:CHALLENGE:0123456789abcdef0123456789abcdef", true},
+        {"K:CHALLENGE:0123456789abcdef", false},
+        {"K:PROOF:1:2:0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef", true},
+        {"K:PROOF:1:2:0123456789abcdef0123456789abcdef", false},
         {"K:ROUND:0:1:0:0:1:C:0000000000000000", true},
         {"K:ROUND:0:1:-0:0:1:C:0000000000000000", false},
         {"K:ROUND:0:1:40000:0:1:C:0000000000000000", false},  // beyond the game's totals
@@ -255,6 +267,8 @@ TEST(ReadMessage, KelvaneMessagesReadBackAndNothingElse) {
                                            {"K:HELLO:", false},
                                            {"K:SYNC:", false},
                                            {"K:BYE", false},
+                                           {"K:CHALLENGE:", false},
+                                           {"K:PROOF:", false},
                                            {"K:OTHER", false}})
         EXPECT_EQ(Counted(message), counted) << message;
 }
