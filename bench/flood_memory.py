@@ -56,7 +56,11 @@ def main():
     else:
         print("bot had already left when the flood ended")
     print(closed)
-    print(f"bot exit status {bot.returncode}; said: {err.strip().splitlines()[-1]}")
+    said = err.strip().splitlines()[-1] if err.strip() else ""
+    print(f"bot exit status {bot.returncode}; said: {said}")
+    # The bot must refuse the endless frame and leave with the failure status.
+    if bot.returncode != 1 or "longer than" not in said:
+        sys.exit("the bot did not refuse the endless frame")
 
 
 main()

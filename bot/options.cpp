@@ -1,7 +1,9 @@
 #include "bot/options.h"
 
-#include <algorithm>
+#include <QCommandLineParser>
+#include <QStringList>
 #include <charconv>
+#include <functional>
 #include <limits>
 
 namespace kelvane::bot {
@@ -12,6 +14,8 @@ constexpr int kHighestPort = 65535;
 constexpr int kLongestDelayMs = 60000;
 constexpr int kLongestResumeSeconds = 86400;
 constexpr int kMostPlayouts = 100000;
+// Where the usage text's descriptions begin; a longer option and value takes a line of its own.
+constexpr std::size_t kHelpColumn = 18;
 
 // The whole text as a number in [lowest, highest], or nothing.
 template <typename T>
@@ -24,128 +28,177 @@ std::optional<T> Number(const std::string& text, T lowest, T highest) {
     return value;
 }
 
+// How an option's value is taken into the options, and what the refusal says it needs when the
+// value does not fit.
+struct Take {
+    std::function<bool(const std::string& value, BotOptions& options)> into;
+    std::string needs;  // empty for a switch, which takes no value
+};
+
+Take Switch(bool BotOptions::*field) {
+    return {[field](const std::string&, BotOptions& o) { return o.*field = true; }, ""};
+}
+
+// A host name or address; one that looks like an option is an option whose value was left out.
+Take Host(std::string BotOptions::*field) {
+    return {[field](const std::string& value, BotOptions& o) {
+                o.*field = value;
+                return !value.empty() && !value.starts_with("-");
+            },
+            "a host"};
+}
+
+template <typename T, typename Field>
+Take Whole(Field BotOptions::*field, T lowest, T highest, std::string needs) {
+    return {[=](const std::string& value, BotOptions& o) {
+                const std::optional<T> number = Number<T>(value, lowest, highest);
+                if (number) o.*field = *number;
+                return number.has_value();
+            },
+            std::move(needs)};
+}
+
+// One option of the command line: adding an option is a row here, its field in BotOptions and
+// its entry in the manual page.
+struct Row {
+    std::string name;
+    std::string value;  // how the usage text names the value; empty for a switch
+    std::string help;   // the usage text's description, its lines broken with '\n'
+    Take take;
+};
+
+const std::vector<Row>& Rows() {
+    static const std::vector<Row> rows = {
+        {"serve", "", "wait for the opponent to connect, and deal", Switch(&BotOptions::serve)},
+        {"connect", "HOST", "connect to an opponent who serves on HOST", Host(&BotOptions::host)},
+        {"port", "N",
+         "the game port (default 8895); with --serve, 0 lets the system\n"
+         "choose a free port and names it on standard error",
+         Whole(&BotOptions::port, 0, kHighestPort, "a number from 0 to 65535")},
+        {"rounds", "N", "leave after N finished rounds (default: play until the opponent\nleaves)",
+         Whole(&BotOptions::rounds, 1, std::numeric_limits<int>::max(),
+               "a whole number of 1 or more")},
+        {"seed", "S", "repeatable shuffles (when serving) and play",
+         Whole(&BotOptions::seed, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max(),
+               "a whole number of 0 or more")},
+        {"delay", "MS", "pause between the bot's own moves (default 700, 0 for none)",
+         Whole(&BotOptions::delayMs, 0, kLongestDelayMs, "milliseconds from 0 to 60000")},
+        {"resume-timeout", "S",
+         "when the connection to a Kelvane opponent drops, how long to wait\n"
+         "for the game to resume (default 60): serving, for the opponent\n"
+         "to call again; connecting, calling the server again each second",
+         Whole(&BotOptions::resumeSeconds, 1, kLongestResumeSeconds, "seconds from 1 to 86400")},
+        {"plain", "",
+         "speak only the game's own messages, as a program that knows\n"
+         "nothing of Kelvane's: no announcement, no resuming, and a round\n"
+         "nobody can draw in is never ended",
+         Switch(&BotOptions::plain)},
+        {"level", "L",
+         "1: a greedy planner; 2 (default): plans judged by playing the\n"
+         "rest of the round out in many deals of the unseen cards; 3: more\n"
+         "plans, the play-outs spent on the close ones",
+         Whole(&BotOptions::level, 1, 3, "1, 2 or 3")},
+        {"playouts", "N",
+         "level 2: deals played out per candidate move (default " +
+             std::to_string(LookaheadBudget{}.playouts) + ")",
+         Whole(&BotOptions::playouts, 1, kMostPlayouts, "a number from 1 to 100000")},
+        {"think-ms", "MS",
+         "levels 2, 3: time limit per decision (default " +
+             std::to_string(LookaheadBudget{}.thinkMs) +
+             ", 0 for none:\nwith --seed the same play on any machine)",
+         Whole(&BotOptions::thinkMs, 0, kLongestDelayMs, "milliseconds from 0 to 60000")},
+    };
+    return rows;
+}
+
+// "--name" for a long option, "-n" for a short one.
+std::string Dashed(const QString& name) {
+    return (name.size() == 1 ? "-" : "--") + name.toStdString();
+}
+
+// Qt's own wording ("Missing value after '--port'.") in the style of the refusals above.
+std::string Refusal(QString text) {
+    if (text.endsWith('.')) text.chop(1);
+    if (!text.isEmpty()) text[0] = text[0].toLower();
+    return text.toStdString();
+}
+
 }  // namespace
 
 ParsedOptions ParseOptions(const std::vector<std::string>& args) {
     ParsedOptions parsed;
     BotOptions& o = parsed.options;
-    bool connect = false;
     auto fail = [&](std::string error) {
         parsed.error = std::move(error);
         return parsed;
     };
+    QCommandLineParser parser;
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption helpAll(QStringLiteral("help-all"));
+    const QCommandLineOption version(QStringLiteral("version"));
+    parser.addOption(version);
+    std::vector<QCommandLineOption> options;
+    for (const Row& row : Rows()) {
+        options.emplace_back(QString::fromStdString(row.name), QString::fromStdString(row.help),
+                             QString::fromStdString(row.value));
+        parser.addOption(options.back());
+    }
+    QStringList line{QStringLiteral("kelvane-bot")};
+    for (const std::string& arg : args) line << QString::fromStdString(arg);
+    const bool lexed = parser.parse(line);
+
     // Asking for help, or else for the version, is answered whatever else the line holds.
-    if (std::find_if(args.begin(), args.end(), [](const std::string& a) {
-            return a == "--help" || a == "-h";
-        }) != args.end()) {
+    if (parser.isSet(help) || parser.isSet(helpAll)) {
         o.help = true;
         return parsed;
     }
-    if (std::find(args.begin(), args.end(), "--version") != args.end()) {
+    if (parser.isSet(version)) {
         o.version = true;
         return parsed;
     }
-    for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& arg = args[i];
-        const bool flag = arg == "--serve" || arg == "--plain";
-        const bool takesValue = arg == "--connect" || arg == "--port" || arg == "--rounds" ||
-                                arg == "--seed" || arg == "--delay" || arg == "--resume-timeout" ||
-                                arg == "--level" || arg == "--playouts" || arg == "--think-ms";
-        if (!flag && !takesValue) {
-            if (!arg.starts_with("-")) return fail("unexpected argument '" + arg + "'");
-            return fail("unknown option '" + arg + "'");
-        }
-        if (takesValue && (i + 1 >= args.size() || args[i + 1].starts_with("--")))
-            return fail(arg + " needs a value");
-        const std::string value = takesValue ? args[++i] : "";
-        if (arg == "--plain") {
-            o.plain = true;
-        } else if (arg == "--serve") {
-            if (connect) return fail("choose one of --serve and --connect");
-            o.serve = true;
-        } else if (arg == "--connect") {
-            if (o.serve || connect) return fail("choose one of --serve and --connect");
-            connect = true;
-            o.host = value;
-        } else if (arg == "--port") {
-            const auto port = Number(value, 0, kHighestPort);
-            if (!port) return fail("--port needs a number from 0 to 65535, not '" + value + "'");
-            o.port = *port;
-        } else if (arg == "--rounds") {
-            const auto rounds = Number(value, 1, std::numeric_limits<int>::max());
-            if (!rounds)
-                return fail("--rounds needs a whole number of 1 or more, not '" + value + "'");
-            o.rounds = *rounds;
-        } else if (arg == "--seed") {
-            const auto seed =
-                Number<std::uint64_t>(value, 0, std::numeric_limits<std::uint64_t>::max());
-            if (!seed) return fail("--seed needs a whole number of 0 or more, not '" + value + "'");
-            o.seed = *seed;
-        } else if (arg == "--resume-timeout") {
-            const auto seconds = Number(value, 1, kLongestResumeSeconds);
-            if (!seconds)
-                return fail("--resume-timeout needs seconds from 1 to 86400, not '" + value + "'");
-            o.resumeSeconds = *seconds;
-        } else if (arg == "--level") {
-            const auto level = Number(value, 1, 3);
-            if (!level) return fail("--level needs 1, 2 or 3, not '" + value + "'");
-            o.level = *level;
-        } else if (arg == "--playouts") {
-            const auto playouts = Number(value, 1, kMostPlayouts);
-            if (!playouts)
-                return fail("--playouts needs a number from 1 to 100000, not '" + value + "'");
-            o.playouts = *playouts;
-        } else if (arg == "--think-ms") {
-            const auto ms = Number(value, 0, kLongestDelayMs);
-            if (!ms)
-                return fail("--think-ms needs milliseconds from 0 to 60000, not '" + value + "'");
-            o.thinkMs = *ms;
-        } else {
-            const auto delay = Number(value, 0, kLongestDelayMs);
-            if (!delay)
-                return fail("--delay needs milliseconds from 0 to 60000, not '" + value + "'");
-            o.delayMs = *delay;
-        }
+    if (!parser.unknownOptionNames().isEmpty())
+        return fail("unknown option '" + Dashed(parser.unknownOptionNames().front()) + "'");
+    if (!lexed) return fail(Refusal(parser.errorText()));
+    if (!parser.positionalArguments().isEmpty())
+        return fail("unexpected argument '" + parser.positionalArguments().front().toStdString() +
+                    "'");
+    bool connect = false;
+    for (std::size_t i = 0; i < Rows().size(); ++i) {
+        const Row& row = Rows()[i];
+        if (!parser.isSet(options[i])) continue;
+        connect |= row.name == "connect";
+        const std::string value = parser.value(options[i]).toStdString();
+        if (!row.take.into(value, o))
+            return fail("--" + row.name + " needs " + row.take.needs + ", not '" + value + "'");
     }
+    if (o.serve && connect) return fail("choose one of --serve and --connect");
     if (!o.serve && !connect) return fail("choose --serve or --connect HOST");
-    if (connect && o.host.empty()) return fail("--connect needs a host");
     if (connect && o.port == 0) return fail("--connect needs a port from 1 to 65535");
     return parsed;
 }
 
 std::string UsageText() {
-    return "Usage: kelvane-bot --serve [options]\n"
-           "       kelvane-bot --connect HOST [options]\n"
-           "\n"
-           "Plays Kelvane against the window (or another kelvane-bot) over the network.\n"
-           "\n"
-           "  --serve         wait for the opponent to connect, and deal\n"
-           "  --connect HOST  connect to an opponent who serves on HOST\n"
-           "  --port N        the game port (default 8895); with --serve, 0 lets the system\n"
-           "                  choose a free port and names it on standard error\n"
-           "  --rounds N      leave after N finished rounds (default: play until the opponent\n"
-           "                  leaves)\n"
-           "  --seed S        repeatable shuffles (when serving) and play\n"
-           "  --delay MS      pause between the bot's own moves (default 700, 0 for none)\n"
-           "  --resume-timeout S\n"
-           "                  when the connection to a Kelvane opponent drops, how long to wait\n"
-           "                  for the game to resume (default 60): serving, for the opponent\n"
-           "                  to call again; connecting, calling the server again each second\n"
-           "  --plain         speak only the game's own messages, as a program that knows\n"
-           "                  nothing of Kelvane's: no announcement, no resuming, and a round\n"
-           "                  nobody can draw in is never ended\n"
-           "  --level L       1: a greedy planner; 2 (default): plans judged by playing the\n"
-           "                  rest of the round out in many deals of the unseen cards; 3: more\n"
-           "                  plans, the play-outs spent on the close ones\n"
-           "  --playouts N    level 2: deals played out per candidate move (default " +
-           std::to_string(LookaheadBudget{}.playouts) +
-           ")\n"
-           "  --think-ms MS   levels 2, 3: time limit per decision (default " +
-           std::to_string(LookaheadBudget{}.thinkMs) +
-           ", 0 for none:\n"
-           "                  with --seed the same play on any machine)\n"
-           "  --help          show this text\n"
-           "  --version       show the version\n"
+    std::string text =
+        "Usage: kelvane-bot --serve [options]\n"
+        "       kelvane-bot --connect HOST [options]\n"
+        "\n"
+        "Plays Kelvane against the window (or another kelvane-bot) over the network.\n"
+        "An option's value follows it, or is joined to it with '=' (--port=8895).\n"
+        "\n";
+    auto entry = [&](std::string names, const std::string& help) {
+        names = "  " + names;
+        names += names.size() + 1 < kHelpColumn ? std::string(kHelpColumn - names.size(), ' ')
+                                                : "\n" + std::string(kHelpColumn, ' ');
+        std::string indented;
+        for (char c : help)
+            indented += c == '\n' ? "\n" + std::string(kHelpColumn, ' ') : std::string(1, c);
+        text += names + indented + "\n";
+    };
+    for (const Row& row : Rows())
+        entry("--" + row.name + (row.value.empty() ? "" : " " + row.value), row.help);
+    entry("-h, --help, --help-all", "show this text");
+    entry("--version", "show the version");
+    return text +
            "\n"
            "One line per finished round on standard output; chat from the opponent on standard\n"
            "error.\n";

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the Debian package from a build directory and checks it as a player's machine receives it:
 # its name and fields, that it installs exactly the files of packaging/contents.txt, that its
-# desktop entry, software-centre metadata and manual pages are valid, and that the unpacked
-# programs run on the system's libraries alone.
+# desktop entry, software-centre metadata, changelog and manual pages are valid, that lintian
+# accepts it, and that the unpacked programs run on the system's libraries alone.
 #   bash packaging/check.sh BUILD_DIR
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -56,6 +56,20 @@ metainfo="$root/usr/share/metainfo/org.kelvane.kelvane.metainfo.xml"
 appstreamcli validate --no-net --pedantic "$metainfo" || fail "appstreamcli rejects the metainfo"
 newest=$(grep -o '<release version="[^"]*"' "$metainfo" | head -n 1 | cut -d'"' -f2)
 [ "$newest" = "$version" ] || fail "the metainfo's newest release is $newest, the package $version"
+
+# The changelog's newest entry is this version: a version raised without an entry fails here.
+changelog="$root/usr/share/doc/kelvane/changelog.gz"
+zcat "$changelog" >"$scratch/changelog"
+logged=$(dpkg-parsechangelog -l "$scratch/changelog" -S Version) ||
+    fail "the changelog cannot be read"
+[ "$logged" = "$version" ] || fail "the changelog's newest entry is $logged, the package $version"
+
+# Debian's own checks of a package: no error and no warning. What it still notes as information
+# is left alone: the compiler's .comment section and the hardening flags a Debian build of the
+# source would add through dpkg-buildflags, which this build from CMake does not choose.
+lintian --fail-on error,warning --suppress-tags \
+    binary-has-unneeded-section,hardening-no-bindnow,hardening-no-fortify-functions \
+    "$deb" || fail "lintian finds fault with the package"
 
 for page in "$root"/usr/share/man/man6/*.6.gz; do
     warnings=$(zcat "$page" | groff -man -ww -z 2>&1)

@@ -5,11 +5,12 @@ set(CPACK_PACKAGE_NAME kelvane)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "Kelvane Developers <support@kelvane.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "two-player card game of sets and runs across the network")
+# Each line of the long description within Debian's 80 columns, its leading space counted.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
     "Two players each run their own copy of Kelvane, on two machines or on one:\n\
 one serves and deals, the other connects. Draw from the stack or take from the\n\
-up pile, lay down sets and runs, lay cards off, discard; the first to 500 points\n\
-wins. The players can chat.\n\
+up pile, lay down sets and runs, lay cards off, discard; the first to 500\n\
+points wins. The players can chat.\n\
 .\n\
 kelvane-bot, a computer opponent that plays over the same connection, lets one\n\
 player play alone.")
@@ -24,4 +25,19 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The card faces; without them the window draws plain cards of its own.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS kdegames-card-data-kf5)
+
+# What Debian asks of every package: the licence in the machine-readable copyright file, and the
+# changelog, compressed (-n keeps the archive free of the build's time). The version's first
+# entry is checked against the package's by packaging/check.sh.
+set(KELVANE_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/kelvane)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright DESTINATION ${KELVANE_DOCDIR})
+set(kelvane_changelog ${PROJECT_BINARY_DIR}/changelog.gz)
+add_custom_command(
+  OUTPUT ${kelvane_changelog}
+  COMMAND gzip -9n -c ${PROJECT_SOURCE_DIR}/packaging/changelog > ${kelvane_changelog}
+  DEPENDS ${PROJECT_SOURCE_DIR}/packaging/changelog
+  VERBATIM)
+add_custom_target(kelvane_changelog ALL DEPENDS ${kelvane_changelog})
+install(FILES ${kelvane_changelog} DESTINATION ${KELVANE_DOCDIR})
+
 include(CPack)

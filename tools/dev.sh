@@ -5,6 +5,7 @@
 #   bash tools/dev.sh sanitize   the tests again under AddressSanitizer + UBSan
 #   bash tools/dev.sh format     check the formatting of every C++ file
 #   bash tools/dev.sh bench      build and run the benchmarks and the start-up comparison
+#   bash tools/dev.sh benchcheck run every benchmark program once, briefly: fails if one is broken
 #   bash tools/dev.sh fuzz [s]   fuzz what each role receives, s seconds each (default 60)
 #   bash tools/dev.sh package    build the Debian package and check what it installs
 #   bash tools/dev.sh plain      build and test the way a packager does, without the presets
@@ -14,7 +15,7 @@ cd "$(dirname "$0")/.."
 packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
           qt6-base-dev qt6-base-private-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5
           fonts-liberation2 clang libclang-rt-14-dev dpkg-dev file desktop-file-utils appstream
-          groff-base libssl-dev)
+          groff-base libssl-dev lintian)
 
 install_missing() {
     local missing=()
@@ -83,6 +84,11 @@ bench)
     for b in build/release/bench/kelvane_*bench; do "$b" "${@:2}"; done
     bash bench/startup.sh build/release
     ;;
+benchcheck)
+    install_missing
+    build release
+    bash bench/check.sh build/release
+    ;;
 fuzz)
     install_missing
     build fuzz
@@ -101,7 +107,7 @@ fuzz)
     exit $status
     ;;
 *)
-    sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

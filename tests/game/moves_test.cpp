@@ -51,6 +51,14 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
             return CanMeld(s, seat, {Cards(cards), column});
         };
     };
+    // A received meld: the whole column as the sender lists it, which must be the order laid.
+    const auto received = [](const char* listed, int column = kNewColumn) {
+        return [=](const GameState& s, Seat seat) {
+            MeldContent content;
+            for (Int16 card : Cards(listed)) content.list[content.count++] = card;
+            return CanLayMeld(s, seat, column, content);
+        };
+    };
     const auto discard = [](const char* card) {
         return [=](const GameState& s, Seat seat) { return CanDiscard(s, seat, Card(card)); };
     };
@@ -84,6 +92,11 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
          no(Refusal::kNotInHand, "KC")},
         {"a card named twice", meld("5D 5D 5D"), "5D 9H", "", "", true,
          no(Refusal::kNotInHand, "5D")},
+        {"received meld as laid", received("5D 6D 7D"), "5D 6D 7D 9C", "", "", true, ok},
+        {"received meld out of order", received("6D 5D 7D"), "5D 6D 7D 9C", "", "", true,
+         no(Refusal::kNotAsLaid)},
+        {"received lay-off out of order", received("8C 5C 6C 7C", 0), "8C 9H", "", "5C 6C 7C", true,
+         no(Refusal::kNotAsLaid)},
         {"discard", discard("9H"), "5D 9H", "", "", true, ok},
         {"discard before drawing", discard("9H"), "5D 9H", "", "", false, no(Refusal::kNotDrawn)},
         {"discard of another's card", discard("KC"), "5D 9H", "", "", true,
