@@ -2,10 +2,11 @@
 // player or a bot of either level in the in-memory lock-step harness, the bot serving in every
 // other duel, and prints the games won, the points per round of each side and the speed.
 //
-//   kelvane-arena [--rounds N] [--seed S] [--level 1|2] [--against random|1|2]
+//   kelvane-arena [--rounds N] [--seed S] [--level 1|2|3] [--against random|1|2|3]
 //                 [--playouts N] [--think-ms MS]
 //
-// Level 2's budget: deals played out per candidate (--playouts) and a time limit per decision
+// Levels 2 and 3's budget: deals played out per candidate (--playouts) and a time limit per
+// decision
 // (--think-ms, default 0 here: none, so that a seed gives the same games on any machine).
 // Against itself it shows how often the rules leave a player of two bots nothing to draw.
 
@@ -19,6 +20,7 @@
 
 #include "bot/bot_policy.h"
 #include "bot/lookahead.h"
+#include "bot/search.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
@@ -27,6 +29,7 @@ namespace {
 using kelvane::bot::BotPolicy;
 using kelvane::bot::LookaheadBudget;
 using kelvane::bot::LookaheadPolicy;
+using kelvane::bot::SearchPolicy;
 using kelvane::sim::DuelResult;
 using kelvane::sim::PlayDuel;
 using kelvane::sim::RandomPolicy;
@@ -50,11 +53,12 @@ bool ReadNumber(std::string_view text, unsigned long long& value) {
     }
 }
 
-// A player of the level: 0 the random legal player, 1 or 2 the bot.
+// A player of the level: 0 the random legal player, 1 to 3 the bot.
 std::unique_ptr<kelvane::Policy> Player(int level, std::uint64_t seed,
                                         const LookaheadBudget& budget) {
     if (level == 1) return std::make_unique<BotPolicy>();
     if (level == 2) return std::make_unique<LookaheadPolicy>(budget, seed);
+    if (level == 3) return std::make_unique<SearchPolicy>(budget, seed);
     return std::make_unique<RandomPolicy>(seed);
 }
 
@@ -74,20 +78,21 @@ int main(int argc, char** argv) {
         if (arg == "--rounds" || arg == "--seed")
             ok = ReadNumber(value, arg == "--rounds" ? rounds : seed);
         else if (arg == "--level")
-            ok = ReadNumber(value, level) && (level == 1 || level == 2);
+            ok = ReadNumber(value, level) && level >= 1 && level <= 3;
         else if (arg == "--playouts")
             ok = ReadNumber(value, playouts) && playouts >= 1 && playouts <= 1'000'000;
         else if (arg == "--think-ms")
             ok = ReadNumber(value, thinkMs) && thinkMs <= 60'000;
         else if (arg == "--against") {
             // "bot" is the first level, as before there was a second.
-            ok = value == "random" || value == "1" || value == "bot" || value == "2";
-            against = value == "random" ? 0 : value == "2" ? 2 : 1;
+            ok =
+                value == "random" || value == "1" || value == "bot" || value == "2" || value == "3";
+            against = value == "random" ? 0 : value == "2" ? 2 : value == "3" ? 3 : 1;
         }
         if (!ok) {
             std::fprintf(stderr,
-                         "usage: kelvane-arena [--rounds N] [--seed S] [--level 1|2] "
-                         "[--against random|1|2] [--playouts N] [--think-ms MS]\n");
+                         "usage: kelvane-arena [--rounds N] [--seed S] [--level 1|2|3] "
+                         "[--against random|1|2|3] [--playouts N] [--think-ms MS]\n");
             return 2;
         }
     }

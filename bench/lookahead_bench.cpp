@@ -1,5 +1,6 @@
-// Level 2's figures: play-outs of the rest of a round from recorded mid-round positions, and the
-// time one of its decisions takes at its default budget (median and 99th percentile).
+// Levels 2 and 3's figures: play-outs of the rest of a round from recorded mid-round positions,
+// and the time one of their decisions takes at the default budget (median and 99th percentile)
+// with the play-outs it makes a second.
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +13,7 @@
 #include "bot/bot_policy.h"
 #include "bot/fast_round.h"
 #include "bot/lookahead.h"
+#include "bot/search.h"
 #include "engine/table.h"
 #include "sim/duel.h"
 
@@ -81,24 +83,39 @@ void BM_DealAndPlayOut(benchmark::State& st) {
 }
 BENCHMARK(BM_DealAndPlayOut);
 
-// One decision per recorded position at the default budget, each timed alone.
-void BM_Level2Decision(benchmark::State& st) {
+// Play-outs made by the decisions being timed: each candidate's own moves come once per play-out.
+long long playedOut = 0;
+template <JudgeByPlayOuts judge>
+std::size_t Counted(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
+                    std::size_t count, const PlayCandidate& play) {
+    return judge(seen, budget, seed, count, [&](FastRound& round, std::size_t c) {
+        ++playedOut;
+        play(round, c);
+    });
+}
+
+// One decision per recorded position at the default budget, each timed alone, and the play-outs
+// made per second of the decisions' time.
+void TimeDecisions(benchmark::State& st, const LookaheadSearch& search) {
     const LookaheadBudget budget;
     std::vector<double> ms;
     std::uint64_t seed = 1;
+    playedOut = 0;
     for (auto _ : st) {
         ms.clear();
         for (const GameState& s : Positions()) {
             const auto start = std::chrono::steady_clock::now();
             if (s.HasDrawn)
-                benchmark::DoNotOptimize(PlanTurnAhead(s, budget, seed++));
+                benchmark::DoNotOptimize(PlanTurnAhead(s, budget, seed++, search));
             else
-                benchmark::DoNotOptimize(ChooseDrawAhead(s, budget, seed++));
+                benchmark::DoNotOptimize(ChooseDrawAhead(s, budget, seed++, search));
             ms.push_back(
                 std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
                     .count());
         }
     }
+    double total = 0;
+    for (double m : ms) total += m;
     std::sort(ms.begin(), ms.end());
     const auto at = [&](double q) {
         return ms[std::min(ms.size() - 1,
@@ -108,8 +125,18 @@ void BM_Level2Decision(benchmark::State& st) {
     st.counters["median_ms"] = at(0.5);
     st.counters["p99_ms"] = at(0.99);
     st.counters["max_ms"] = ms.back();
+    st.counters["playouts_per_s"] = static_cast<double>(playedOut) / (total / 1000.0);
+}
+
+void BM_Level2Decision(benchmark::State& st) {
+    TimeDecisions(st, {kCandidatePlans, Counted<EqualPlayOuts>});
 }
 BENCHMARK(BM_Level2Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+void BM_Level3Decision(benchmark::State& st) {
+    TimeDecisions(st, {kLevel3Search.plans, Counted<HalvingPlayOuts>});
+}
+BENCHMARK(BM_Level3Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace kelvane::bot

@@ -34,11 +34,11 @@ void PlayPlan(FastRound& round, const TurnPlan& plan) {
         round.Discard(0, plan.discard.value());
 }
 
-// Plays every candidate out in the same deals until the budget is spent and returns the index of
-// the best average margin. `play` makes the candidate's own moves in a deal.
-std::size_t BestByPlayOuts(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
-                           std::size_t candidates,
-                           const std::function<void(FastRound&, std::size_t)>& play) {
+}  // namespace
+
+// Every candidate meets the same deals until the budget is spent.
+std::size_t EqualPlayOuts(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
+                          std::size_t candidates, const PlayCandidate& play) {
     if (candidates <= 1) return 0;
     const HiddenDeals deals(seen);
     std::mt19937_64 random(seed);
@@ -60,8 +60,6 @@ std::size_t BestByPlayOuts(const GameState& seen, const LookaheadBudget& budget,
     return static_cast<std::size_t>(std::max_element(margin.begin(), margin.end()) -
                                     margin.begin());
 }
-
-}  // namespace
 
 HiddenDeals::HiddenDeals(const GameState& state) : base_(FastRound::From(SeatView(state))) {
     CardSet visible = base_.hand[0];
@@ -96,7 +94,7 @@ FastRound HiddenDeals::Deal(std::mt19937_64& random) const {
 }
 
 std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
-                                    std::uint64_t seed) {
+                                    std::uint64_t seed, const LookaheadSearch& search) {
     // Each candidate draw is followed by the first level's plan for the turn: for a take the plan
     // is known now, for the stack it is made for each card the stack could give.
     struct Candidate {
@@ -117,7 +115,7 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
     std::array<std::optional<TurnPlan>, kCardsInDeck + 1> stackPlans;
     std::array<bool, kCardsInDeck + 1> planned{};
     const std::size_t best =
-        BestByPlayOuts(seen, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
+        search.judge(seen, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
             const Candidate& candidate = candidates[c];
             if (!candidate.draw.fromStack) {
                 round.TakeFromUpPile(0, candidate.draw.position.value());
@@ -139,8 +137,8 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
 }
 
 std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
-                                      std::uint64_t seed) {
-    std::vector<TurnPlan> plans = BestPlans(seen, kCandidatePlans);
+                                      std::uint64_t seed, const LookaheadSearch& search) {
+    std::vector<TurnPlan> plans = BestPlans(seen, search.plans);
     if (plans.empty()) return std::nullopt;
     // Floating with the stack nearly gone can leave both players nothing to draw, a round only
     // quitting ends; the play-outs would score such a round as it stands, so it is not offered.
@@ -148,15 +146,25 @@ std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudg
     if (seen.StackCount < kFloatLateStack && plans.front().discard != 0)
         std::erase_if(plans, [](const TurnPlan& p) { return p.discard == 0; });
     const std::size_t best =
-        BestByPlayOuts(seen, budget, seed, plans.size(),
-                       [&](FastRound& round, std::size_t c) { PlayPlan(round, plans[c]); });
+        search.judge(seen, budget, seed, plans.size(),
+                     [&](FastRound& round, std::size_t c) { PlayPlan(round, plans[c]); });
     return std::move(plans[best]);
 }
 
 void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
     plan_.reset();
     laid_ = 0;
-    const std::optional<kelvane::bot::Draw> draw = ChooseDrawAhead(seen, budget_, random_());
+    // Two players who each take the other's discard back can pass the same cards to and fro for
+    // ever while the stack waits. A position met before at this round's draw, with the stack no
+    // shorter, is such a circle: the stack's card breaks it, and the stack shrinks each time, so
+    // the round goes on.
+    const FastRound here = FastRound::From(SeatView(seen));
+    if (!drawnAt_.empty() && here.stackCount > drawnAt_.back().stackCount) drawnAt_.clear();
+    const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();
+    drawnAt_.push_back(here);
+    if (circling && CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
+    const std::optional<kelvane::bot::Draw> draw =
+        ChooseDrawAhead(seen, budget_, random_(), search_);
     if (!draw) return;
     if (draw->fromStack)
         table.imgStack_Click();
@@ -171,7 +179,7 @@ void LookaheadPolicy::Choose(Table& table, const GameState& seen) {
     const bool discardDue = plan_ && laid_ == plan_->melds.size() &&
                             CanDiscard(seen, Seat::kLocal, plan_->discard).ok();
     if (!onCourse && !discardDue) {
-        plan_ = PlanTurnAhead(seen, budget_, random_());
+        plan_ = PlanTurnAhead(seen, budget_, random_(), search_);
         laid_ = 0;
         if (!plan_) return;
     }

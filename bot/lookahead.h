@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <random>
+#include <vector>
 
 #include "bot/bot_policy.h"
 #include "bot/fast_round.h"
@@ -43,29 +45,50 @@ class HiddenDeals {
     int dealtToOpponent_ = 0;  // the opponent's cards not known to him
 };
 
+// Makes candidate `c`'s own moves in a dealt round; the play-out does the rest.
+using PlayCandidate = std::function<void(FastRound& round, std::size_t c)>;
+// Plays `count` candidates out in deals of the seat's hidden cards within the budget and returns
+// the index of the best; among equals the first, the candidates coming in order of preference.
+using JudgeByPlayOuts = std::size_t (*)(const GameState& seen, const LookaheadBudget& budget,
+                                        std::uint64_t seed, std::size_t count,
+                                        const PlayCandidate& play);
+// The second level's judge: every candidate in `playouts` deals, the best average margin wins.
+std::size_t EqualPlayOuts(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
+                          std::size_t count, const PlayCandidate& play);
+
+// How widely a level looks and how it spends its play-outs.
+struct LookaheadSearch {
+    std::size_t plans = kCandidatePlans;  // the first level's best plans weighed after a draw
+    JudgeByPlayOuts judge = EqualPlayOuts;
+};
+
 // Where to draw, from the seat's view; nothing when no draw lets the turn end.
 std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
-                                    std::uint64_t seed);
+                                    std::uint64_t seed, const LookaheadSearch& search = {});
 // The rest of the turn after the draw, from the seat's view; nothing when it cannot end.
 std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
-                                      std::uint64_t seed);
+                                      std::uint64_t seed, const LookaheadSearch& search = {});
 
 // The second level at the table: it decides from its seat's view alone, once per draw and once
 // per turn's plan, and plays the plan's melds and discard one gesture at a time as the first level
 // does. One seed gives one game when the budget has no time limit.
 class LookaheadPolicy : public MovePlayer {
   public:
-    LookaheadPolicy(LookaheadBudget budget, std::uint64_t seed) : budget_(budget), random_(seed) {}
+    LookaheadPolicy(LookaheadBudget budget, std::uint64_t seed, LookaheadSearch search = {})
+        : budget_(budget), search_(search), random_(seed) {}
 
   private:
     void Draw(Table& table, const GameState& seen) override;
     void Choose(Table& table, const GameState& seen) override;
 
     LookaheadBudget budget_;
+    LookaheadSearch search_;
     std::mt19937_64 random_;
     // The plan chosen after this turn's draw and how much of it is laid.
     std::optional<TurnPlan> plan_;
     std::size_t laid_ = 0;
+    // The positions this round's draws were chosen in, to see the players circling.
+    std::vector<FastRound> drawnAt_;
 };
 
 }  // namespace kelvane::bot

@@ -17,6 +17,7 @@
 #include "bot/bot_policy.h"
 #include "bot/lookahead.h"
 #include "bot/options.h"
+#include "bot/search.h"
 #include "engine/table.h"
 #include "game/scoring.h"
 #include "game/stock.h"
@@ -112,10 +113,14 @@ std::function<RandomSource()> Shuffles(const BotOptions& options) {
     return [generator] { return SeededRandom((*generator)()); };
 }
 
-// The level asked for; level 2 repeats its play for a seed only when its time is not limited.
+// The level asked for; levels 2 and 3 repeat their play for a seed only when their time is not
+// limited.
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
     const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
+    if (options.level == 3)
+        return std::make_unique<SearchPolicy>(LookaheadBudget{options.playouts, options.thinkMs},
+                                              seed);
     return std::make_unique<LookaheadPolicy>(LookaheadBudget{options.playouts, options.thinkMs},
                                              seed);
 }

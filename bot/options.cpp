@@ -121,14 +121,16 @@ const std::vector<Row>& Rows() {
          Switch(&BotOptions::plain)},
         {"level", "L",
          "1: a greedy planner; 2 (default): plans judged by playing the\n"
-         "rest of the round out in many deals of the unseen cards",
-         Whole(&BotOptions::level, 1, 2, "1 or 2")},
+         "rest of the round out in many deals of the unseen cards; 3: more\n"
+         "plans, the play-outs spent on the close ones",
+         Whole(&BotOptions::level, 1, 3, "1, 2 or 3")},
         {"playouts", "N",
          "level 2: deals played out per candidate move (default " +
              std::to_string(LookaheadBudget{}.playouts) + ")",
          Whole(&BotOptions::playouts, 1, kMostPlayouts, "a number from 1 to 100000")},
         {"think-ms", "MS",
-         "level 2: time limit per decision (default " + std::to_string(LookaheadBudget{}.thinkMs) +
+         "levels 2, 3: time limit per decision (default " +
+             std::to_string(LookaheadBudget{}.thinkMs) +
              ", 0 for none:\nwith --seed the same play on any machine)",
          Whole(&BotOptions::thinkMs, 0, kLongestDelayMs, "milliseconds from 0 to 60000")},
     };

@@ -183,6 +183,13 @@ MUTANTS = [
      "--listen is ignored: the bot listens on every address"),
     ("M68", "ui/table_keys.cpp", "row = std::max(0, row - 1);", "row = std::max(0, row);",
      "Up never leaves the row"),
+    # Level 3's successive halving.
+    ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });", "return margin[a] < margin[b]; });",
+     "level 3 keeps the worse half of its candidates"),
+    ("M70", "bot/search.cpp", "(margin[a] == margin[b] && a > b)", "(margin[a] == margin[b] && a < b)",
+     "level 3 takes the last of equal candidates, not the first level's preference"),
+    ("M71", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
+     "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
 ]
 
 

@@ -158,13 +158,14 @@ void Form1::BuildMenus() {
     QMenu* connectMenu = file->addMenu("&Connect");
     mnuServer_ = add(connectMenu, "mnuServer", "Be The &Server");
     mnuClient_ = add(connectMenu, "mnuClient", "Connect to a s&erver");
-    // The computer opponent plays at either level; the submenu's own entry is the one the
+    // The computer opponent plays at any of its levels; the submenu's own entry is the one the
     // session enables and disables with the other two.
     QMenu* computer = connectMenu->addMenu("Play Against the &Computer");
     mnuComputer_ = computer->menuAction();
     mnuComputer_->setObjectName("mnuComputer");
     QAction* level1 = add(computer, "mnuComputerLevel1", "Level &1: Quick and Greedy");
     QAction* level2 = add(computer, "mnuComputerLevel2", "Level &2: Plans Ahead");
+    QAction* level3 = add(computer, "mnuComputerLevel3", "Level &3: Thinks It Over");
     mnuQuit_ = add(file, "mnuQuit", "&Quit");
     // The window's close, so the quit question comes as it does for the close box.
     mnuQuit_->setShortcut(QKeySequence::Quit);
@@ -184,6 +185,7 @@ void Form1::BuildMenus() {
     connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
     connect(level1, &QAction::triggered, this, [this] { PlayAgainstComputer(1); });
     connect(level2, &QAction::triggered, this, [this] { PlayAgainstComputer(2); });
+    connect(level3, &QAction::triggered, this, [this] { PlayAgainstComputer(3); });
     connect(mnuQuit_, &QAction::triggered, this,
             [this] { Procedure("mnuQuit_Click", [&](Steps& steps) { steps([&] { close(); }); }); });
     // The engine owns the option's state; the check mark is redrawn from it.

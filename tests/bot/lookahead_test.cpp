@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bot/search.h"
 #include "engine/table.h"
 #include "sim/duel.h"
 #include "watched_seat.h"
@@ -18,14 +19,14 @@ namespace {
 
 constexpr LookaheadBudget kRepeatable{24, 0};
 
-std::string Decision(const GameState& s, std::uint64_t seed) {
+std::string Decision(const GameState& s, std::uint64_t seed, const LookaheadSearch& search) {
     if (!s.HasDrawn) {
-        const std::optional<Draw> d = ChooseDrawAhead(s, kRepeatable, seed);
+        const std::optional<Draw> d = ChooseDrawAhead(s, kRepeatable, seed, search);
         return !d             ? "no draw"
                : d->fromStack ? "stack"
                               : "up " + std::to_string(d->position.value());
     }
-    const std::optional<TurnPlan> plan = PlanTurnAhead(s, kRepeatable, seed);
+    const std::optional<TurnPlan> plan = PlanTurnAhead(s, kRepeatable, seed, search);
     if (!plan) return "stuck";
     std::string text;
     for (const MeldMove& m : plan->melds) {
@@ -35,28 +36,56 @@ std::string Decision(const GameState& s, std::uint64_t seed) {
     return text + "discard " + std::to_string(plan->discard.value());
 }
 
-// Level 2 plays the first level through the engine's handlers without one refused gesture (the
-// duel fails on any), and what its seat cannot see never changes a decision for a given seed,
-// while the seed does change some: the play-outs matter.
+// Levels 2 and 3 play the first level through the engine's handlers without one refused gesture
+// (the duel fails on any), and what their seat cannot see never changes a decision for a given
+// seed, while the seed does change some: the play-outs matter.
 TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
+    for (const auto& [level, search] : {std::pair{2, LookaheadSearch{}}, {3, kLevel3Search}}) {
+        SCOPED_TRACE("level " + std::to_string(level));
+        std::vector<GameState> states;
+        for (std::uint64_t seed : {3u, 4u}) {
+            test::Watched<LookaheadPolicy> player(states, kRepeatable, seed, search);
+            BotPolicy level1;
+            const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, player, level1, 6)
+                                               : sim::PlayDuel(seed, level1, player, 6);
+            EXPECT_EQ(r.failure, "") << "seed " << seed;
+        }
+        ASSERT_GT(states.size(), 100u);
+        std::mt19937_64 random(17);
+        int changedBySeed = 0;
+        for (std::size_t i = 0; i < states.size(); i += 3) {
+            const GameState& s = states[i];
+            const std::string decision = Decision(s, 5, search);
+            ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), 5, search)) << "state " << i;
+            changedBySeed += decision != Decision(s, 6, search);
+        }
+        EXPECT_GT(changedBySeed, 0);
+    }
+}
+
+// Level 3's judge keeps the candidate that plays out best however wide the field and wherever it
+// stands in it, takes the first of equals, and spends no more play-outs than level 2 would.
+TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
     std::vector<GameState> states;
-    for (std::uint64_t seed : {3u, 4u}) {
-        test::Watched<LookaheadPolicy> level2(states, kRepeatable, seed);
-        BotPolicy level1;
-        const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, level2, level1, 6)
-                                           : sim::PlayDuel(seed, level1, level2, 6);
-        EXPECT_EQ(r.failure, "") << "seed " << seed;
+    test::Watched<BotPolicy> a(states), b(states);
+    ASSERT_EQ(sim::PlayDuel(9, a, b, 1).failure, "");
+    const GameState& s = states.at(states.size() / 2);
+    struct Case {
+        std::size_t count, better;  // `better` gains 5 points a deal, count for none
+        std::size_t chosen;
+    };
+    for (const Case& c : std::initializer_list<Case>{
+             {2, 1, 1}, {3, 2, 2}, {6, 5, 5}, {16, 0, 0}, {16, 9, 9}, {16, 16, 0}, {17, 16, 16}}) {
+        long long played = 0;
+        const std::size_t chosen =
+            HalvingPlayOuts(s, kRepeatable, 1, c.count, [&](FastRound& round, std::size_t i) {
+                ++played;
+                if (i == c.better) round.melded[0] += 5;
+            });
+        EXPECT_EQ(chosen, c.chosen) << c.count << " candidates, better " << c.better;
+        EXPECT_LE(played, static_cast<long long>(c.count) * kRepeatable.playouts) << c.count;
+        EXPECT_GT(played, static_cast<long long>(c.count) * kRepeatable.playouts / 2) << c.count;
     }
-    ASSERT_GT(states.size(), 100u);
-    std::mt19937_64 random(17);
-    int changedBySeed = 0;
-    for (std::size_t i = 0; i < states.size(); i += 3) {
-        const GameState& s = states[i];
-        const std::string decision = Decision(s, 5);
-        ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), 5)) << "state " << i;
-        changedBySeed += decision != Decision(s, 6);
-    }
-    EXPECT_GT(changedBySeed, 0);
 }
 
 // The hidden cards are dealt consistently with what the seat saw: its own cards, the piles and

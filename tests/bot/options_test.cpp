@@ -66,7 +66,7 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
         {{"--serve", "--seed", "18446744073709551616"}, "refused: --seed needs a whole number"},
         {{"--serve", "--delay", "60001"}, "refused: --delay needs milliseconds"},
         {{"--serve", "--resume-timeout", "0"}, "refused: --resume-timeout needs seconds"},
-        {{"--serve", "--level", "3"}, "refused: --level needs 1 or 2"},
+        {{"--serve", "--level", "4"}, "refused: --level needs 1, 2 or 3"},
         {{"--serve", "--playouts", "0"}, "refused: --playouts needs a number"},
         {{"--serve", "--think-ms", "60001"}, "refused: --think-ms needs milliseconds"},
         {{"--serve", "--colour", "red"}, "refused: unknown option '--colour'"},

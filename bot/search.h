@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+#include "bot/lookahead.h"
+
+namespace kelvane::bot {
+
+// Level 3: the second level's play-outs, spent where they tell the candidates apart. It weighs a
+// wider field of the first level's plans, and instead of playing every candidate out equally often
+// it plays them all in a few deals, drops the worse half, and plays the rest in more deals, round
+// after round, until two are left and the better wins (successive halving). A decision spends as
+// many play-outs as the second level would on the same field at the same `playouts`, and every
+// candidate alive in a round meets the same deals, so margins compare decisions, not luck.
+inline constexpr std::size_t kSearchedPlans = 16;
+
+std::size_t HalvingPlayOuts(const GameState& seen, const LookaheadBudget& budget,
+                            std::uint64_t seed, std::size_t count, const PlayCandidate& play);
+
+inline constexpr LookaheadSearch kLevel3Search{kSearchedPlans, HalvingPlayOuts};
+
+// The third level at the table: the second level's player, deciding from its seat's view alone
+// as that one does, with the third level's field and judge.
+class SearchPolicy : public LookaheadPolicy {
+  public:
+    SearchPolicy(LookaheadBudget budget, std::uint64_t seed)
+        : LookaheadPolicy(budget, seed, kLevel3Search) {}
+};
+
+}  // namespace kelvane::bot
