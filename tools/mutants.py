@@ -154,6 +154,11 @@ MUTANTS = [
      "moves after the opponent's quit are applied"),
     ("M56", "engine/link.cpp", "    if (hello.version != kExtensionVersion) {",
      "    if (false) {", "an announcement of another version is taken"),
+    # The simulated round level 2 plays out.
+    ("M57", "bot/fast_round.cpp",
+     "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks & ~ace);",
+     "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks);",
+     "the simulated round refuses a run the ace closes above the king"),
 ]
 
 
