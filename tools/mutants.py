@@ -190,6 +190,11 @@ MUTANTS = [
      "level 3 takes the last of equal candidates, not the first level's preference"),
     ("M71", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
      "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
+    # The simulated round level 2 plays out.
+    ("M72", "bot/fast_round.cpp",
+     "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks & ~ace);",
+     "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks);",
+     "the simulated round refuses a run the ace closes above the king"),
 ]
 
 

@@ -173,41 +173,6 @@ TEST(FastRound, AgreesWithTheEngineOnEveryStateAndEveryLegalMove) {
     EXPECT_GT(tally.floats, 0);
 }
 
-// Melds as the rules judge them, over card sets: sets of one rank up to four cards, runs of one
-// suit with the ace at one end only.
-TEST(FastRound, JudgesMeldsAsTheRules) {
-    const auto set = [](std::vector<int> cards) {
-        CardSet s = 0;
-        for (int c : cards) s |= Bit(c);
-        return s;
-    };
-    struct Case {
-        std::vector<int> cards;
-        bool valid;
-    };
-    // Spades are 1..13, diamonds 14..26.
-    const std::vector<Case> cases = {
-        {{5, 18, 31}, true},      // three fives
-        {{5, 18, 31, 44}, true},  // four fives
-        {{1, 2, 3}, true},        // ace low
-        {{12, 13, 1}, true},      // ace high
-        {{13, 1, 2}, false},      // no wrapping
-        {{1, 2, 3, 13}, false},   // the ace at both ends
-        {{2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 1}, true},
-        {{3, 4, 6}, false},   // a gap
-        {{3, 4, 18}, false},  // two suits
-        {{13, 1}, true},      // a king and a high ace, as a lay-off onto nothing
-    };
-    for (const Case& c : cases) {
-        MeldList list{};
-        Int16 n = 0;
-        for (int card : c.cards) list[n++] = Int16(card);
-        SortMeld(list, n);
-        EXPECT_EQ(ValidMeld(list, n), c.valid);
-        EXPECT_EQ(ValidMeldSet(set(c.cards)), c.valid) << "first card " << c.cards.front();
-    }
-}
-
 // Melding the whole hand as the stack runs out can leave both players nothing to draw; the greedy
 // player keeps a card back then, and melds out while the stack lasts.
 TEST(FastRound, GreedyPlayerMeldsOutOnlyWhileTheStackLasts) {

@@ -67,16 +67,6 @@ void ExpectReported(const Break& c, const std::string& report) {
     EXPECT_NE(report.find(c.report), std::string::npos) << c.what << ": got \"" << report << '"';
 }
 
-TEST(Invariants, IntactCopiesReportNothing) {
-    auto [server, client] = MirroredDeal();
-    ASSERT_EQ(server.TableMelds.ColumnCount(), 3);
-    EXPECT_EQ(CheckInvariants(server), "");
-    EXPECT_EQ(CheckInvariants(client), "");
-    EXPECT_EQ(CheckMirrored(server, client), "");
-    EXPECT_EQ(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote));
-    EXPECT_EQ(CheckInvariants(GameState{}), "") << "nothing dealt yet";
-}
-
 TEST(Invariants, EachBreakOfOneStateIsReported) {
     const Int16 tabled = Card("7D"), stocked = MirroredDeal().first.Stack[0];
     const Break cases[] = {
