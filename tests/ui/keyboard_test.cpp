@@ -128,8 +128,8 @@ TEST_F(KeyboardGame, TheWelcomeStartsTheComputerOnTheLoopback) {
     window.UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     window.show();
     const QComboBox* levels = window.welcomePanel()->levelChoice();
-    ASSERT_EQ(levels->count(), 2);
-    EXPECT_EQ(levels->itemText(1), "Level 2: Plans Ahead");
+    ASSERT_EQ(levels->count(), 3);
+    EXPECT_EQ(levels->itemText(2), "Level 3: Thinks It Over");
     Key(Qt::Key_Space);
     ASSERT_TRUE(window.computerOpponent());
     QDeadlineTimer soon(test::kStalledAfterMs);
