@@ -41,6 +41,13 @@ check startup.sh bash "$here/startup.sh" "$build" 1
 check kelvane_flood_window "$bench/kelvane_flood_window" 1
 check flood_memory.py python3 "$here/flood_memory.py" "$build/bot/kelvane-bot" 1
 check kelvane_screenshots "$bench/kelvane_screenshots" "$scratch"
+# The router lab needs root and its tools, as its test does; CI has both. Exit 77 is its skip.
+if [ "$(id -u)" -eq 0 ]; then
+    check kelvane_router_bench bash "$here/router_lab.sh" "$bench/kelvane_router_bench" \
+        --benchmark_repetitions=1
+else
+    echo "bench check: kelvane_router_bench skipped (the router lab needs root)"
+fi
 
 if [ ${#failed[@]} -gt 0 ]; then
     echo "bench check: failed: ${failed[*]}" >&2
