@@ -1,6 +1,6 @@
 // The real window, every box answered Yes, against other programs over loopback: kelvane-bot
-// processes, moved by a random legal player through its table's handlers or by keys alone, and
-// peers played by the test. Only here do the window's own handlers, socket, boxes and results play
+// processes, the window moved by keys alone or by a random legal player through its table's
+// handlers, and peers played by the test. Only here do the window's own handlers, socket, boxes and results play
 // whole games, in each seat, each through a line that drops in the middle of a round; the bot's
 // lines are checked in detail by two_bots_test.cpp, the window's widgets and views by the two
 // windows' round (views_test.cpp), and the engines' agreement message by message by the in-memory
@@ -85,6 +85,10 @@ class Line : public QObject {
     int calls_ = 0;
 };
 
+QString Spoken(QObject* object) {
+    return QAccessible::queryAccessibleInterface(object)->text(QAccessible::Name);
+}
+
 class WindowAgainstBot : public ::testing::Test {
   protected:
     WindowAgainstBot() { window->show(); }
@@ -131,12 +135,76 @@ class WindowAgainstBot : public ::testing::Test {
     // Mid-round, the window to move and nothing on its way: the moment to pull the plug.
     bool MidRound() const { return s().StackCount < 30 && s().MyTurn && !s().HasDrawn; }
 
+    // The window moved by keys alone, each sent to whatever holds the focus; at each turn a reader
+    // finds the names of the cards, the stack, the frames and the opponent's move.
+    void ByKeys() {
+        if (!s().HasDrawn) CheckNames();
+        Turn();
+    }
+    using Row = TableKeys::Row;
+    void Key(int key) {
+        QWidget* focus = window->focusWidget();
+        ASSERT_TRUE(focus) << "nothing holds the keyboard focus";
+        QTest::keyClick(focus, static_cast<Qt::Key>(key));
+    }
+    // From anywhere on the table to a place: up to the top row, down to the row, along it.
+    void Go(Row row, int index) {
+        for (int k : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Home}) Key(k);
+        for (int r = 0; r < static_cast<int>(row); ++r) Key(Qt::Key_Down);
+        for (int i = 0; i < index; ++i) Key(Qt::Key_Right);
+    }
+    // One gesture of a player who draws from the stack (else takes the up pile's top), lays the
+    // first meld that leaves a turn able to end, one selection at a time, and else discards.
+    void Turn() {
+        const GameState seen = SeatView(s());
+        if (!seen.HasDrawn) {
+            Go(Row::kPiles, CanDrawFromStack(seen, Seat::kLocal).ok() ? 0 : seen.UpCount.value());
+            return Key(Qt::Key_Return);
+        }
+        for (const MeldMove& m :
+             seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen)) {
+            if (!TurnCanEndAfter(seen, m)) continue;
+            const std::vector<Int16> presses = PressesToward(window->table(), seen, m);
+            if (!presses.empty()) {
+                Go(Row::kHand, presses.front().value());
+                EXPECT_EQ(
+                    Spoken(window->tableKeys()),
+                    QString::fromStdString(GetCardName(seen.LocalHand[presses.front()], true)) +
+                        (window->table().IsSelected(presses.front()) ? ", selected" : ""));
+                return Key(Qt::Key_Space);
+            }
+            Go(Row::kTable, m.column == kNewColumn ? 0 : m.column + 1);
+            return Key(Qt::Key_Enter);
+        }
+        const std::vector<Int16> discards = Discardable(seen);
+        ASSERT_FALSE(discards.empty()) << WhyTurnCannotEnd(seen);
+        Go(Row::kHand, HandPosition(seen, Seat::kLocal, discards.front()).value());
+        Key(Qt::Key_D);
+    }
+    // What a reader is told of the opponent's hand, the stack, the frames, the status line and
+    // the opponent's last move, as the history words it.
+    void CheckNames() {
+        for (int i = 0; i < s().RemoteCount.value() && !s().RevealOpponent; ++i)
+            EXPECT_EQ(Spoken(window->imgRemote(i)), "face down");
+        EXPECT_EQ(Spoken(window->imgStack()),
+                  QString("the stack, %1 cards").arg(s().StackCount.value()));
+        EXPECT_EQ(Spoken(window->label("lblStatus")),
+                  "Status: " + window->label("lblStatus")->text());
+        EXPECT_EQ(Spoken(window->findChild<QGroupBox*>("frLocalHand")), "your hand");
+        EXPECT_EQ(Spoken(window->frTable()), "the table");
+        const QStringList moves = window->historyLines().filter(
+            QRegularExpression("^Your opponent (drew|took|laid|discarded)"));
+        if (!moves.isEmpty()) {
+            EXPECT_EQ(Spoken(window->announcer()), moves.back());
+        }
+    }
+
     // The game played to its end and the window closed: the program ends, and its connection with
     // it. The bot told every round and the game's result and leaves with 0, neither engine having
     // refused a move of the other's; the window reported no failure and asked nothing but to
     // discard and to quit.
-    void PlayToTheEndAndClose(test::Program& bot) {
-        ASSERT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Game:"); }), "");
+    void PlayToTheEndAndClose(test::Program& bot, const std::function<void()>& move = {}) {
+        ASSERT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Game:"); }, move), "");
         window->close();
         const std::vector<std::string> boxes = window->boxes, failures = window->failures;
         window.reset();
@@ -163,15 +231,17 @@ class WindowAgainstBot : public ::testing::Test {
     sim::RandomPolicy player{5};
 };
 
-// The window calls the bot through a line that drops in the middle of a round: the window says so
-// and waits with the game as it was, calls again when the player asks, and goes on with the same
-// hands, table and scores to the game's end.
-TEST_F(WindowAgainstBot, CallingPlaysAWholeGameThroughALineThatDrops) {
+// A whole game played by keys alone from the welcome, the window calling the bot through a line
+// that drops in the middle of a round: the window says so and waits with the game as it was, calls
+// again when the player asks, and goes on with the same hands, table and scores to the game's end.
+TEST_F(WindowAgainstBot, CallingFromTheWelcomeByKeysPlaysAWholeGameThroughALineThatDrops) {
     test::Program bot("the bot", "Your opponent left.");
-    Line line(Serve(bot));
+    Line line(Serve(bot, {"--listen", "127.0.0.1"}));
     window->table().UsePort(line.port());
-    window->table().mnuClient_Click();
-    ASSERT_EQ(PlayUntil(bot, [&] { return MidRound(); }), "");
+    for (int tab = 0; tab < 3; ++tab) Key(Qt::Key_Tab);
+    ASSERT_EQ(window->focusWidget(), window->welcomePanel()->clientButton());
+    Key(Qt::Key_Space);
+    ASSERT_EQ(PlayUntil(bot, [&] { return MidRound(); }, [&] { ByKeys(); }), "");
     ASSERT_TRUE(window->table().KelvaneOpponent());
     const std::uint64_t before = StateDigest(s(), Seat::kRemote);
     line.Drop();
@@ -185,7 +255,7 @@ TEST_F(WindowAgainstBot, CallingPlaysAWholeGameThroughALineThatDrops) {
     EXPECT_EQ(StateDigest(s(), Seat::kRemote), before);
     QCoreApplication::processEvents();
     EXPECT_EQ(window->linkDialog(), nullptr);
-    PlayToTheEndAndClose(bot);
+    PlayToTheEndAndClose(bot, [&] { ByKeys(); });
     EXPECT_TRUE(bot.err().contains("the opponent is back")) << bot.Story();
 }
 
@@ -327,89 +397,6 @@ TEST_F(RouterWindow, ServingTellsTheOutsideAddressAndAFarPlayerReachesIt) {
     bot.Start("ip", {"netns", "exec", far, KELVANE_BOT_PATH, "--connect", outside, "--rounds", "1",
                      "--delay", "0", "--level", "1"});
     EXPECT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Round 1:"); }), "");
-}
-
-QString Spoken(QObject* object) {
-    return QAccessible::queryAccessibleInterface(object)->text(QAccessible::Name);
-}
-
-// The window moved by keys alone, each sent to whatever holds the focus.
-struct KeyboardGame : WindowAgainstBot {
-    using Row = TableKeys::Row;
-    void Key(int key) {
-        QWidget* focus = window->focusWidget();
-        ASSERT_TRUE(focus) << "nothing holds the keyboard focus";
-        QTest::keyClick(focus, static_cast<Qt::Key>(key));
-    }
-    // From anywhere on the table to a place: up to the top row, down to the row, along it.
-    void Go(Row row, int index) {
-        for (int k : {Qt::Key_Up, Qt::Key_Up, Qt::Key_Home}) Key(k);
-        for (int r = 0; r < static_cast<int>(row); ++r) Key(Qt::Key_Down);
-        for (int i = 0; i < index; ++i) Key(Qt::Key_Right);
-    }
-    // One gesture of a player who draws from the stack (else takes the up pile's top), lays the
-    // first meld that leaves a turn able to end, one selection at a time, and else discards.
-    void Turn() {
-        const GameState seen = SeatView(s());
-        if (!seen.HasDrawn) {
-            Go(Row::kPiles, CanDrawFromStack(seen, Seat::kLocal).ok() ? 0 : seen.UpCount.value());
-            return Key(Qt::Key_Return);
-        }
-        for (const MeldMove& m :
-             seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen)) {
-            if (!TurnCanEndAfter(seen, m)) continue;
-            const std::vector<Int16> presses = PressesToward(window->table(), seen, m);
-            if (!presses.empty()) {
-                Go(Row::kHand, presses.front().value());
-                EXPECT_EQ(
-                    Spoken(window->tableKeys()),
-                    QString::fromStdString(GetCardName(seen.LocalHand[presses.front()], true)) +
-                        (window->table().IsSelected(presses.front()) ? ", selected" : ""));
-                return Key(Qt::Key_Space);
-            }
-            Go(Row::kTable, m.column == kNewColumn ? 0 : m.column + 1);
-            return Key(Qt::Key_Enter);
-        }
-        const std::vector<Int16> discards = Discardable(seen);
-        ASSERT_FALSE(discards.empty()) << WhyTurnCannotEnd(seen);
-        Go(Row::kHand, HandPosition(seen, Seat::kLocal, discards.front()).value());
-        Key(Qt::Key_D);
-    }
-    // What a reader is told of the opponent's hand, the stack, the frames, the status line and
-    // the opponent's last move, as the history words it.
-    void CheckNames() {
-        for (int i = 0; i < s().RemoteCount.value() && !s().RevealOpponent; ++i)
-            EXPECT_EQ(Spoken(window->imgRemote(i)), "face down");
-        EXPECT_EQ(Spoken(window->imgStack()),
-                  QString("the stack, %1 cards").arg(s().StackCount.value()));
-        EXPECT_EQ(Spoken(window->label("lblStatus")),
-                  "Status: " + window->label("lblStatus")->text());
-        EXPECT_EQ(Spoken(window->findChild<QGroupBox*>("frLocalHand")), "your hand");
-        EXPECT_EQ(Spoken(window->frTable()), "the table");
-        const QStringList moves = window->historyLines().filter(
-            QRegularExpression("^Your opponent (drew|took|laid|discarded)"));
-        if (!moves.isEmpty()) {
-            EXPECT_EQ(Spoken(window->announcer()), moves.back());
-        }
-    }
-};
-
-// A whole round from the welcome to its result, every gesture a key; at each turn a reader finds
-// the names of the cards, the stack, the frames and the opponent's move.
-TEST_F(KeyboardGame, ARoundIsPlayedByKeysAlone) {
-    test::Program bot("the bot", "Round 1:");
-    window->table().UsePort(Serve(bot, {"--listen", "127.0.0.1", "--level", "1", "--rounds", "1"}));
-    for (int tab = 0; tab < 3; ++tab) Key(Qt::Key_Tab);
-    ASSERT_EQ(window->focusWidget(), window->welcomePanel()->clientButton());
-    Key(Qt::Key_Space);
-    const std::string stopped = PlayUntil(
-        bot, [&] { return window->resultsDialog() != nullptr; },
-        [&] {
-            if (!s().HasDrawn) CheckNames();
-            Turn();
-        });
-    EXPECT_EQ(stopped, "");
-    EXPECT_TRUE(window->failures.empty()) << window->failures.front();
 }
 
 // Connects `window` to a peer the test plays; returns the peer's end.
