@@ -16,7 +16,6 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
-#include <QTcpServer>
 #include <QTest>
 #include <QTextCursor>
 #include <QTextEdit>
@@ -72,8 +71,9 @@ TEST(CardPictures, DrawnOncePerSizeAndPixelRatioAndKeptForAFewSizes) {
     const QPixmap sharp = themed.Picture(queen, size, 2.0);
     EXPECT_EQ(sharp.size(), size * 2);
     EXPECT_EQ(sharp.deviceIndependentSize(), QSizeF(size));
-    const QImage enlarged = themed.Picture(queen, size).toImage().scaled(
-        size * 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage enlarged = themed.Picture(queen, size)
+                                .toImage()
+                                .scaled(size * 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     EXPECT_NE(sharp.toImage().convertToFormat(enlarged.format()), enlarged);
     CardImage card(themed, 0, nullptr);
     card.resize(size);
@@ -186,9 +186,9 @@ TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
     test::SetUpPile(state(), "AH");
     for (int column = 0; column < 2; ++column) window.CreateMeldColumn(column);
     std::vector<std::pair<QWidget*, QRect>> controls;
-    for (QWidget* control : std::initializer_list<QWidget*>{window.frTable(), window.txtSay(),
-                                                            window.cmdSend(), window.rtbConvo(),
-                                                            window.label("lblLocalScore")})
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{window.frTable(), window.txtSay(), window.cmdSend(),
+                                         window.rtbConvo(), window.label("lblLocalScore")})
         controls.push_back({control, control->geometry()});
     const struct {
         const char* label;
@@ -275,9 +275,10 @@ TEST_F(WindowViews, ASelectedCardChangesMostOfItsVisibleStripInAFannedHand) {
 TEST_F(WindowViews, OpensInsideTheAvailableArea) {
     const int designWidth = Px(11490);
     ASSERT_EQ(window.width(), designWidth);
-    for (const auto& [available, designFits] :
-         {std::pair{QRect(0, 0, 1920, 1080), true}, {QRect(0, 0, 800, 500), false},
-          {QRect(100, 40, 700, 560), false}, {QRect(0, 0, 300, 200), false}}) {
+    for (const auto& [available, designFits] : {std::pair{QRect(0, 0, 1920, 1080), true},
+                                                {QRect(0, 0, 800, 500), false},
+                                                {QRect(100, 40, 700, 560), false},
+                                                {QRect(0, 0, 300, 200), false}}) {
         Form1 opened(socket, deck);
         opened.FitInto(available);
         EXPECT_TRUE(available.contains(opened.frameGeometry())) << available.width();
@@ -308,28 +309,20 @@ TEST_F(WindowViews, TheResultsStayWhileAnotherProgramIsActiveAndGoWhenTheTableIs
     EXPECT_TRUE(!dialog || !dialog->isVisible()) << "the player went back to the table";
 }
 
-// Answers every box with Yes or OK and the host question as offered; notes boxes and results.
+// Answers every box with Yes or OK and the host question as offered; notes the boxes' texts, and
+// the results with the window that shows them.
 class BoxWatcher : public QObject {
   public:
-    struct Seen {
-        QWidget* window;
-        QString text;
-    };
-    std::vector<Seen> boxes;
-    std::vector<Seen> results;
+    QStringList boxes;
+    std::vector<std::pair<QWidget*, QString>> results;
     BoxWatcher() { qApp->installEventFilter(this); }
     ~BoxWatcher() override { qApp->removeEventFilter(this); }
-    std::string BoxTexts() const {
-        QStringList texts;
-        for (const Seen& s : boxes) texts << s.text;
-        return texts.join(" | ").toStdString();
-    }
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() != QEvent::Show) return false;
         if (auto* box = qobject_cast<QMessageBox*>(watched)) {
-            boxes.push_back({box->parentWidget(), box->text()});
+            boxes << box->text();
             QTimer::singleShot(0, box, [box] {
                 QAbstractButton* yes = box->button(QMessageBox::Yes);
                 (yes ? yes : box->button(QMessageBox::Ok))->click();
@@ -441,10 +434,9 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     // The last card goes with a right press: the round ends on both sides.
     QTest::mousePress(client->Holding("KD"), Qt::RightButton);
     ASSERT_TRUE(WaitFor([&] { return boxes.results.size() == 2; }));
-    EXPECT_EQ(boxes.results[0].window, &client->window);
-    EXPECT_EQ(boxes.results[0].text, "You won that round");
-    EXPECT_EQ(boxes.results[1].window, &server.window);
-    EXPECT_EQ(boxes.results[1].text, "Your opponent won that round");
+    EXPECT_EQ(boxes.results,
+              (decltype(boxes.results){{&client->window, "You won that round"},
+                                       {&server.window, "Your opponent won that round"}}));
     // The server has dealt the next round, which the server opens.
     ASSERT_TRUE(WaitFor([&] { return client->state().LocalCount == 7; }));
     EXPECT_EQ(client->Label("lblStatus"), "Waiting for your opponent to draw");
@@ -454,7 +446,7 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     ASSERT_TRUE(WaitFor([&] { return boxes.boxes.size() == 3; }));
     EXPECT_TRUE(WaitFor([&] { return !server.window.isVisible(); }));
     // Only the questions a player meets on this way: no move was refused, nothing failed.
-    EXPECT_EQ(boxes.BoxTexts(),
+    EXPECT_EQ(boxes.boxes.join(" | "),
               "Discard the King of Diamonds? | Sure you want to quit? | "
               "Your opponent just disappeared. Sorry.");
 }
