@@ -1,8 +1,8 @@
 // The window's pictures, views, layout and readability, and two windows playing a scripted round
 // over loopback.
-// That round is the only test to move the game through the widgets, mouse and keys, rather than
-// the handlers, and to watch one window's views follow the other's moves, chat and quitting;
-// whole games through the handlers are window_vs_bot_test.cpp's.
+// That round is the only test to move the game by the mouse and to watch one window's views follow
+// the other's moves, chat and quitting; whole games, by keys and through the handlers, are
+// window_vs_bot_test.cpp's.
 
 #include <gtest/gtest.h>
 
