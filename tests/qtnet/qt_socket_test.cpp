@@ -9,7 +9,6 @@
 #include <QTcpSocket>
 #include <QTest>
 #include <functional>
-#include <tuple>
 
 #include "game/failure.h"
 
@@ -87,19 +86,16 @@ TEST(QtSocketSession, RawClientsSeeUndecidedRequestsClosedAndMovesSentAtOnce) {
 }
 
 // Misuse throws a failure; the server serves the first client and turns the next away; every byte
-// value travels both ways untouched, bytes left unread wait for a later read, and a close reaches
-// only the peer, after the last bytes.
+// value travels both ways untouched, in more than one read's worth, bytes left unread wait for a
+// later read, and a close reaches only the peer, after the last bytes.
 TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
-    std::string everyByte;
-    for (int value = 0; value < 256; ++value) everyByte += static_cast<char>(value);
-    const std::string payloads[] = {"(M:D:05)", "(C:caf\xE9 \x80\xFF)", everyByte,
-                                    std::string(300000, '\xA4')};
+    std::string everyByte(300'000, '\0');
+    for (std::size_t i = 0; i < everyByte.size(); ++i) everyByte[i] = static_cast<char>(i * 7);
     for (const bool serverCloses : {true, false}) {
         Session s;
         // Operations that cannot be done throw a failure and change nothing.
         Peer other;
         const std::pair<const char*, std::function<void()>> operations[] = {
-            {"listen on a port in use", [&] { other.socket.Listen(0, s.port); }},
             {"listen on no port", [&] { other.socket.Listen(0, 65536); }},
             {"listen twice", [&] { s.server.socket.Listen(0, 0); }},
             {"connect while listening", [&] { s.server.socket.Connect(0, "127.0.0.1", s.port); }},
@@ -112,6 +108,7 @@ TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
         for (const auto& [name, operation] : operations) EXPECT_THROW(operation(), Failure) << name;
         try {
             other.socket.Listen(0, s.port);
+            ADD_FAILURE() << "listened on a port in use";
         } catch (const Failure& failure) {
             EXPECT_NE(failure.description().find(std::to_string(s.port)), std::string::npos)
                 << failure.description();
@@ -130,17 +127,14 @@ TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
         Peer& closer = serverCloses ? s.server : s.client;
         Peer& peer = serverCloses ? s.client : s.server;
         const int index = serverCloses ? 1 : 0;
-        for (const std::string& payload : payloads) {
-            for (auto [from, receiver, at] :
-                 {std::tuple{&closer, &peer, index}, {&peer, &closer, 1 - index}}) {
-                // A lambda may not capture a structured binding before Clang 16.
-                Peer* to = receiver;
-                to->received.clear();
-                from->socket.Send(at, payload);
-                const bool arrived = Until([&] { return to->received.size() >= payload.size(); });
-                EXPECT_TRUE(arrived && to->received == payload) << at << ", " << payload.size();
-            }
-        }
+        const auto carries = [&](Peer& from, int at, Peer& to) {
+            to.received.clear();
+            from.socket.Send(at, everyByte);
+            return Until([&] { return to.received.size() >= everyByte.size(); }) &&
+                   to.received == everyByte;
+        };
+        EXPECT_TRUE(carries(closer, index, peer));
+        EXPECT_TRUE(carries(peer, 1 - index, closer));
         peer.readOnArrival = false;
         for (const char* message : {"(M:N:12)", "(M:D:40)"}) {
             const int before = peer.arrivals;
