@@ -25,12 +25,6 @@ namespace {
 
 constexpr int kWaitMs = 5000;
 
-std::string CardList(const std::vector<Int16>& cards) {
-    std::string list;
-    for (Int16 c : cards) list += nformat(c) + ",";
-    return list;
-}
-
 // One session: the bot, the test's end of the connection, and the game as the test sees it.
 struct Session {
     test::Program bot{"the bot", "Your opponent left."};
@@ -149,11 +143,12 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
         {true, "a meld of the bot's cards",
          [](auto& s) {
              const auto& theirs = s.game.RemoteHand;
-             return s.Draw() + "(M:M:N:" + CardList({theirs[0], theirs[1], theirs[2]}) + ")";
+             return s.Draw() + "(M:M:N:" + nformat(theirs[0]) + "," + nformat(theirs[1]) + "," +
+                    nformat(theirs[2]) + ",)";
          },
          "which it does not hold"},
         {true, "a lay-off onto no column",
-         [](auto& s) { return s.Draw() + "(M:M:00:" + CardList({s.game.LocalHand[0]}) + ")"; },
+         [](auto& s) { return s.Draw() + "(M:M:00:" + nformat(s.game.LocalHand[0]) + ",)"; },
          "onto a column the table does not have"},
         {true, "a second draw", [](auto& s) { return s.Draw() + "(M:U:00)"; },
          "after it had drawn"},
