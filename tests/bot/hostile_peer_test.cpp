@@ -196,14 +196,11 @@ TEST(HostilePeer, KnockingStrangersChangeNothingAndAVanishingPeerIsTheOpponentLe
     {
         Session s;
         ASSERT_NO_FATAL_FAILURE(s.BotServes());
-        std::vector<std::unique_ptr<QTcpSocket>> strangers;
-        for (int i = 0; i < 20; ++i) {
-            strangers.push_back(std::make_unique<QTcpSocket>());
-            strangers.back()->connectToHost("127.0.0.1", s.Port());
-        }
-        for (auto& stranger : strangers)
-            EXPECT_TRUE(stranger->state() == QAbstractSocket::UnconnectedState ||
-                        stranger->waitForDisconnected(kWaitMs));
+        QTcpSocket strangers[20];
+        for (QTcpSocket& stranger : strangers) stranger.connectToHost("127.0.0.1", s.Port());
+        for (QTcpSocket& stranger : strangers)
+            EXPECT_TRUE(stranger.state() == QAbstractSocket::UnconnectedState ||
+                        stranger.waitForDisconnected(kWaitMs));
         s.Send(s.Turn());
         EXPECT_TRUE(s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
     }

@@ -60,10 +60,8 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
         for (const auto& [serverKelvane, clientKelvane] : extensions) {
             auto server = Player(r.server, r.seed * 31);
             auto client = Player(r.client, r.seed * 37);
-            sim::DuelOptions options;
-            options.serverExtensions = serverKelvane;
-            options.clientExtensions = clientKelvane;
-            sim::Duel duel(r.seed, *server, *client, options);
+            sim::Duel duel(r.seed, *server, *client,
+                           {.serverExtensions = serverKelvane, .clientExtensions = clientKelvane});
             const sim::DuelResult result = duel.Play(r.rounds);
             ASSERT_EQ(result.failure, "");
             const auto& link = duel.link();

@@ -164,9 +164,9 @@ TEST_P(TwoBots, PlayTheirRoundsAndTellOneStory) {
         const auto drops = static_cast<qsizetype>(pairing.dropAt.size());
         EXPECT_EQ(bot->err().count("the connection was lost"), drops) << bot->Story();
         EXPECT_EQ(bot->err().count("the opponent is back"), drops) << bot->Story();
-        QStringList& lines = told[bot == &client];
-        lines = bot->out().split('\n', Qt::SkipEmptyParts);
-        EXPECT_EQ(lines.filter(QRegularExpression("^Round \\d+: ")).size(), pairing.played);
+        told[bot == &client] = bot->out().split('\n', Qt::SkipEmptyParts);
+        EXPECT_EQ(told[bot == &client].filter(QRegularExpression("^Round \\d+: ")).size(),
+                  pairing.played);
     }
     if (!pairing.clientCounts) {
         EXPECT_EQ(told[1].takeLast(), "Your opponent left.");

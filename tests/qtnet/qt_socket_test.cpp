@@ -9,6 +9,7 @@
 #include <QTcpSocket>
 #include <QTest>
 #include <functional>
+#include <tuple>
 
 #include "game/failure.h"
 
@@ -71,16 +72,15 @@ struct Session {
 
 // An undecided request must not hold its client; a move must leave before the game pauses.
 TEST(QtSocketSession, RawClientsSeeUndecidedRequestsClosedAndMovesSentAtOnce) {
-    Peer server;
-    server.socket.Listen(0, 0);
+    Session s;
     QTcpSocket undecided, served;
-    const auto onRequest = std::exchange(server.socket.onConnectionRequest, [](int, long) {});
-    undecided.connectToHost("127.0.0.1", static_cast<quint16>(server.socket.LocalPort(0)));
+    const auto onRequest = std::exchange(s.server.socket.onConnectionRequest, [](int, long) {});
+    undecided.connectToHost("127.0.0.1", static_cast<quint16>(s.port));
     EXPECT_TRUE(Until([&] { return undecided.state() == QAbstractSocket::UnconnectedState; }));
-    server.socket.onConnectionRequest = onRequest;
-    served.connectToHost("127.0.0.1", static_cast<quint16>(server.socket.LocalPort(0)));
-    ASSERT_TRUE(Until([&] { return server.socket.State(1) == kSocketConnected; }));
-    server.socket.Send(1, "(M:U:02)");
+    s.server.socket.onConnectionRequest = onRequest;
+    served.connectToHost("127.0.0.1", static_cast<quint16>(s.port));
+    ASSERT_TRUE(Until([&] { return s.server.socket.State(1) == kSocketConnected; }));
+    s.server.socket.Send(1, "(M:U:02)");
     ASSERT_TRUE(served.waitForReadyRead(1000));
     EXPECT_EQ(served.readAll(), "(M:U:02)");
 }
@@ -200,13 +200,10 @@ TEST(QtSocketConnect, ReportsAnAttemptThatFailsLaterOnceAndAllowsAnother) {
     QTcpSocket filler;
     filler.connectToHost("127.0.0.1", ntohs(address.sin_port));
     ASSERT_TRUE(filler.waitForConnected(1000));
-    const struct {
-        const char* host;
-        int port;
-        const char* why;
-    } attempts[] = {{"127.0.0.1", DeadPort(), "refused"},
-                    {"localhost", DeadPort(), "refused after a lookup"},
-                    {"127.0.0.1", ntohs(address.sin_port), "timed out"}};
+    const std::tuple<const char*, int, const char*> attempts[] = {
+        {"127.0.0.1", DeadPort(), "refused"},
+        {"localhost", DeadPort(), "refused after a lookup"},
+        {"127.0.0.1", ntohs(address.sin_port), "timed out"}};
     for (const auto& [host, port, why] : attempts) {
         Session s;
         s.client.socket.SetConnectTimeout(100ms);
