@@ -111,9 +111,10 @@ struct Session {
     void ExpectRefused(const std::string& why) {
         ASSERT_TRUE(Until([&] { return !bot.running(); })) << "still playing";
         EXPECT_EQ(bot.exitCode(), 1) << bot.Story();
-        EXPECT_TRUE(bot.err().contains("Your opponent's program sent ")) << bot.Story();
-        EXPECT_TRUE(bot.err().contains(QString::fromStdString(why))) << why << "\n" << bot.Story();
-        EXPECT_TRUE(bot.err().contains("This game cannot go on.")) << bot.Story();
+        const QRegularExpression said("Your opponent's program sent .*" +
+                                      QRegularExpression::escape(QString::fromStdString(why)) +
+                                      ".*This game cannot go on\\.");
+        EXPECT_TRUE(bot.err().contains(said)) << why << "\n" << bot.Story();
     }
 };
 
@@ -193,7 +194,7 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
 // Strangers knocking during a game are turned away and the game goes on; the peer vanishing at
 // any point of a turn is told as the opponent leaving.
 TEST(HostilePeer, KnockingStrangersChangeNothingAndAVanishingPeerIsTheOpponentLeaving) {
-    {
+    for (const int stage : {0, 1, 2}) {  // before a draw, after it, after a turn and its answer
         Session s;
         ASSERT_NO_FATAL_FAILURE(s.BotServes());
         QTcpSocket strangers[20];
@@ -201,13 +202,8 @@ TEST(HostilePeer, KnockingStrangersChangeNothingAndAVanishingPeerIsTheOpponentLe
         for (QTcpSocket& stranger : strangers)
             EXPECT_TRUE(stranger.state() == QAbstractSocket::UnconnectedState ||
                         stranger.waitForDisconnected(kWaitMs));
-        s.Send(s.Turn());
-        EXPECT_TRUE(s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
-    }
-    for (const int stage : {0, 1, 2}) {  // before, after a draw, after a whole turn
-        Session s;
-        ASSERT_NO_FATAL_FAILURE(s.BotServes());
         s.Send(stage == 0 ? "" : stage == 1 ? s.Draw() : s.Turn());
+        EXPECT_TRUE(stage < 2 || s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
         s.peer->close();
         ASSERT_TRUE(s.Until([&] { return !s.bot.running(); }));
         EXPECT_EQ(s.bot.exitCode(), 0) << s.bot.Story();

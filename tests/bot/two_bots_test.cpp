@@ -27,13 +27,10 @@ namespace {
 
 // A line as the other side prints it: "you" and "opponent" exchanged, "won" and "lost" too.
 QString Mirrored(QString line) {
-    static const QRegularExpression you("you (-?\\d+), opponent (-?\\d+)");
-    line.replace(you, "you \\2, opponent \\1");
-    static const QRegularExpression game("^Game: you (won|lost) (-?\\d+) to (-?\\d+)\\.$");
-    if (const auto g = game.match(line); g.hasMatch())
-        line = QString("Game: you %1 %2 to %3.")
-                   .arg(g.captured(1) == "won" ? "lost" : "won", g.captured(3), g.captured(2));
-    return line;
+    static const QRegularExpression you("you (-?\\d+), opponent (-?\\d+)"),
+        to("(-?\\d+) to (-?\\d+)");
+    line.replace(you, "you \\2, opponent \\1").replace(to, "\\2 to \\1");
+    return line.replace("won", "w=n").replace("lost", "won").replace("w=n", "lost");
 }
 
 // The server stops after its rounds; a client given no number of rounds plays on until it sees
@@ -66,7 +63,6 @@ struct DroppingRelay {
     void Pump() {
         if (!client && listener.waitForNewConnection(0)) {
             client.reset(listener.nextPendingConnection());
-            client->setParent(nullptr);
             server = std::make_unique<QTcpSocket>();
             server->connectToHost(QHostAddress::LocalHost, serverPort);
             server->waitForConnected(1000);
