@@ -40,10 +40,9 @@ TEST(Duel, RandomPlayersKeepBothProgramsInStepForTwoThousandRounds) {
         int rounds = 0, duels = 0, stuck = 0, games = 0, scoredFrozen = 0;
         for (std::uint64_t seed = 1; rounds < kRounds; ++seed) {
             RandomPolicy server(seed * 2), client(seed * 2 + 1);
-            DuelOptions options;
-            options.serverExtensions = serverKelvane;
-            options.clientExtensions = clientKelvane;
-            const DuelResult result = PlayDuel(seed, server, client, kRoundsPerDuel, options);
+            const DuelResult result =
+                PlayDuel(seed, server, client, kRoundsPerDuel,
+                         {.serverExtensions = serverKelvane, .clientExtensions = clientKelvane});
             ASSERT_EQ(result.failure, "") << "replay with seed " << seed << " " << serverKelvane;
             ASSERT_TRUE(result.stuck || result.rounds >= kRoundsPerDuel) << "seed " << seed;
             ASSERT_FALSE(both && result.stuck) << "seed " << seed << ": " << result.stuckReason;
@@ -71,16 +70,13 @@ void StageLastMeldOut(Duel& duel, Side mover) {
         s.Stack.fill(0);
         s.UpPile.fill(0);
         s.TableMelds.Clear();
-        AddTableMelds(s,
-                      "4S 5S 6S 7S 8S 9S TS JS QS KS | 2D 3D 4D 5D 6D 7D 8D 9D TD JD QD KD |"
-                      "AC 2C 3C 4C 5C 6C 7C 8C 9C TC JC QC KC |"
-                      "AH 2H 3H 4H 5H 6H 7H 8H 9H TH JH QH KH");
         s.MeldCredit.fill(0);
-        for (Int16 c = 0; c < s.TableMelds.ColumnCount(); ++c) {
-            const std::vector<Int16> cards = s.TableMelds.Cards(c);
-            const bool two =
-                std::ranges::any_of(cards, [](Int16 k) { return GetCardValue(k) == 2; });
-            for (Int16 card : cards) s.MeldCredit[card] = CardPoints(card, two) * (moving ? 1 : -1);
+        for (const char* names :
+             {"4S 5S 6S 7S 8S 9S TS JS QS KS", "2D 3D 4D 5D 6D 7D 8D 9D TD JD QD KD",
+              "AC 2C 3C 4C 5C 6C 7C 8C 9C TC JC QC KC", "AH 2H 3H 4H 5H 6H 7H 8H 9H TH JH QH KH"}) {
+            AddTableMelds(s, names);
+            const auto [meld, n] = test::Meld(names);
+            CreditMeld(s, meld, n, moving ? 1 : -1);
         }
         SetHand(s, moving ? "AS 2S 3S" : "AD");
         SetRemoteHand(s, moving ? "AD" : "AS 2S 3S");
@@ -96,13 +92,12 @@ void StageLastMeldOut(Duel& duel, Side mover) {
 // server deals the next; a Kelvane program facing a plain one tells its player, once.
 TEST(Duel, ARoundNobodyCanDrawInEndsBetweenKelvanePrograms) {
     for (Side mover : {Side::kServer, Side::kClient}) {
-        for (const char* plain : {"", "server", "client"}) {
+        for (const std::string plain : {"", "server", "client"}) {
             SCOPED_TRACE(std::string(SideName(mover)) + " melds out, plain: " + plain);
             RandomPolicy server(1), client(2);
-            DuelOptions options;
-            options.serverExtensions = std::string(plain) != "server";
-            options.clientExtensions = std::string(plain) != "client";
-            Duel duel(3, server, client, options);
+            Duel duel(
+                3, server, client,
+                {.serverExtensions = plain != "server", .clientExtensions = plain != "client"});
             duel.Open();
             duel.DeliverAll(Side::kServer);
             duel.DeliverAll(Side::kClient);
@@ -115,26 +110,22 @@ TEST(Duel, ARoundNobodyCanDrawInEndsBetweenKelvanePrograms) {
             }
             const DuelResult result = duel.Result();
             ASSERT_EQ(result.failure, "");
-            if (*plain != '\0') {
+            if (!plain.empty()) {
                 EXPECT_TRUE(result.stuck);
                 // The Kelvane program is the one that told its player.
-                EXPECT_EQ(result.stuckReason.rfind(
-                              std::string(plain) == "server" ? "client" : "server", 0),
-                          0u);
+                EXPECT_TRUE(
+                    result.stuckReason.starts_with(plain == "server" ? "client" : "server"));
                 EXPECT_EQ(result.rounds, 0);
                 continue;
             }
             EXPECT_FALSE(result.stuck) << result.stuckReason;
             ASSERT_EQ(result.rounds, 1);
             EXPECT_EQ(result.roundsNobodyCouldDraw, 1);
-            const long long moverPoints =
-                mover == Side::kServer ? result.serverPoints : result.clientPoints;
-            const long long otherPoints =
-                mover == Side::kServer ? result.clientPoints : result.serverPoints;
-            EXPECT_EQ(otherPoints, -15);
             // Spades 4 to K 70, diamonds 2 to K 80, clubs and hearts with the ace low 85 each,
-            // and the last meld 15.
-            EXPECT_EQ(moverPoints, 70 + 80 + 85 + 85 + 15);
+            // and the last meld 15, against the other's ace in hand.
+            const bool byServer = mover == Side::kServer;
+            EXPECT_EQ(byServer ? result.serverPoints : result.clientPoints, 70 + 80 + 85 + 85 + 15);
+            EXPECT_EQ(byServer ? result.clientPoints : result.serverPoints, -15);
             EXPECT_EQ(clientSide.GamesPlayed, 2) << "dealt again";
         }
     }
@@ -201,9 +192,8 @@ TEST(Duel, DigestsCatchProgramsThatHaveComeApart) {
     for (const bool atResume : {true, false}) {
         SCOPED_TRACE(atResume ? "at the resume" : "at the round's end");
         RandomPolicy server(1), client(2);
-        DuelOptions options;
-        options.checkStates = false;  // the harness's own comparison would see it first
-        Duel duel(5, server, client, options);
+        // Without the harness's own comparison, which would see it first.
+        Duel duel(5, server, client, {.checkStates = false});
         Establish(duel);
         TablePeer::State(duel.table(Side::kServer)).LocalScore += 5;
         if (atResume) duel.Cut(0, 0);
@@ -219,9 +209,7 @@ TEST(Duel, DigestsCatchProgramsThatHaveComeApart) {
 TEST(Duel, KeptMessagesStayWithinARound) {
     for (const bool clientKelvane : {true, false}) {
         RandomPolicy server(3), client(4);
-        DuelOptions options;
-        options.clientExtensions = clientKelvane;
-        Duel duel(6, server, client, options);
+        Duel duel(6, server, client, {.clientExtensions = clientKelvane});
         std::size_t most = 0;
         duel.Open();
         while (duel.Result().rounds < 20 && duel.Step())
