@@ -11,6 +11,7 @@
 #include "engine/table.h"
 #include "engine/table_peer.h"
 #include "game/card_text.h"
+#include "headless/headless_ports.h"
 #include "ui/texts.h"
 
 namespace kelvane {
@@ -41,42 +42,33 @@ class FakeErrorPrompt : public ErrorPrompt {
     }
 };
 
-// Writes every view call into one log, in order, so a test can check what the player saw.
-class RecordingScreen : public Screen {
+// Writes the view calls the tests look at into one log, in order, so a test can check what the
+// player saw.
+class RecordingScreen : public HeadlessScreen {
   public:
     std::vector<std::string> log;
     int chatLines = 0;
     ScoreBoardTexts scoreBoard;
     const GameState* state = nullptr;  // what the scoreboard reads
     void RefreshHands(char which) override { Log("RefreshHands", std::string(1, which)); }
-    void RefreshUpPile() override { Log("RefreshUpPile"); }
     void MarkUpPileSlot(Int16 i, bool on) override { Log("MarkUpPileSlot", i, on); }
     void ShowStack(Int16 picture) override { Log("ShowStack", picture); }
     void ShowCardsLeft() override { Log("ShowCardsLeft"); }
-    void CreateMeldColumn(Int16 c) override { Log("CreateMeldColumn", c); }
-    void ShowMeldColumn(Int16 c) override { Log("ShowMeldColumn", c); }
-    void ClearTable() override { Log("ClearTable"); }
     void RefreshScoreBoard() override {
         scoreBoard = ScoreBoardText(*state);
         Log("RefreshScoreBoard");
     }
-    void ShowSelection(Int16 i, bool on) override { Log("ShowSelection", i, on); }
     void ShowRoundResult(const RoundResult& r) override { Log("ShowResult", RoundText(r)); }
-    void ShowGameResult(GameOutcome outcome) override { Log("ShowResult", GameText(outcome)); }
     void ShowListening(const std::string& address) override {
         Log("SetStatus", ListeningText(address));
     }
     void EnableSessionMenus(bool on) override { Log(on ? "EnableMenus" : "DisableMenus"); }
-    void ShowWarnMeldChecked(bool on) override { Log("WarnMeld", on); }
     void ShowConnectionLost(bool reconnecting) override { Log("ConnectionLost", reconnecting); }
     void ShowConnectionBack() override { Log("ConnectionBack"); }
-    void ShowPeerProgram(const std::string& program) override { Log("PeerProgram", program); }
     void ChatLineAdded(const Transcript&, Speaker) override {
         ++chatLines;
         Log("ChatLineAdded");
     }
-    void ClearChatInput() override { Log("ClearChatInput"); }
-    void CloseWindow() override { Log("CloseWindow"); }
 
   private:
     static std::string Text(const std::string& s) { return s; }
@@ -147,10 +139,6 @@ class MemorySocket : public Socket {
         states[i] = kSocketClosed;
     }
 };
-
-}  // namespace kelvane::test
-
-namespace kelvane::test {
 
 // One engine with recording ports, not connected until a test says so.
 struct TableUnderTest {
