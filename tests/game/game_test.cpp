@@ -255,24 +255,29 @@ TEST(Shuffle, EverySeedGivesAReplayablePermutationAndEveryCardTopsEvenly) {
     for (int c = 1; c <= 52; ++c) EXPECT_NEAR(onTop[c], 400, 120) << "card " << c;
 }
 
+// Nobody can draw once the stock and the up pile are both empty, before the mover has drawn.
 TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
     struct Case {
-        int local, remote, stack;
-        bool localFloats, remoteFloats, ended;
+        int local, remote, stack, up;
+        bool localFloats, remoteFloats, ended, nobodyCanDraw;
     };
-    for (Case c : {Case{3, 4, 10, false, false, false},
-                   {0, 4, 10, false, false, true},
-                   {0, 4, 10, true, false, false},
-                   {3, 0, 10, false, false, true},
-                   {3, 0, 10, false, true, false},
-                   {0, 4, 0, true, false, true}}) {
+    for (Case c : {Case{3, 4, 10, 2, false, false, false, false},
+                   {0, 4, 10, 2, false, false, true, false},
+                   {0, 4, 10, 2, true, false, false, false},
+                   {3, 0, 10, 2, false, false, true, false},
+                   {3, 0, 10, 2, false, true, false, false},
+                   {0, 4, 0, 2, true, false, true, false},
+                   {0, 4, 0, 0, true, false, true, true}}) {
         GameState s;
         s.LocalCount = c.local;
         s.RemoteCount = c.remote;
         s.StackCount = c.stack;
+        s.UpCount = c.up;
         s.LocalFloating = c.localFloats;
         s.RemoteFloating = c.remoteFloats;
+        s.RoundInPlay = true;
         EXPECT_EQ(RoundHasEnded(s), c.ended) << c.local << c.remote << c.stack << c.localFloats;
+        EXPECT_EQ(NobodyCanDraw(s), c.nobodyCanDraw) << c.stack << " " << c.up;
     }
 }
 
