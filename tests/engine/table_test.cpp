@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <functional>
 #include <random>
 #include <string>
@@ -11,7 +10,6 @@
 #include "engine/credential.h"
 #include "fakes.h"
 #include "game/invariants.h"
-#include "game/meld_search.h"
 #include "game/state_digest.h"
 #include "wire/wire.h"
 
@@ -19,7 +17,6 @@ namespace kelvane {
 namespace {
 
 using test::Card;
-using test::Meld;
 
 auto Snapshot(const GameState& s) {
     return std::tuple(s.LocalHand, s.LocalCount, s.RemoteHand, s.RemoteCount, s.UpPile, s.UpCount,
@@ -95,11 +92,11 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
          "Confirm Discard", kYesNo},
     };
     const std::function<void(Turn&, const Case&)> gestures[] = {
-        [](Turn& t, const Case&) { t.table.imgStack_Click(); },
-        [](Turn& t, const Case& c) { t.table.imgUpPile_Click(c.stage == kToDraw ? 2 : 4); },
-        [](Turn& t, const Case&) { t.table.frTable_Click(); },
-        [](Turn& t, const Case&) { t.table.imgMeld_Click(3); },
-        [](Turn& t, const Case& c) {
+        [](auto& t, auto&) { t.table.imgStack_Click(); },
+        [](auto& t, auto& c) { t.table.imgUpPile_Click(c.stage == kToDraw ? 2 : 4); },
+        [](auto& t, auto&) { t.table.frTable_Click(); },
+        [](auto& t, auto&) { t.table.imgMeld_Click(3); },
+        [](auto& t, auto& c) {
             t.table.imgLocal_MouseDown(t.Position(Card(c.cards)), kMouseRight);
         },
     };
@@ -183,7 +180,7 @@ struct Opponent : test::TableUnderTest {
 };
 
 // What the player sees of the opponent's moves; the duels hold both programs' states together.
-TEST(OpponentMoves, TakesMeldsAndDrawsShowWhatHeTookAndScored) {
+TEST(OpponentMoves, TakesAndMeldsShowWhatHeTookAndScored) {
     Opponent o("AH 2H 3H 4H 9C");
     o.Arrive("(M:U:02)");
     EXPECT_EQ(o.Theirs(), "AH 2H 3H 4H 9C JS 8C 7C");
@@ -357,21 +354,16 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     t.table.tcpTalker_ConnectionRequest(0, 99);
     EXPECT_EQ(t.socket.calls.back(), "Refuse 0");
     ASSERT_EQ(t.socket.sent.size(), 2u);
-    EXPECT_TRUE(t.socket.sent[0].starts_with("(K:HELLO:2:-:0:0:") &&
-                t.socket.sent[0].ends_with(":Kelvane " KELVANE_VERSION ")"))
-        << t.socket.sent[0];
-    EXPECT_EQ(t.socket.sent[1], Frame(DealMessage(t.s.Stack)));
+    const auto read = [](const std::string& f) { return ReadMessage(f.substr(1, f.size() - 2)); };
+    // Version, game, messages applied and sent, key, program.
+    const auto hello = [](const Hello& h) { return "(" + HelloMessage(h) + ")"; };
+    const std::string serverKey = read(t.socket.sent[0]).hello.key;
+    const std::string deal = DealMessage(t.s.Stack), clientKey(kKeyDigits, 'c');
+    EXPECT_EQ(t.socket.sent[0], hello({2, {}, 0, 0, serverKey, "Kelvane " KELVANE_VERSION}));
+    EXPECT_EQ(t.socket.sent[1], Frame(deal));
     EXPECT_EQ(CheckInvariants(t.s), "");
     EXPECT_TRUE(t.errors.shown.empty());
-    const std::string deal = t.socket.sent.at(1).substr(1, t.socket.sent[1].size() - 2);
-    const std::string serverKey = ReadMessage(t.socket.sent[0].substr(1)).hello.key;
-    const std::string clientKey(kKeyDigits, 'c');
-    const std::string game = [&] {
-        char text[17];
-        std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(Fnv1a(deal)));
-        return std::string(text);
-    }();
-    t.socket.waiting[1] = "(K:HELLO:2:-:0:0:" + clientKey + ":the client)";
+    t.socket.waiting[1] = hello({2, {}, 0, 0, clientKey, "the client"});
     t.table.tcpTalker_DataArrival(1);
     ASSERT_TRUE(t.table.KelvaneOpponent());
     t.socket.states[1] = kSocketClosed;
@@ -386,34 +378,31 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
         t.table.tcpTalker_ConnectionRequest(0, request++);
         EXPECT_EQ(t.socket.calls.back(), "Accept 1");
         ASSERT_EQ(t.socket.sent.size(), 1u);
-        const Received r = ReadMessage(t.socket.sent[0].substr(1, t.socket.sent[0].size() - 2));
+        const Received r = read(t.socket.sent[0]);
         ASSERT_EQ(r.kind, MessageKind::kChallenge) << "a caller hears nothing but the challenge";
         EXPECT_NE(r.nonce, challenge) << "every caller gets a fresh challenge";
         challenge = r.nonce;
     };
-    const auto proof = [&](const std::string& nonce, long applied, long sent) {
-        return "(" +
-               ProofMessage({applied, sent, ProofMac(serverKey, clientKey, nonce, applied, sent)}) +
-               ")";
+    const auto proof = [&](const std::string& nonce, const std::string& key = "") {
+        const std::string mac = ProofMac(serverKey, key.empty() ? clientKey : key, nonce, 1, 0);
+        return "(" + ProofMessage({1, 0, mac}) + ")";
     };
-    const std::string first = [&] {
-        call();
-        return challenge;
-    }();
+    call();
+    const std::string first = challenge;
     // Each caller's words, given the challenge he heard.
     const std::function<std::string(const std::string&)> callers[] = {
-        [&](auto&) { return "(K:HELLO:2:" + game + ":1:0:-:a stranger who saw the deal)"; },
-        [&](auto&) { return "(K:PROOF:1:0:" + std::string(kProofDigits, 'f') + ")"; },
-        [&](auto&) { return proof(first, 1, 0); },  // heard once, replayed
-        [&](auto& nonce) {                          // made without the client's half of the secret
-            return "(" +
-                   ProofMessage(
-                       {1, 0, ProofMac(serverKey, std::string(kKeyDigits, '0'), nonce, 1, 0)}) +
-                   ")";
+        [&](auto&) {
+            return hello({2, Fnv1a(deal), 1, 0, "", "a stranger who saw the deal"});
         },
+        [&](auto&) { return "(K:PROOF:1:0:" + std::string(kProofDigits, 'f') + ")"; },
+        [&](auto&) { return proof(first); },  // heard once, replayed
+        // Made without the client's half of the secret.
+        [&](auto& nonce) { return proof(nonce, std::string(kKeyDigits, '0')); },
         [&](auto&) { return std::string("(M:N:01)"); },
         [&](auto&) { return "(" + std::string(kFrameLimit + 10, 'x'); },
-        [&](auto&) { return "(K:HELLO:2:-:0:0:" + clientKey + ":a new player)"; },  // No below
+        [&](auto&) {
+            return hello({2, {}, 0, 0, clientKey, "a new player"});
+        },  // No below
     };
     t.prompts.answers = {false};
     for (const auto& caller : callers) {
@@ -434,26 +423,26 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     const std::vector<std::string> lastCalls(t.socket.calls.end() - 3, t.socket.calls.end());
     EXPECT_EQ(lastCalls, (std::vector<std::string>{"Accept 1", "Close 1", "Accept 1"}));
     t.socket.sent.clear();
-    t.socket.waiting[1] = proof(challenge, 1, 0);
+    t.socket.waiting[1] = proof(challenge);
     t.table.tcpTalker_DataArrival(1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     EXPECT_EQ(t.screen.log.back(), "ConnectionBack");
     ASSERT_EQ(t.socket.sent.size(), 2u) << "the client had the deal: the digest follows";
-    EXPECT_EQ(t.socket.sent[0], "(K:HELLO:2:" + game + ":0:1:-:Kelvane " KELVANE_VERSION ")");
+    EXPECT_EQ(t.socket.sent[0], hello({2, Fnv1a(deal), 0, 1, "", "Kelvane " KELVANE_VERSION}));
     EXPECT_EQ(t.socket.sent[1].substr(0, 11), "(K:SYNC:0:1");
 
     // Lost again, the player gives the game up for a new player's: a new game is dealt to him.
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
     call();
-    t.socket.waiting[1] = "(K:HELLO:2:-:0:0:" + clientKey + ":a new player)";
+    t.socket.waiting[1] = hello({2, {}, 0, 0, clientKey, "a new player"});
     t.table.tcpTalker_DataArrival(1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     ASSERT_EQ(t.socket.sent.size(), 3u);
-    EXPECT_TRUE(t.socket.sent[1].starts_with("(K:HELLO:2:-:0:0:"));
-    EXPECT_EQ(t.socket.sent[1].find(serverKey), std::string::npos) << "a new game, a new secret";
-    EXPECT_EQ(ReadMessage(t.socket.sent[2].substr(1, t.socket.sent[2].size() - 2)).kind,
-              MessageKind::kDeal);
+    const Hello dealer = read(t.socket.sent[1]).hello;
+    EXPECT_TRUE(!dealer.game && dealer.sent == 0 && !dealer.key.empty()) << t.socket.sent[1];
+    EXPECT_NE(dealer.key, serverKey) << "a new game, a new secret";
+    EXPECT_EQ(read(t.socket.sent[2]).kind, MessageKind::kDeal);
     EXPECT_EQ(t.s.LocalCount, 7);
     EXPECT_EQ(t.s.RemoteScore, 0);
 }
