@@ -22,7 +22,15 @@ inline std::ostream& operator<<(std::ostream& out, const BoxText& box) {
 
 namespace kelvane::test {
 
-// Answers failure reports from a script (Yes when it runs out), recording what was shown.
+// The next of a script's answers, Yes when it has run out.
+inline bool NextAnswer(std::deque<bool>& answers) {
+    if (answers.empty()) return true;
+    const bool yes = answers.front();
+    answers.pop_front();
+    return yes;
+}
+
+// Answers failure reports from a script, recording what was shown.
 class FakeErrorPrompt : public ErrorPrompt {
   public:
     std::deque<bool> answers;
@@ -31,10 +39,7 @@ class FakeErrorPrompt : public ErrorPrompt {
     void SetClipboardText(const std::string& text) override { clipboard.push_back(text); }
     bool AskToContinue(const std::string& text) override {
         shown.push_back(text);
-        if (answers.empty()) return true;
-        const bool yes = answers.front();
-        answers.pop_front();
-        return yes;
+        return NextAnswer(answers);
     }
     void EndProgram() override {
         ended = true;
@@ -81,12 +86,11 @@ class RecordingScreen : public HeadlessScreen {
     }
 };
 
-// Answers questions from a script (Yes when it runs out), recording each box as the window
-// words it; duringBox runs while the next box is up.
+// Answers questions from a script, recording each box as the window words it; duringBox runs
+// while the next box is up.
 class ScriptedPrompts : public Prompts {
   public:
-    using Box = BoxText;
-    std::vector<Box> boxes;
+    std::vector<BoxText> boxes;
     std::deque<bool> answers;
     std::string inputAnswer = "127.0.0.1";
     std::vector<int> pauses;
@@ -94,16 +98,13 @@ class ScriptedPrompts : public Prompts {
     void Tell(const Notice& notice) override { Show(NoticeBox(notice)); }
     bool Ask(const Question& question) override {
         Show(QuestionBox(question));
-        if (answers.empty()) return true;
-        const bool yes = answers.front();
-        answers.pop_front();
-        return yes;
+        return NextAnswer(answers);
     }
     std::string AskHost() override { return inputAnswer; }
     void Pause(int ms) override { pauses.push_back(ms); }
 
   private:
-    void Show(const Box& box) {
+    void Show(const BoxText& box) {
         if (duringBox) std::exchange(duringBox, nullptr)();
         boxes.push_back(box);
     }

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "game/card_text.h"
@@ -27,14 +26,12 @@ TEST(WireMessages, FramesAndTheDealAreByteExact) {
         {Frame(LayOffMessage(12, run)), "(M:M:12:05,06,07,)"},
     };
     for (const auto& [sent, expected] : cases) EXPECT_EQ(sent, expected);
-    // The deal carries the stock bottom first and reads back; so does every message sent.
+    // The deal carries the stock bottom first and reads back; the other kinds are read back among
+    // the readable messages below.
     const CardArray stock = ShuffleOrder(SeededRandom(7));
     const std::string deal = DealMessage(stock);
     EXPECT_EQ(Frame(deal).size(), 160u);
     EXPECT_TRUE(ReadMessage(deal).stack == stock);
-    for (const auto& [sent, expected] : cases)
-        EXPECT_TRUE(ReadMessage(std::string_view(sent).substr(1, sent.size() - 2)).readable)
-            << sent;
 }
 
 // The data-arrival handler: accept each arrival, then cut every complete frame out of it; a
