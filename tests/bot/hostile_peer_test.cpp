@@ -138,22 +138,16 @@ TEST(HostilePeer, TheBotServingRefusesWhatTheClientCouldNotHaveSent) {
     const Case cases[] = {
         {"a discard before drawing", [&](auto& g) { return "(M:D:" + Two(mine(g)) + ")"; },
          "before drawing"},
-        {"a discard of xx", [](auto&) { return "(M:D:xx)"; }, kUnreadable},
-        {"a discard of 00", [](auto&) { return "(M:D:00)"; }, kUnreadable},
         {"a discard of 53", [](auto&) { return "(M:D:53)"; }, kUnreadable},
-        {"a discard of 99", [](auto&) { return "(M:D:99)"; }, kUnreadable},
-        {"a discard of -1", [](auto&) { return "(M:D:-1)"; }, kUnreadable},
         {"a draw naming a card below the top",
          [](auto& g) { return "(M:N:" + Two(g.Stack[0]) + ")"; }, "not the top card"},
         {"a draw of 53", [](auto&) { return "(M:N:53)"; }, kUnreadable},
         {"a take from position 99", [](auto&) { return "(M:U:99)"; }, "holds no card"},
-        {"a take from -1", [](auto&) { return "(M:U:-1)"; }, kUnreadable},
         {"a meld before drawing",
          [&](auto& g) {
              return "(M:M:N:" + CardList({mine(g), g.LocalHand[1], g.LocalHand[2]}) + ")";
          },
          "before drawing"},
-        {"a meld of 53", [](auto&) { return "(M:M:N:53,)"; }, kUnreadable},
         {"a meld of the bot's cards",
          [&](auto& g) {
              return drawn(g) + "(M:M:N:" + CardList({theirs(g), g.RemoteHand[1], g.RemoteHand[2]}) +
@@ -220,10 +214,7 @@ TEST(HostilePeer, TheBotConnectingRefusesWhatTheServerCouldNotHaveSent) {
         {"(s:)", kUnreadable},
         {"(s:" + stock.substr(3) + ")", kUnreadable},
         {"(s:" + stock + "01,)", kUnreadable},
-        {"(s:99," + stock.substr(3) + ")", kUnreadable},
-        {"(s:-1," + stock.substr(3) + ")", kUnreadable},
         {"(s:xx," + stock.substr(3) + ")", kUnreadable},
-        {"(s:" + stock.substr(0, 60) + ")", kUnreadable},
         {"(s:" +
              [] {
                  std::string s;
