@@ -40,7 +40,7 @@ check kelvane-arena-level2 "$bench/kelvane-arena" --level 2 --against 1 --rounds
 check startup.sh bash "$here/startup.sh" "$build" 1
 check kelvane_flood_window "$bench/kelvane_flood_window" 1
 check flood_memory.py python3 "$here/flood_memory.py" "$build/bot/kelvane-bot" 1
-check kelvane_screenshots "$bench/kelvane_screenshots" "$scratch"
+check kelvane_screenshots "$bench/kelvane_screenshots" "$scratch" "" 0
 # The router lab needs root and its tools, as its test does; CI has both. Exit 77 is its skip.
 if [ "$(id -u)" -eq 0 ]; then
     check kelvane_router_bench bash "$here/router_lab.sh" "$bench/kelvane_router_bench" \

@@ -2,7 +2,9 @@
 // menu, with a simple player who draws from the stack, selects two cards and discards through the
 // mouse, as a person would. Run it on a display (Xvfb) with the screen's whole picture taken, as a
 // screenshot tool would:
-//   DISPLAY=:7 build/release/bench/kelvane_screenshots docs [prefix]
+//   DISPLAY=:7 build/release/bench/kelvane_screenshots docs [prefix [delay]]
+// (delay: the computer's pause before each move in milliseconds, 300 unless given; a check that
+// the program still runs gives 0).
 // It writes <prefix>welcome.png (the first screen), <prefix>round.png (a round in progress, the
 // opponent's last move marked), <prefix>selection.png (two cards selected after the draw),
 // <prefix>keyboard.png (the keyboard's frame on a hand card), <prefix>results.png (the results
@@ -72,10 +74,11 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QDir out(argc > 1 ? argv[1] : ".");
     const QString prefix = argc > 2 ? argv[2] : "";
+    const QString delay = argc > 3 ? argv[3] : "300";
     Deck deck;
     QtSocket socket;
     Player window(socket, deck);
-    window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", "300"});
+    window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", delay});
     window.show();
     // The newcomer's first screen: the welcome on the empty table.
     Settle(800);

@@ -25,13 +25,9 @@ namespace {
 
 constexpr int kWaitMs = 5000;
 
-std::string Two(Int16 n) {
-    return nformat(n);
-}
-
 std::string CardList(const std::vector<Int16>& cards) {
     std::string list;
-    for (Int16 c : cards) list += Two(c) + ",";
+    for (Int16 c : cards) list += nformat(c) + ",";
     return list;
 }
 
@@ -65,13 +61,9 @@ struct Session {
         peer->write(bytes.data(), static_cast<qint64>(bytes.size()));
         peer->flush();
     }
-    int Frames(std::string_view prefix) const {
-        int n = 0;
-        for (std::size_t at = received.find(std::string("(") + std::string(prefix));
-             at != std::string::npos;
-             at = received.find(std::string("(") + std::string(prefix), at + 1))
-            ++n;
-        return n;
+    // Whether the bot has sent a frame beginning with `prefix`.
+    bool Sent(const std::string& prefix) const {
+        return received.find("(" + prefix) != std::string::npos;
     }
 
     // The bot serves and deals; the test connects, reads the deal and holds the client's seat,
@@ -109,7 +101,7 @@ struct Session {
     // The next card of the stack, and a valid turn: that draw and the discard of our first card.
     Int16 Top() const { return game.Stack[game.StackCount - 1]; }
     std::string Turn() const {
-        return "(M:N:" + Two(Top()) + ")(M:D:" + Two(game.LocalHand[0]) + ")";
+        return "(M:N:" + nformat(Top()) + ")(M:D:" + nformat(game.LocalHand[0]) + ")";
     }
     // The bot left with status 1, telling why in the sentence the window shows.
     void ExpectRefused(const std::string& why) {
@@ -134,26 +126,20 @@ TEST(HostilePeer, TheBotServingRefusesWhatTheClientCouldNotHaveSent) {
     const auto mine = [](const GameState& g) { return g.LocalHand[0]; };
     const auto theirs = [](const GameState& g) { return g.RemoteHand[0]; };
     const auto top = [](const GameState& g) { return g.Stack[g.StackCount - 1]; };
-    const auto drawn = [top](const GameState& g) { return "(M:N:" + Two(top(g)) + ")"; };
+    const auto drawn = [top](const GameState& g) { return "(M:N:" + nformat(top(g)) + ")"; };
     const Case cases[] = {
-        {"a discard before drawing", [&](auto& g) { return "(M:D:" + Two(mine(g)) + ")"; },
+        {"a discard before drawing", [&](auto& g) { return "(M:D:" + nformat(mine(g)) + ")"; },
          "before drawing"},
-        {"a discard of xx", [](auto&) { return "(M:D:xx)"; }, kUnreadable},
-        {"a discard of 00", [](auto&) { return "(M:D:00)"; }, kUnreadable},
         {"a discard of 53", [](auto&) { return "(M:D:53)"; }, kUnreadable},
-        {"a discard of 99", [](auto&) { return "(M:D:99)"; }, kUnreadable},
-        {"a discard of -1", [](auto&) { return "(M:D:-1)"; }, kUnreadable},
         {"a draw naming a card below the top",
-         [](auto& g) { return "(M:N:" + Two(g.Stack[0]) + ")"; }, "not the top card"},
+         [](auto& g) { return "(M:N:" + nformat(g.Stack[0]) + ")"; }, "not the top card"},
         {"a draw of 53", [](auto&) { return "(M:N:53)"; }, kUnreadable},
         {"a take from position 99", [](auto&) { return "(M:U:99)"; }, "holds no card"},
-        {"a take from -1", [](auto&) { return "(M:U:-1)"; }, kUnreadable},
         {"a meld before drawing",
          [&](auto& g) {
              return "(M:M:N:" + CardList({mine(g), g.LocalHand[1], g.LocalHand[2]}) + ")";
          },
          "before drawing"},
-        {"a meld of 53", [](auto&) { return "(M:M:N:53,)"; }, kUnreadable},
         {"a meld of the bot's cards",
          [&](auto& g) {
              return drawn(g) + "(M:M:N:" + CardList({theirs(g), g.RemoteHand[1], g.RemoteHand[2]}) +
@@ -170,7 +156,7 @@ TEST(HostilePeer, TheBotServingRefusesWhatTheClientCouldNotHaveSent) {
          "onto a column the table does not have"},
         {"a second draw", [&](auto& g) { return drawn(g) + "(M:U:00)"; }, "after it had drawn"},
         {"a discard of the bot's card",
-         [&](auto& g) { return drawn(g) + "(M:D:" + Two(theirs(g)) + ")"; },
+         [&](auto& g) { return drawn(g) + "(M:D:" + nformat(theirs(g)) + ")"; },
          "which it does not hold"},
         {"a deal from the client",
          [](auto&) { return "(" + DealMessage(ShuffleOrder(SeededRandom(4))) + ")"; },
@@ -206,7 +192,7 @@ TEST(HostilePeer, TheBotServingRefusesWhatTheClientCouldNotHaveSent) {
         }
         // The game goes on: a whole turn of ours, and the bot answers with its own.
         s.Send(s.Turn());
-        EXPECT_TRUE(s.Until([&] { return s.Frames("M:") > 0; })) << s.bot.Story();
+        EXPECT_TRUE(s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
         EXPECT_TRUE(s.bot.running()) << s.bot.Story();
     }
 }
@@ -220,10 +206,7 @@ TEST(HostilePeer, TheBotConnectingRefusesWhatTheServerCouldNotHaveSent) {
         {"(s:)", kUnreadable},
         {"(s:" + stock.substr(3) + ")", kUnreadable},
         {"(s:" + stock + "01,)", kUnreadable},
-        {"(s:99," + stock.substr(3) + ")", kUnreadable},
-        {"(s:-1," + stock.substr(3) + ")", kUnreadable},
         {"(s:xx," + stock.substr(3) + ")", kUnreadable},
-        {"(s:" + stock.substr(0, 60) + ")", kUnreadable},
         {"(s:" +
              [] {
                  std::string s;
@@ -264,11 +247,11 @@ TEST(HostilePeer, KnockingStrangersChangeNothingAndAVanishingPeerIsTheOpponentLe
             EXPECT_TRUE(stranger->state() == QAbstractSocket::UnconnectedState ||
                         stranger->waitForDisconnected(kWaitMs));
         s.Send(s.Turn());
-        EXPECT_TRUE(s.Until([&] { return s.Frames("M:") > 0; })) << s.bot.Story();
+        EXPECT_TRUE(s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
     }
     const std::function<void(Session&)> stages[] = {
         [](Session&) {},
-        [](Session& s) { s.Send("(M:N:" + Two(s.Top()) + ")"); },
+        [](Session& s) { s.Send("(M:N:" + nformat(s.Top()) + ")"); },
         [](Session& s) { s.Send(s.Turn()); },
     };
     for (const auto& stage : stages) {
@@ -293,7 +276,7 @@ TEST(HostilePeer, WhileTheBotWaitsForItsClientNobodyElseLearnsOrTakesTheGame) {
     const Received hello = ReadMessage(s.received.substr(1, s.received.find(')') - 1));
     ASSERT_EQ(hello.hello.key.size(), kKeyDigits) << s.received;
     s.Send("(K:HELLO:2:-:0:0:" + ourKey + ":the test)" + s.Turn());
-    ASSERT_TRUE(s.Until([&] { return s.Frames("M:D:") > 0; })) << s.bot.Story();
+    ASSERT_TRUE(s.Until([&] { return s.Sent("M:D:"); })) << s.bot.Story();
     s.peer->abort();
     ASSERT_TRUE(s.Until([&] { return s.bot.err().contains("the connection was lost"); }));
     static const QRegularExpression listening("on port (\\d+)");

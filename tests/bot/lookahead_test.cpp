@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bot/bot_policy.h"
 #include "bot/search.h"
 #include "engine/table.h"
 #include "sim/duel.h"
@@ -19,47 +20,72 @@ namespace {
 
 constexpr LookaheadBudget kRepeatable{24, 0};
 
-std::string Decision(const GameState& s, std::uint64_t seed, const LookaheadSearch& search) {
+// What a level would do next in words, with what the first level judges its plan worth.
+std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
+    const LookaheadSearch search = level == 3 ? kLevel3Search : LookaheadSearch{};
     if (!s.HasDrawn) {
-        const std::optional<Draw> d = ChooseDrawAhead(s, kRepeatable, seed, search);
+        const std::optional<Draw> d =
+            level == 1 ? ChooseDraw(s) : ChooseDrawAhead(s, kRepeatable, seed, search);
         return !d             ? "no draw"
                : d->fromStack ? "stack"
                               : "up " + std::to_string(d->position.value());
     }
-    const std::optional<TurnPlan> plan = PlanTurnAhead(s, kRepeatable, seed, search);
+    const std::optional<TurnPlan> plan =
+        level == 1 ? PlanTurn(s) : PlanTurnAhead(s, kRepeatable, seed, search);
     if (!plan) return "stuck";
     std::string text;
     for (const MeldMove& m : plan->melds) {
         for (Int16 card : m.cards) text += std::to_string(card.value()) + " ";
         text += "on " + std::to_string(m.column) + "; ";
     }
-    return text + "discard " + std::to_string(plan->discard.value());
+    text += "discard " + std::to_string(plan->discard.value());
+    return level == 1 ? text + " for " + std::to_string(plan->value) : text;
 }
 
-// Levels 2 and 3 play the first level through the engine's handlers without one refused gesture
-// (the duel fails on any), and what their seat cannot see never changes a decision for a given
-// seed, while the seed does change some: the play-outs matter.
-TEST(Lookahead, PlaysThroughTheEngineAndDecidesFromItsSeatAlone) {
-    for (const auto& [level, search] : {std::pair{2, LookaheadSearch{}}, {3, kLevel3Search}}) {
+// Every level plays through the engine's handlers without one refused gesture (the duel fails on
+// any), and what its seat cannot see never changes a decision, while the seed of levels 2 and 3
+// does change some: their play-outs matter. The first level takes a card from below the top of
+// the up pile, paying with every card above it, only to meld it this turn.
+TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
+    for (const int level : {1, 2, 3}) {
         SCOPED_TRACE("level " + std::to_string(level));
         std::vector<GameState> states;
-        for (std::uint64_t seed : {3u, 4u}) {
-            test::Watched<LookaheadPolicy> player(states, kRepeatable, seed, search);
-            BotPolicy level1;
-            const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, player, level1, 6)
-                                               : sim::PlayDuel(seed, level1, player, 6);
+        for (const std::uint64_t seed : {3u, 4u, 5u}) {
+            BotPolicy other;
+            test::Watched<BotPolicy> first(states), second(states);
+            test::Watched<LookaheadPolicy> ahead(states, kRepeatable, seed,
+                                                 level == 3 ? kLevel3Search : LookaheadSearch{});
+            Policy& player = level == 1 ? static_cast<Policy&>(first) : ahead;
+            Policy& opponent = level == 1 ? static_cast<Policy&>(second) : other;
+            const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, player, opponent, 6)
+                                               : sim::PlayDuel(seed, opponent, player, 6);
             EXPECT_EQ(r.failure, "") << "seed " << seed;
         }
         ASSERT_GT(states.size(), 100u);
         std::mt19937_64 random(17);
-        int changedBySeed = 0;
-        for (std::size_t i = 0; i < states.size(); i += 3) {
+        int changedBySeed = 0, deepTakes = 0;
+        for (std::size_t i = 0; i < states.size(); i += 2) {
             const GameState& s = states[i];
-            const std::string decision = Decision(s, 5, search);
-            ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), 5, search)) << "state " << i;
-            changedBySeed += decision != Decision(s, 6, search);
+            const std::string decision = Decision(s, level);
+            ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), level)) << "state " << i;
+            if (level > 1) {
+                changedBySeed += decision != Decision(s, level, 6);
+                continue;
+            }
+            const GameState seen = SeatView(s);
+            const std::optional<Draw> d = seen.HasDrawn ? std::nullopt : ChooseDraw(seen);
+            if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;
+            ++deepTakes;
+            GameState after = seen;
+            TakeFromUpPile(after, Seat::kLocal, d->position);
+            const std::optional<TurnPlan> plan = PlanTurn(after);
+            ASSERT_TRUE(plan);
+            EXPECT_TRUE(
+                std::any_of(plan->melds.begin(), plan->melds.end(),
+                            [&](const auto& m) { return m.Contains(seen.UpPile[d->position]); }))
+                << "took from " << d->position.value() << " and does not meld it";
         }
-        EXPECT_GT(changedBySeed, 0);
+        EXPECT_GT(level == 1 ? deepTakes : changedBySeed, 0);
     }
 }
 

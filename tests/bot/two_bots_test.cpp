@@ -237,24 +237,16 @@ TEST(TwoBots, AKelvaneBotFacingAPlainOneLeavesWhenNobodyCanDraw) {
         EXPECT_FALSE(bot->err().contains("playing ")) << "nobody announced both ways";
 }
 
-// A game over IPv6 loopback, the client naming the server's address and port in brackets.
-TEST(TwoBots, PlayOverIPv6) {
-    const Pairing pairing{3, 4, false, 1, false, 5, true};
-    test::Program server("the server", "Round 5: "), client("the client", "Your opponent left.");
-    const std::string stopped = PlayTwoBots(pairing, server, client);
-    ASSERT_TRUE(stopped.empty()) << stopped;
-    EXPECT_EQ(client.exitCode(), 0) << client.Story();
-    EXPECT_EQ(client.out().count("Round "), 5) << client.Story();
-}
-
 // The seeds are ones whose 200 rounds never leave a bot with nothing it may draw.
 INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
-                         ::testing::Values(Pairing{1, 101, true, 1}, Pairing{7, 2, false, 2}),
+                         ::testing::Values(Pairing{1, 101, true, 1},
+                                           Pairing{7, 2, false, 2, false, kRounds, true}),
                          [](const auto& p) {
                              return "Server" + std::to_string(p.param.serverSeed) + "Client" +
                                     std::to_string(p.param.clientSeed) +
                                     (p.param.clientCounts ? "" : "Uncounted") + "Level" +
-                                    std::to_string(p.param.level);
+                                    std::to_string(p.param.level) +
+                                    (p.param.overIPv6 ? "OverIPv6" : "");
                          });
 
 }  // namespace

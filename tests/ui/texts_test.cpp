@@ -11,16 +11,6 @@ namespace {
 
 using test::Card;
 
-// The results and the scoreboard as the player reads them; the boxes are read through the
-// handlers that show them (tests/engine).
-TEST(Texts, Results) {
-    EXPECT_EQ(RoundText({10, 0}), "You won that round");
-    EXPECT_EQ(RoundText({0, 10}), "Your opponent won that round");
-    EXPECT_EQ(RoundText({-5, -5}), "You tied that round");
-    EXPECT_EQ(GameText(GameOutcome::kWon), "You Won the Game!");
-    EXPECT_EQ(GameText(GameOutcome::kLost), "You Lost the Game!");
-}
-
 TEST(Texts, ScoreBoard) {
     GameState s;
     s.GamesPlayed = 1;
@@ -75,12 +65,18 @@ TEST(Texts, History) {
               "held 25 in hand: -15. You won that round.");
 }
 
-// What a screen reader says for a slot, the stack and a meld: the edges are the back, an empty
-// slot, one card left and a lay-off's grown meld.
-TEST(Texts, SpokenNames) {
+// The results as the player reads them (their boxes are read through the handlers that show them,
+// tests/engine), and what a screen reader says for a slot, the stack and a meld: the edges are the
+// back, an empty slot, one card left and a lay-off's grown meld.
+TEST(Texts, ResultsAndSpokenNames) {
     const struct {
         std::string got, said;
     } names[] = {
+        {RoundText({10, 0}), "You won that round"},
+        {RoundText({0, 10}), "Your opponent won that round"},
+        {RoundText({-5, -5}), "You tied that round"},
+        {GameText(GameOutcome::kWon), "You Won the Game!"},
+        {GameText(GameOutcome::kLost), "You Lost the Game!"},
         {CardSlotName(Card("QH").value(), false), "Queen of Hearts"},
         {CardSlotName(Card("AS").value(), true), "Ace of Spades, selected"},
         {CardSlotName(kBackPicture, false), "face down"},
