@@ -13,8 +13,7 @@ namespace kelvane::bot {
 // many play-outs as the second level would on the same field at the same `playouts`, and every
 // candidate alive in a round meets the same deals, so they compare decisions, not luck.
 // Its play-outs judge better than the second level's: the opponent's hand is dealt as his play
-// reads (`HandReading`), the greedy players keep only cards that can still be melded, and a
-// play-out counts by the chance it leaves to win the game, not by the round's margin alone.
+// reads (`HandReading`), and the greedy players keep only cards that can still be melded.
 inline constexpr std::size_t kSearchedPlans = 16;
 
 std::size_t HalvingPlayOuts(const GameState& seen, const HandReading& reading,
