@@ -174,7 +174,7 @@ MUTANTS = [
      "table_.imgMeld_Click(Int16(i * kSlotsPerColumn))", "Enter lays off onto the next meld"),
     ("M64", "ui/table_keys.cpp", "if (row_ == Row::kHand) Act(kMouseRight);",
      "if (row_ == Row::kHand) Act(kMouseLeft);", "the discard key selects instead"),
-    ("M65", "ui/texts.cpp", '(selected ? ", selected" : "")', '""',
+    ("M65", "ui/texts.cpp", '(selected ? ", selected" : "")', '(selected ? "" : "")',
      "a reader never hears that a card is selected"),
     ("M66", "ui/form1_views.cpp",
      "    announcer_->Announce(QString::fromStdString(OpponentMoveText(move)));\n", "",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAction>
+#include <QTcpServer>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -34,5 +35,12 @@ class UnattendedWindow : public Form1 {
     std::vector<std::string> boxes;
     std::vector<std::string> failures;
 };
+
+// A loopback port free a moment ago.
+inline quint16 FreePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
 
 }  // namespace kelvane::test

@@ -1,18 +1,21 @@
-// The window's pictures, views and layout, and two windows playing a scripted round over loopback.
-// That round is the only test to move the game through the widgets, mouse and keys, rather than
-// the handlers, and to watch one window's views follow the other's moves, chat and quitting;
-// whole games through the handlers are window_vs_bot_test.cpp's.
+// The window's pictures, views, layout and readability, and two windows playing a scripted round
+// over loopback.
+// That round is the only test to move the game by the mouse and to watch one window's views follow
+// the other's moves, chat and quitting; whole games, by keys and through the handlers, are
+// window_vs_bot_test.cpp's.
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QDir>
 #include <QGroupBox>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
-#include <QTcpServer>
 #include <QTest>
 #include <QTextCursor>
 #include <QTextEdit>
@@ -30,13 +33,16 @@
 #include "ui/form1.h"
 #include "ui/geometry.h"
 #include "ui/results_dialog.h"
+#include "unattended_window.h"
 
 namespace kelvane {
 namespace {
 
 // Every picture, themed and drawn by hand, drawn once per size however often asked for; only the
-// 55 real pictures are kept.
-TEST(CardPictures, EveryCodeDrawsOncePerSize) {
+// 55 real pictures are kept. On a screen of scale factor 2 a card is drawn from a picture rendered
+// at twice the pixels, not from the ordinary one enlarged, and a window dragged through many sizes
+// keeps pictures for only the last few.
+TEST(CardPictures, DrawnOncePerSizeAndPixelRatioAndKeptForAFewSizes) {
     Deck themed;
     Deck drawn(QDir::tempPath() + "/kelvane-no-theme-here");
     EXPECT_TRUE(themed.usesTheme()) << "install kdegames-card-data-kf5";
@@ -59,6 +65,33 @@ TEST(CardPictures, EveryCodeDrawsOncePerSize) {
             EXPECT_FALSE(deck->Picture(code, sizes[0]).isNull());
         EXPECT_EQ(deck->renders(), int(codes.size() * std::size(sizes)));
     }
+
+    const QSize size = sizes[1];
+    const int queen = test::Card("QH").value();
+    const QPixmap sharp = themed.Picture(queen, size, 2.0);
+    EXPECT_EQ(sharp.size(), size * 2);
+    EXPECT_EQ(sharp.deviceIndependentSize(), QSizeF(size));
+    const QImage enlarged = themed.Picture(queen, size)
+                                .toImage()
+                                .scaled(size * 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    EXPECT_NE(sharp.toImage().convertToFormat(enlarged.format()), enlarged);
+    CardImage card(themed, 0, nullptr);
+    card.resize(size);
+    card.setPicture(queen);
+    const int rendered = themed.renders();
+    QPixmap screen(size * 2);
+    screen.setDevicePixelRatio(2.0);
+    screen.fill(Qt::transparent);
+    card.render(&screen, {}, {}, QWidget::DrawChildren);
+    EXPECT_EQ(themed.renders(), rendered) << "the picture at ratio 2 was already rendered";
+    EXPECT_EQ(screen.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied),
+              sharp.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied));
+    for (int width = 20; width < 120; ++width)
+        for (int code : {1, 2, kBackPicture}) themed.Picture(code, {width, width * 3 / 2});
+    EXPECT_LE(themed.kept(), 55 * Deck::kSizesKept);
+    const int before = themed.renders();
+    themed.Picture(1, {119, 178});
+    EXPECT_EQ(themed.renders(), before) << "the last size is still kept";
 }
 
 class WindowViews : public ::testing::Test {
@@ -108,8 +141,6 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
         EXPECT_NEAR(c.got, c.expected, 0.05) << c.what;
         EXPECT_EQ(c.shown.value_or(Px(c.expected)), Px(c.expected)) << c.what;
     }
-    EXPECT_EQ(window.meldSlotCount(), 39);
-    EXPECT_EQ(window.findChild<QGroupBox*>("frRemoteHand")->title(), "Your Opponent's Hand (7)");
 }
 
 // The opponent's cards show their faces only for cards he took from the up pile, and only once
@@ -135,84 +166,163 @@ TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndKeepTheSelectionUnlessTheOwnHand
     }
 }
 
-// Controls scale from the layout recorded at the first showing, and return to it exactly.
-TEST_F(WindowViews, ResizingScalesFromTheRecordedDesign) {
+// How much of `text` the label cannot show in its font: 0 when it fits whole.
+int Overflow(const QLabel* label, const QString& text) {
+    const QRect box = label->contentsRect();
+    const QFontMetrics metrics(label->font());
+    if (!label->wordWrap()) return std::max(0, metrics.horizontalAdvance(text) - box.width());
+    const QRect needed = metrics.boundingRect(box, Qt::TextWordWrap | label->alignment(), text);
+    return std::max({0, needed.width() - box.width(), needed.height() - box.height()});
+}
+
+// Controls scale from the places recorded at the first showing, and return to them exactly; fonts
+// from whole points (9.75 from 10, the window's 8.25 from 8); the hand's and the table's cards are
+// placed from their scaled frames, not scaled themselves. Every label's longest text stays whole:
+// three-digit and negative numbers, the longest of its words. The status line keeps the game's
+// font size whatever the window's and is drawn smaller below the design size, so it is measured
+// from the design size up.
+TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
     test::SetHand(state(), "AS 2S 3S AD AC");
     test::SetUpPile(state(), "AH");
     for (int column = 0; column < 2; ++column) window.CreateMeldColumn(column);
-    const QSize design(Px(11490), Px(8715));
+    std::vector<std::pair<QWidget*, QRect>> controls;
+    for (QWidget* control :
+         std::initializer_list<QWidget*>{window.frTable(), window.txtSay(), window.cmdSend(),
+                                         window.rtbConvo(), window.label("lblLocalScore")})
+        controls.push_back({control, control->geometry()});
     const struct {
-        QWidget* control;
-        QRect at;
-    } controls[] = {
-        {window.frTable(), Twips(120, 3000, 11295, 3375)},
-        {window.txtSay(), Twips(120, 7920, 3255, 735)},
-        {window.cmdSend(), Twips(3480, 8160, 615, 375)},
-        {window.rtbConvo(), Twips(4320, 7655, 7095, 1000)},
-        {window.label("lblLocalScore"), Twips(120, 480, 2895, 255)},
+        const char* label;
+        QString text;
+        double smallest = 0.5;
+    } longest[] = {
+        {"lblScores", "Your Melded Score: 380     Opponent's Melded Score: 380"},
+        {"lblTotGamesPlayed", "Total Games Played: 999"},
+        {"lblLocalScore", "Your Score: -999"},
+        {"lblRemoteScore", "Your Opponent's Score: -999"},
+        {"lblFloat", "Your Opponent is Floating"},
+        {"lblCardsleft", "Deck (52)"},
+        {"Label1", "Chat with Opponent:"},
+        {"lblStatus", "Waiting for your opponent to discard", 1.0},
     };
-    // Font sizes are recorded in whole points: 9.75 is scaled from 10, the window's 8.25 from 8.
-    const double scoreFont = 10, windowFont = 8;
+    const QSize design(Px(11490), Px(8715));
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    const struct { double rx, ry; } sizes[] = {{2, 2}, {2, 1}, {0.5, 0.75}, {1.25, 1.5}, {1, 1}};
-    for (const auto& s : sizes) {
+    for (const auto& [sx, sy] : {std::pair{2.0, 2.0}, {2.0, 1.0}, {0.5, 0.5}, {1.0, 1.0}}) {
         window.showNormal();
-        window.resize(Round(design.width() * s.rx),
-                      Round(design.height() * s.ry) + window.menuBar()->height());
+        window.resize(Round(design.width() * sx),
+                      Round(design.height() * sy) + window.menuBar()->height());
         QCoreApplication::processEvents();
         const QSize now = window.centralWidget()->size();
         const double rx = double(now.width()) / design.width();
         const double ry = double(now.height()) / design.height();
-        for (const auto& c : controls) {
-            const QRect want(Round(c.at.x() * rx), Round(c.at.y() * ry), Round(c.at.width() * rx),
-                             Round(c.at.height() * ry));
-            EXPECT_EQ(c.control->geometry(), want)
-                << c.control->objectName().toStdString() << " at " << rx << " x " << ry;
-        }
-        EXPECT_DOUBLE_EQ(window.label("lblLocalScore")->font().pointSizeF(), scoreFont * ry);
-        EXPECT_DOUBLE_EQ(window.centralWidget()->font().pointSizeF(), windowFont * ry);
-        // The hand cards are placed by their fan from the scaled frame, not scaled themselves.
+        for (const auto& [control, at] : controls)
+            EXPECT_EQ(control->geometry(), QRect(Round(at.x() * rx), Round(at.y() * ry),
+                                                 Round(at.width() * rx), Round(at.height() * ry)))
+                << control->objectName().toStdString() << " at " << rx << " x " << ry;
+        EXPECT_DOUBLE_EQ(window.label("lblLocalScore")->font().pointSizeF(), 10 * ry);
+        EXPECT_DOUBLE_EQ(window.centralWidget()->font().pointSizeF(), 8 * ry);
         EXPECT_EQ(window.imgLocal(4)->x(),
                   Px(layout::LocalFanLeft(Tw(window.findChild<QGroupBox*>("frLocalHand")->width()),
                                           Tw(window.imgLocal(0)->width()), 5, 4)));
-        // Meld columns follow the table's new size, each row in its place.
         const QGroupBox* table = window.frTable();
-        const CardImage* meld = window.imgMeld(13 + 3);
-        EXPECT_EQ(meld->geometry(),
-                  QRect(Px(layout::MeldLeft(Tw(table->width()), Tw(window.imgMeld(0)->width()), 1)),
-                        Px(layout::MeldTop(Tw(table->height()), 3)), window.imgMeld(0)->width(),
-                        window.imgMeld(0)->height()))
+        const CardImage* meld = window.imgMeld(0);
+        EXPECT_EQ(window.imgMeld(13 + 3)->geometry(),
+                  QRect(Px(layout::MeldLeft(Tw(table->width()), Tw(meld->width()), 1)),
+                        Px(layout::MeldTop(Tw(table->height()), 3)), meld->width(), meld->height()))
             << rx << " x " << ry;
-        // The up pile's cards keep their top whatever the height.
-        EXPECT_EQ(window.imgUpPile(0)->y(), Px(120));
+        EXPECT_EQ(window.imgUpPile(0)->y(), Px(120)) << "the up pile keeps its top";
+        for (const auto& l : longest) {
+            if (sx != sy || sx < l.smallest) continue;
+            EXPECT_EQ(Overflow(window.label(l.label), l.text), 0)
+                << l.label << " at " << sx << ": " << l.text.toStdString();
+        }
     }
     EXPECT_EQ(window.centralWidget()->size(), design);
-    for (const auto& c : controls) EXPECT_EQ(c.control->geometry(), c.at);
+    for (const auto& [control, at] : controls) EXPECT_EQ(control->geometry(), at);
+    ResultsDialog dialog(&window);
+    for (const char* text : {"You won that round", "Your opponent won that round",
+                             "You tied that round", "You Won the Game!", "You Lost the Game!"})
+        EXPECT_EQ(Overflow(dialog.findChild<QLabel*>("Label1"), text), 0) << text;
 }
 
-// Answers every box with Yes or OK and the host question as offered; notes boxes and results.
+// A selected card in a fanned hand, where each card shows a strip, changes enough of that strip
+// for a player to see it: compared in the rendered pixels of the hand, not in the flag.
+TEST_F(WindowViews, ASelectedCardChangesMostOfItsVisibleStripInAFannedHand) {
+    test::SetHand(state(), "AS 2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS");
+    window.RefreshHands('L');
+    auto* hand = window.findChild<QGroupBox*>("frLocalHand");
+    const QImage plain = hand->grab().toImage();
+    window.ShowSelection(5, true);
+    const QImage marked = hand->grab().toImage();
+    // The strip of card 5 that card 6 leaves uncovered.
+    const QRect strip =
+        QRect(window.imgLocal(5)->geometry().topLeft(),
+              QPoint(window.imgLocal(6)->x() - 1, window.imgLocal(5)->geometry().bottom()))
+            .intersected(hand->rect());
+    int changed = 0;
+    for (int y = strip.top(); y <= strip.bottom(); ++y)
+        for (int x = strip.left(); x <= strip.right(); ++x) {
+            const QColor a = plain.pixelColor(x, y), b = marked.pixelColor(x, y);
+            changed += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
+                           std::abs(a.blue() - b.blue()) >=
+                       40;
+        }
+    EXPECT_GE(changed * 2, strip.width() * strip.height()) << changed << " pixels changed";
+}
+
+// The window opens at the design size where it fits, and inside a smaller screen area otherwise,
+// never smaller than half the design.
+TEST_F(WindowViews, OpensInsideTheAvailableArea) {
+    const int designWidth = Px(11490);
+    ASSERT_EQ(window.width(), designWidth);
+    for (const auto& [available, designFits] : {std::pair{QRect(0, 0, 1920, 1080), true},
+                                                {QRect(0, 0, 800, 500), false},
+                                                {QRect(100, 40, 700, 560), false},
+                                                {QRect(0, 0, 300, 200), false}}) {
+        Form1 opened(socket, deck);
+        opened.FitInto(available);
+        EXPECT_TRUE(available.contains(opened.frameGeometry())) << available.width();
+        EXPECT_EQ(opened.size() == window.size(), designFits) << available.width();
+        EXPECT_LE(opened.minimumWidth(), available.width());
+        EXPECT_GE(opened.minimumWidth(), std::min(designWidth / 2, available.width()));
+    }
+}
+
+// The results window goes when its button loses the focus to another control of the program, not
+// when the player turns to another program.
+TEST_F(WindowViews, TheResultsStayWhileAnotherProgramIsActiveAndGoWhenTheTableIsUsed) {
+    window.show();
+    window.ShowRoundResult({10, 0});
+    const QPointer<ResultsDialog> dialog = window.resultsDialog();
+    ASSERT_TRUE(dialog);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(dialog));
+    ASSERT_TRUE(dialog->okButton()->hasFocus());
+    QApplication::setActiveWindow(nullptr);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(dialog && dialog->isVisible()) << "another program is active";
+    QApplication::setActiveWindow(dialog);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(dialog && dialog->okButton()->hasFocus());
+    QApplication::setActiveWindow(&window);
+    window.txtSay()->setFocus();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(!dialog || !dialog->isVisible()) << "the player went back to the table";
+}
+
+// Answers every box with Yes or OK and the host question as offered; notes the boxes' texts, and
+// the results with the window that shows them.
 class BoxWatcher : public QObject {
   public:
-    struct Seen {
-        QWidget* window;
-        QString text;
-    };
-    std::vector<Seen> boxes;
-    std::vector<Seen> results;
+    QStringList boxes;
+    std::vector<std::pair<QWidget*, QString>> results;
     BoxWatcher() { qApp->installEventFilter(this); }
     ~BoxWatcher() override { qApp->removeEventFilter(this); }
-    std::string BoxTexts() const {
-        QStringList texts;
-        for (const Seen& s : boxes) texts << s.text;
-        return texts.join(" | ").toStdString();
-    }
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() != QEvent::Show) return false;
         if (auto* box = qobject_cast<QMessageBox*>(watched)) {
-            boxes.push_back({box->parentWidget(), box->text()});
+            boxes << box->text();
             QTimer::singleShot(0, box, [box] {
                 QAbstractButton* yes = box->button(QMessageBox::Yes);
                 (yes ? yes : box->button(QMessageBox::Ok))->click();
@@ -259,12 +369,6 @@ struct Player {
     Form1 window;
 };
 
-int FreePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
 bool WaitFor(const std::function<bool()>& condition) {
     return QTest::qWaitFor(condition, 15000);
 }
@@ -289,7 +393,7 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     for (auto card = top.rbegin(); card != top.rend(); ++card) order.push_back(card->value());
     BoxWatcher boxes;
     Deck deck;
-    const int port = FreePort();
+    const int port = test::FreePort();
     Player server(deck, std::bind(test::DrawingCodes, order), port);
     auto client = std::make_unique<Player>(deck, ClockSeededRandom, port);
     server.window.action("mnuServer")->trigger();
@@ -330,10 +434,9 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     // The last card goes with a right press: the round ends on both sides.
     QTest::mousePress(client->Holding("KD"), Qt::RightButton);
     ASSERT_TRUE(WaitFor([&] { return boxes.results.size() == 2; }));
-    EXPECT_EQ(boxes.results[0].window, &client->window);
-    EXPECT_EQ(boxes.results[0].text, "You won that round");
-    EXPECT_EQ(boxes.results[1].window, &server.window);
-    EXPECT_EQ(boxes.results[1].text, "Your opponent won that round");
+    EXPECT_EQ(boxes.results,
+              (decltype(boxes.results){{&client->window, "You won that round"},
+                                       {&server.window, "Your opponent won that round"}}));
     // The server has dealt the next round, which the server opens.
     ASSERT_TRUE(WaitFor([&] { return client->state().LocalCount == 7; }));
     EXPECT_EQ(client->Label("lblStatus"), "Waiting for your opponent to draw");
@@ -343,7 +446,7 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     ASSERT_TRUE(WaitFor([&] { return boxes.boxes.size() == 3; }));
     EXPECT_TRUE(WaitFor([&] { return !server.window.isVisible(); }));
     // Only the questions a player meets on this way: no move was refused, nothing failed.
-    EXPECT_EQ(boxes.BoxTexts(),
+    EXPECT_EQ(boxes.boxes.join(" | "),
               "Discard the King of Diamonds? | Sure you want to quit? | "
               "Your opponent just disappeared. Sorry.");
 }
