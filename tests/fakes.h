@@ -11,6 +11,7 @@
 #include "engine/table.h"
 #include "engine/table_peer.h"
 #include "game/card_text.h"
+#include "headless/headless_ports.h"
 #include "ui/texts.h"
 
 namespace kelvane {
@@ -21,7 +22,15 @@ inline std::ostream& operator<<(std::ostream& out, const BoxText& box) {
 
 namespace kelvane::test {
 
-// Answers failure reports from a script (Yes when it runs out), recording what was shown.
+// The next of a script's answers, Yes when it has run out.
+inline bool NextAnswer(std::deque<bool>& answers) {
+    if (answers.empty()) return true;
+    const bool yes = answers.front();
+    answers.pop_front();
+    return yes;
+}
+
+// Answers failure reports from a script, recording what was shown.
 class FakeErrorPrompt : public ErrorPrompt {
   public:
     std::deque<bool> answers;
@@ -30,10 +39,7 @@ class FakeErrorPrompt : public ErrorPrompt {
     void SetClipboardText(const std::string& text) override { clipboard.push_back(text); }
     bool AskToContinue(const std::string& text) override {
         shown.push_back(text);
-        if (answers.empty()) return true;
-        const bool yes = answers.front();
-        answers.pop_front();
-        return yes;
+        return NextAnswer(answers);
     }
     void EndProgram() override {
         ended = true;
@@ -41,42 +47,33 @@ class FakeErrorPrompt : public ErrorPrompt {
     }
 };
 
-// Writes every view call into one log, in order, so a test can check what the player saw.
-class RecordingScreen : public Screen {
+// Writes the view calls the tests look at into one log, in order, so a test can check what the
+// player saw.
+class RecordingScreen : public HeadlessScreen {
   public:
     std::vector<std::string> log;
     int chatLines = 0;
     ScoreBoardTexts scoreBoard;
     const GameState* state = nullptr;  // what the scoreboard reads
     void RefreshHands(char which) override { Log("RefreshHands", std::string(1, which)); }
-    void RefreshUpPile() override { Log("RefreshUpPile"); }
     void MarkUpPileSlot(Int16 i, bool on) override { Log("MarkUpPileSlot", i, on); }
     void ShowStack(Int16 picture) override { Log("ShowStack", picture); }
     void ShowCardsLeft() override { Log("ShowCardsLeft"); }
-    void CreateMeldColumn(Int16 c) override { Log("CreateMeldColumn", c); }
-    void ShowMeldColumn(Int16 c) override { Log("ShowMeldColumn", c); }
-    void ClearTable() override { Log("ClearTable"); }
     void RefreshScoreBoard() override {
         scoreBoard = ScoreBoardText(*state);
         Log("RefreshScoreBoard");
     }
-    void ShowSelection(Int16 i, bool on) override { Log("ShowSelection", i, on); }
     void ShowRoundResult(const RoundResult& r) override { Log("ShowResult", RoundText(r)); }
-    void ShowGameResult(GameOutcome outcome) override { Log("ShowResult", GameText(outcome)); }
     void ShowListening(const std::string& address) override {
         Log("SetStatus", ListeningText(address));
     }
     void EnableSessionMenus(bool on) override { Log(on ? "EnableMenus" : "DisableMenus"); }
-    void ShowWarnMeldChecked(bool on) override { Log("WarnMeld", on); }
     void ShowConnectionLost(bool reconnecting) override { Log("ConnectionLost", reconnecting); }
     void ShowConnectionBack() override { Log("ConnectionBack"); }
-    void ShowPeerProgram(const std::string& program) override { Log("PeerProgram", program); }
     void ChatLineAdded(const Transcript&, Speaker) override {
         ++chatLines;
         Log("ChatLineAdded");
     }
-    void ClearChatInput() override { Log("ClearChatInput"); }
-    void CloseWindow() override { Log("CloseWindow"); }
 
   private:
     static std::string Text(const std::string& s) { return s; }
@@ -89,12 +86,11 @@ class RecordingScreen : public Screen {
     }
 };
 
-// Answers questions from a script (Yes when it runs out), recording each box as the window
-// words it; duringBox runs while the next box is up.
+// Answers questions from a script, recording each box as the window words it; duringBox runs
+// while the next box is up.
 class ScriptedPrompts : public Prompts {
   public:
-    using Box = BoxText;
-    std::vector<Box> boxes;
+    std::vector<BoxText> boxes;
     std::deque<bool> answers;
     std::string inputAnswer = "127.0.0.1";
     std::vector<int> pauses;
@@ -102,16 +98,13 @@ class ScriptedPrompts : public Prompts {
     void Tell(const Notice& notice) override { Show(NoticeBox(notice)); }
     bool Ask(const Question& question) override {
         Show(QuestionBox(question));
-        if (answers.empty()) return true;
-        const bool yes = answers.front();
-        answers.pop_front();
-        return yes;
+        return NextAnswer(answers);
     }
     std::string AskHost() override { return inputAnswer; }
     void Pause(int ms) override { pauses.push_back(ms); }
 
   private:
-    void Show(const Box& box) {
+    void Show(const BoxText& box) {
         if (duringBox) std::exchange(duringBox, nullptr)();
         boxes.push_back(box);
     }
@@ -147,10 +140,6 @@ class MemorySocket : public Socket {
         states[i] = kSocketClosed;
     }
 };
-
-}  // namespace kelvane::test
-
-namespace kelvane::test {
 
 // One engine with recording ports, not connected until a test says so.
 struct TableUnderTest {

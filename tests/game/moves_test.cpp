@@ -42,25 +42,19 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
         bool drawn;
         Verdict expected;
     };
-    const auto stack = [](const GameState& s, Seat seat) { return CanDrawFromStack(s, seat); };
+    const auto stack = [](auto& s, Seat seat) { return CanDrawFromStack(s, seat); };
     const auto take = [](int p) {
-        return [p](const GameState& s, Seat seat) { return CanTakeFromUpPile(s, seat, p); };
+        return [p](auto& s, Seat seat) { return CanTakeFromUpPile(s, seat, p); };
     };
     const auto meld = [](const char* cards, int column = kNewColumn) {
-        return [=](const GameState& s, Seat seat) {
-            return CanMeld(s, seat, {Cards(cards), column});
-        };
+        return [=](auto& s, Seat seat) { return CanMeld(s, seat, {Cards(cards), column}); };
     };
     // A received meld: the whole column as the sender lists it, which must be the order laid.
     const auto received = [](const char* listed, int column = kNewColumn) {
-        return [=](const GameState& s, Seat seat) {
-            MeldContent content;
-            for (Int16 card : Cards(listed)) content.list[content.count++] = card;
-            return CanLayMeld(s, seat, column, content);
-        };
+        return [=](auto& s, Seat seat) { return CanLayMeld(s, seat, column, test::Meld(listed)); };
     };
     const auto discard = [](const char* card) {
-        return [=](const GameState& s, Seat seat) { return CanDiscard(s, seat, Card(card)); };
+        return [=](auto& s, Seat seat) { return CanDiscard(s, seat, Card(card)); };
     };
     const Verdict ok{};
     const auto no = [](Refusal r, const char* card = nullptr) {
