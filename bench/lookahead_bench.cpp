@@ -86,9 +86,10 @@ BENCHMARK(BM_DealAndPlayOut);
 // Play-outs made by the decisions being timed: each candidate's own moves come once per play-out.
 long long playedOut = 0;
 template <JudgeByPlayOuts judge>
-std::size_t Counted(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
-                    std::size_t count, const PlayCandidate& play) {
-    return judge(seen, budget, seed, count, [&](FastRound& round, std::size_t c) {
+std::size_t Counted(const GameState& seen, const HandReading& reading,
+                    const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
+                    const PlayCandidate& play) {
+    return judge(seen, reading, budget, seed, count, [&](FastRound& round, std::size_t c) {
         ++playedOut;
         play(round, c);
     });
@@ -134,7 +135,7 @@ void BM_Level2Decision(benchmark::State& st) {
 BENCHMARK(BM_Level2Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void BM_Level3Decision(benchmark::State& st) {
-    TimeDecisions(st, {kLevel3Search.plans, Counted<HalvingPlayOuts>});
+    TimeDecisions(st, {kLevel3Search.plans, Counted<HalvingPlayOuts>, kLevel3Search.readsHand});
 }
 BENCHMARK(BM_Level3Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -273,6 +273,28 @@ bool FastRound::CheckMeld(int card, int seat) const {
     return false;
 }
 
+bool HoldsNewMeld(CardSet cards) {
+    for (int rank = kAce; rank <= kKing; ++rank)
+        if (Count(cards & kRankMasks[static_cast<std::size_t>(rank)]) >= 3) return true;
+    for (int suit = 1; suit <= kSuits; ++suit) {
+        // The ace once more above the king: three ranks in a row anywhere make a run.
+        const unsigned ranks = RanksOf(cards, suit);
+        const unsigned wide = ranks | ((ranks & 1u) << kRanks);
+        if ((wide & (wide >> 1) & (wide >> 2)) != 0) return true;
+    }
+    return false;
+}
+
+bool FastRound::HoldsMeld(int seat) const {
+    const CardSet held = hand[static_cast<std::size_t>(seat)];
+    if (HoldsNewMeld(held)) return true;
+    // Any lay-off of several cards holds one that can be laid off alone.
+    for (int col = 0; col < columns; ++col)
+        for (CardSet cards = held; cards != 0; cards &= cards - 1)
+            if (ValidMeldSet(column[static_cast<std::size_t>(col)] | (cards & -cards))) return true;
+    return false;
+}
+
 void FastRound::Melds(int seat, MeldBuffer& out) const {
     out.count = 0;
     const CardSet held = hand[static_cast<std::size_t>(seat)];
@@ -399,7 +421,7 @@ void FastRound::Apply(const FastMove& move) {
     }
 }
 
-bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move) const {
+bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move, bool live) const {
     const int seat = Mover();
     if (seat < 0) return false;
     const auto s = static_cast<std::size_t>(seat);
@@ -439,18 +461,41 @@ bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move) const {
     // Throw the card that costs most and helps least: a card with a partner of its rank or a
     // neighbour of its suit is worth keeping.
     const CardSet held = hand[s];
+    // With `live`, a partner counts only while a card that would complete the meld is still to
+    // be had: not on the table, not buried in the up pile.
+    CardSet gone = 0;
+    if (live) {
+        for (int col = 0; col < columns; ++col) gone |= column[static_cast<std::size_t>(col)];
+        for (int p = 0; p + 1 < upCount; ++p) gone |= Bit(up[static_cast<std::size_t>(p)]);
+    }
+    const auto open = [&](int suitOf, int rank) {
+        const int c = rank ? CardAt(suitOf, rank) : 0;
+        return c != 0 && !Has(held, c) && !Has(gone, c);
+    };
     int throwCard = 0, throwValue = -1000;
     for (CardSet cards = held; cards != 0; cards &= cards - 1) {
         const int card = Lowest(cards);
         if (!CanDiscard(seat, card)) continue;
         const int rank = RankOf(card), suit = SuitOf(card);
         int value = 4 * FastPoints(card);
-        if (Count(held & kRankMasks[static_cast<std::size_t>(rank)]) >= 2) value -= 30;
+        const CardSet sameRank = kRankMasks[static_cast<std::size_t>(rank)];
+        if (Count(held & sameRank) >= 2 && (!live || (sameRank & ~held & ~gone) != 0)) value -= 30;
         const Neighbours n = NeighboursOf(rank);
-        if ((n.m1 && Has(held, CardAt(suit, n.m1))) || (n.p1 && Has(held, CardAt(suit, n.p1))))
+        const bool m1 = n.m1 && Has(held, CardAt(suit, n.m1));
+        const bool p1 = n.p1 && Has(held, CardAt(suit, n.p1));
+        const bool m2 = n.m2 && Has(held, CardAt(suit, n.m2));
+        const bool p2 = n.p2 && Has(held, CardAt(suit, n.p2));
+        if (!live) {
+            if (m1 || p1)
+                value -= 30;
+            else if (m2 || p2)
+                value -= 12;
+        } else if ((m1 && (open(suit, n.m2) || open(suit, n.p1))) ||
+                   (p1 && (open(suit, n.m1) || open(suit, n.p2)))) {
             value -= 30;
-        else if ((n.m2 && Has(held, CardAt(suit, n.m2))) || (n.p2 && Has(held, CardAt(suit, n.p2))))
+        } else if ((m2 && open(suit, n.m1)) || (p2 && open(suit, n.p1))) {
             value -= 12;
+        }
         if (value > throwValue) {
             throwValue = value;
             throwCard = card;
@@ -465,10 +510,10 @@ bool FastRound::GreedyMove(MeldBuffer& scratch, FastMove& move) const {
     return true;
 }
 
-void FastRound::PlayOut(MeldBuffer& scratch) {
+void FastRound::PlayOut(MeldBuffer& scratch, bool live) {
     FastMove move;
     for (int moves = 0; roundInPlay; ++moves) {
-        if (moves >= kMostPlayOutMoves || !GreedyMove(scratch, move)) {
+        if (moves >= kMostPlayOutMoves || !GreedyMove(scratch, move, live)) {
             // The rules leave the player to move nothing: the round stands as it is.
             roundInPlay = false;
             myTurn = false;

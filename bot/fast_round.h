@@ -81,6 +81,8 @@ struct FastRound {
     // The quick meldability test the rules ask before a take from below the top and of a last card.
     bool CheckMeld(int card, int seat) const;
 
+    // Whether the seat's hand holds a meld of its own or a card it could lay off on the table.
+    bool HoldsMeld(int seat) const;
     // Every actual meld the seat's hand could lay now, as game/meld_search.h finds them.
     void Melds(int seat, MeldBuffer& out) const;
     // Every move the seat to move may make now: the draws, or the melds and discards. The count.
@@ -91,10 +93,10 @@ struct FastRound {
 
     // The move a cheap greedy player makes: takes the up card when it fits, lays the largest meld
     // it has, then throws the card it values least. False when the rules leave it none.
-    bool GreedyMove(MeldBuffer& scratch, FastMove& move) const;
+    bool GreedyMove(MeldBuffer& scratch, FastMove& move, bool live = false) const;
     // Plays the rest of the round greedily for both seats. A player the rules leave no move ends
     // the round where it stands.
-    void PlayOut(MeldBuffer& scratch);
+    void PlayOut(MeldBuffer& scratch, bool live = false);
 
     // The round's result for the seat: points melded less the cards left in hand.
     int Score(int seat) const;
@@ -104,5 +106,7 @@ struct FastRound {
 int FastPoints(int card, bool meldHoldsTwo = false);
 // Whether the cards make one valid meld in the order the rules put them.
 bool ValidMeldSet(CardSet cards);
+// Whether some of the cards make a new meld of their own: three of a rank or three in a run.
+bool HoldsNewMeld(CardSet cards);
 
 }  // namespace kelvane::bot

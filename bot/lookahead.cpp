@@ -14,6 +14,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr int kFloatLateStack = 6;
+// The stack after a deal of seven cards each and the first up card.
+constexpr int kStockAfterDeal = kCardsInDeck - 2 * 7 - 1;
+// Deals tried for an opponent's hand that holds no meld; a hand that cannot be had is dealt anyway.
+constexpr int kRedeals = 20;
 
 CardSet CardsOf(const std::vector<Int16>& cards) {
     CardSet set = 0;
@@ -37,10 +41,11 @@ void PlayPlan(FastRound& round, const TurnPlan& plan) {
 }  // namespace
 
 // Every candidate meets the same deals until the budget is spent.
-std::size_t EqualPlayOuts(const GameState& seen, const LookaheadBudget& budget, std::uint64_t seed,
-                          std::size_t candidates, const PlayCandidate& play) {
+std::size_t EqualPlayOuts(const GameState& seen, const HandReading& reading,
+                          const LookaheadBudget& budget, std::uint64_t seed, std::size_t candidates,
+                          const PlayCandidate& play) {
     if (candidates <= 1) return 0;
-    const HiddenDeals deals(seen);
+    const HiddenDeals deals(seen, reading);
     std::mt19937_64 random(seed);
     std::vector<long long> margin(candidates, 0);
     MeldBuffer scratch;
@@ -61,7 +66,14 @@ std::size_t EqualPlayOuts(const GameState& seen, const LookaheadBudget& budget, 
                                     margin.begin());
 }
 
-HiddenDeals::HiddenDeals(const GameState& state) : base_(FastRound::From(SeatView(state))) {
+HiddenDeals::HiddenDeals(const GameState& state, const HandReading& reading)
+    : base_(FastRound::From(SeatView(state))) {
+    // Until the opponent's first turn of the round his hand is as dealt. Before this turn's draw
+    // the stack held all that the deal left it unless he drew from it or took the up card.
+    const bool drewFromStack = state.HasDrawn && state.TakenUpCard == 0 && state.MustMeldCard == 0;
+    const int stackBefore = state.StackCount.value() + (drewFromStack ? 1 : 0);
+    settled_ = reading.read && (stackBefore < kStockAfterDeal || state.KnownCount > 0);
+    if (reading.read && reading.passedUp != 0) passedUp_ = Bit(reading.passedUp);
     CardSet visible = base_.hand[0];
     for (int p = 0; p < base_.upCount; ++p) visible |= Bit(base_.up[static_cast<std::size_t>(p)]);
     for (int col = 0; col < base_.columns; ++col)
@@ -76,6 +88,16 @@ HiddenDeals::HiddenDeals(const GameState& state) : base_(FastRound::From(SeatVie
 }
 
 FastRound HiddenDeals::Deal(std::mt19937_64& random) const {
+    FastRound round = DealOnce(random);
+    const auto contradicts = [&] {
+        return (settled_ && round.HoldsMeld(1)) ||
+               (passedUp_ != 0 && HoldsNewMeld(round.hand[1] | passedUp_));
+    };
+    for (int again = 0; again < kRedeals && contradicts(); ++again) round = DealOnce(random);
+    return round;
+}
+
+FastRound HiddenDeals::DealOnce(std::mt19937_64& random) const {
     FastRound round = base_;
     std::array<std::uint8_t, kCardsInDeck> cards = unseen_;
     // Fisher-Yates over the unseen cards: the first ones go to the opponent, the rest make the
@@ -94,7 +116,9 @@ FastRound HiddenDeals::Deal(std::mt19937_64& random) const {
 }
 
 std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
-                                    std::uint64_t seed, const LookaheadSearch& search) {
+                                    std::uint64_t seed, const LookaheadSearch& search,
+                                    int passedUp) {
+    const HandReading reading{search.readsHand, passedUp};
     // Each candidate draw is followed by the first level's plan for the turn: for a take the plan
     // is known now, for the stack it is made for each card the stack could give.
     struct Candidate {
@@ -114,8 +138,8 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
     if (candidates.empty()) return std::nullopt;
     std::array<std::optional<TurnPlan>, kCardsInDeck + 1> stackPlans;
     std::array<bool, kCardsInDeck + 1> planned{};
-    const std::size_t best =
-        search.judge(seen, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
+    const std::size_t best = search.judge(
+        seen, reading, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
             const Candidate& candidate = candidates[c];
             if (!candidate.draw.fromStack) {
                 round.TakeFromUpPile(0, candidate.draw.position.value());
@@ -137,7 +161,9 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
 }
 
 std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
-                                      std::uint64_t seed, const LookaheadSearch& search) {
+                                      std::uint64_t seed, const LookaheadSearch& search,
+                                      int passedUp) {
+    const HandReading reading{search.readsHand, passedUp};
     std::vector<TurnPlan> plans = BestPlans(seen, search.plans);
     if (plans.empty()) return std::nullopt;
     // Floating with the stack nearly gone can leave both players nothing to draw, a round only
@@ -146,7 +172,7 @@ std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudg
     if (seen.StackCount < kFloatLateStack && plans.front().discard != 0)
         std::erase_if(plans, [](const TurnPlan& p) { return p.discard == 0; });
     const std::size_t best =
-        search.judge(seen, budget, seed, plans.size(),
+        search.judge(seen, reading, budget, seed, plans.size(),
                      [&](FastRound& round, std::size_t c) { PlayPlan(round, plans[c]); });
     return std::move(plans[best]);
 }
@@ -162,9 +188,15 @@ void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
     if (!drawnAt_.empty() && here.stackCount > drawnAt_.back().stackCount) drawnAt_.clear();
     const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();
     drawnAt_.push_back(here);
+    // An opponent who drew from the stack drew past the up card this seat left him: under his
+    // discard, or on top when he melded out without one.
+    const int under = seen.RemoteFloating ? 1 : 2;
+    passedUp_ = seen.StackCount == stackAfterDraw_ - 1 && seen.UpCount >= under
+                    ? seen.UpPile[seen.UpCount - under].value()
+                    : 0;
     if (circling && CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
     const std::optional<kelvane::bot::Draw> draw =
-        ChooseDrawAhead(seen, budget_, random_(), search_);
+        ChooseDrawAhead(seen, budget_, random_(), search_, passedUp_);
     if (!draw) return;
     if (draw->fromStack)
         table.imgStack_Click();
@@ -179,7 +211,8 @@ void LookaheadPolicy::Choose(Table& table, const GameState& seen) {
     const bool discardDue = plan_ && laid_ == plan_->melds.size() &&
                             CanDiscard(seen, Seat::kLocal, plan_->discard).ok();
     if (!onCourse && !discardDue) {
-        plan_ = PlanTurnAhead(seen, budget_, random_(), search_);
+        stackAfterDraw_ = seen.StackCount.value();
+        plan_ = PlanTurnAhead(seen, budget_, random_(), search_, passedUp_);
         laid_ = 0;
         if (!plan_) return;
     }

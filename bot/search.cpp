@@ -8,11 +8,12 @@
 
 namespace kelvane::bot {
 
-std::size_t HalvingPlayOuts(const GameState& seen, const LookaheadBudget& budget,
-                            std::uint64_t seed, std::size_t count, const PlayCandidate& play) {
+std::size_t HalvingPlayOuts(const GameState& seen, const HandReading& reading,
+                            const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
+                            const PlayCandidate& play) {
     if (count <= 1) return 0;
     using Clock = std::chrono::steady_clock;
-    const HiddenDeals deals(seen);
+    const HiddenDeals deals(seen, reading);
     std::mt19937_64 random(seed);
     MeldBuffer scratch;
     // Margins summed over every deal played: the candidates alive have all met the same ones.
@@ -33,7 +34,7 @@ std::size_t HalvingPlayOuts(const GameState& seen, const LookaheadBudget& budget
             for (std::size_t c : alive) {
                 FastRound r = dealt;
                 play(r, c);
-                r.PlayOut(scratch);
+                r.PlayOut(scratch, true);
                 margin[c] += r.Score(0) - r.Score(1);
             }
             if (budget.thinkMs > 0 &&

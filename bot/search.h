@@ -11,13 +11,16 @@ namespace kelvane::bot {
 // it plays them all in a few deals, drops the worse half, and plays the rest in more deals, round
 // after round, until two are left and the better wins (successive halving). A decision spends as
 // many play-outs as the second level would on the same field at the same `playouts`, and every
-// candidate alive in a round meets the same deals, so margins compare decisions, not luck.
+// candidate alive in a round meets the same deals, so they compare decisions, not luck.
+// Its play-outs judge better than the second level's: the opponent's hand is dealt as his play
+// reads (`HandReading`), and the greedy players keep only cards that can still be melded.
 inline constexpr std::size_t kSearchedPlans = 16;
 
-std::size_t HalvingPlayOuts(const GameState& seen, const LookaheadBudget& budget,
-                            std::uint64_t seed, std::size_t count, const PlayCandidate& play);
+std::size_t HalvingPlayOuts(const GameState& seen, const HandReading& reading,
+                            const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
+                            const PlayCandidate& play);
 
-inline constexpr LookaheadSearch kLevel3Search{kSearchedPlans, HalvingPlayOuts};
+inline constexpr LookaheadSearch kLevel3Search{kSearchedPlans, HalvingPlayOuts, true};
 
 // The third level at the table: the second level's player, deciding from its seat's view alone
 // as that one does, with the third level's field and judge.

@@ -184,9 +184,11 @@ MUTANTS = [
     ("M68", "ui/table_keys.cpp", "row = std::max(0, row - 1);", "row = std::max(0, row);",
      "Up never leaves the row"),
     # Level 3's successive halving.
-    ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });", "return margin[a] < margin[b]; });",
+    ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });",
+     "return margin[a] < margin[b]; });",
      "level 3 keeps the worse half of its candidates"),
-    ("M70", "bot/search.cpp", "(margin[a] == margin[b] && a > b)", "(margin[a] == margin[b] && a < b)",
+    ("M70", "bot/search.cpp", "(margin[a] == margin[b] && a > b)",
+     "(margin[a] == margin[b] && a < b)",
      "level 3 takes the last of equal candidates, not the first level's preference"),
     ("M71", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
      "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
@@ -195,6 +197,15 @@ MUTANTS = [
      "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks & ~ace);",
      "if ((ranks & ace) && (ranks & king)) return Contiguous(ranks);",
      "the simulated round refuses a run the ace closes above the king"),
+    # Level 3's reading of the opponent's hand and its play-outs.
+    ("M73", "bot/fast_round.cpp", "if ((wide & (wide >> 1) & (wide >> 2)) != 0) return true;",
+     "if ((wide & (wide >> 1)) != 0) return true;", "two cards in a row count as a run in a hand"),
+    ("M74", "bot/lookahead.cpp", "settled_ = reading.read && (", "settled_ = !reading.read && (",
+     "level 3 deals the opponent's hand as if it had read nothing"),
+    ("M75", "bot/fast_round.cpp", "(!live || (sameRank & ~held & ~gone) != 0)",
+     "(!live || (sameRank & ~held) != 0)", "level 3's play-outs keep a pair whose rank is gone"),
+    ("M76", "bot/lookahead.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
+     "level 3 reads a meld-free hand into the opponent before his first turn"),
 ]
 
 

@@ -174,20 +174,35 @@ TEST(FastRound, AgreesWithTheEngineOnEveryStateAndEveryLegalMove) {
 }
 
 // Melding the whole hand as the stack runs out can leave both players nothing to draw; the greedy
-// player keeps a card back then, and melds out while the stack lasts.
-TEST(FastRound, GreedyPlayerMeldsOutOnlyWhileTheStackLasts) {
-    for (const auto& [stack, expected] : {std::pair{5, FastMove::kDiscard}, {6, FastMove::kMeld}}) {
-        GameState s = Dealt(1);
-        FastRound r = FastRound::From(s);
-        r.hand[0] = Bit(3) | Bit(4) | Bit(5);  // three, four and five of spades
+// player keeps a card back then, and melds out while the stack lasts. Level 3's greedy players
+// keep a pair only while the rest of its rank can be had: not with the other kings buried.
+TEST(FastRound, GreedyPlayerMeldsOutWhileTheStackLastsAndKeepsLivePairs) {
+    const CardSet run = Bit(3) | Bit(4) | Bit(5);       // three, four and five of spades
+    const CardSet kings = Bit(13) | Bit(26) | Bit(28);  // two kings and a two
+    struct Case {
+        CardSet hand;
+        int stack;
+        bool live;
+        FastMove::Kind kind;
+        int thrown;
+    };
+    for (const Case& c : {Case{run, 5, false, FastMove::kDiscard, 3},
+                          {run, 6, false, FastMove::kMeld, 0},
+                          {kings, 30, false, FastMove::kDiscard, 28},
+                          {kings, 30, true, FastMove::kDiscard, 13}}) {
+        FastRound r = FastRound::From(Dealt(1));
+        r.hand[0] = c.hand;
+        r.up = {39, 52, 5};
+        r.upCount = 3;
         r.myTurn = true;
         r.hasDrawn = true;
         r.takenUp = {0, 0};
-        r.stackCount = stack;
+        r.stackCount = c.stack;
         MeldBuffer scratch;
         FastMove m;
-        ASSERT_TRUE(r.GreedyMove(scratch, m));
-        EXPECT_EQ(m.kind, expected) << stack << " cards in the stack";
+        ASSERT_TRUE(r.GreedyMove(scratch, m, c.live));
+        EXPECT_EQ(m.kind, c.kind) << c.stack << " cards in the stack";
+        EXPECT_EQ(m.card, c.thrown) << (c.live ? "live" : "plain");
     }
 }
 

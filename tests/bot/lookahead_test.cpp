@@ -104,7 +104,7 @@ TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
              {2, 1, 1}, {3, 2, 2}, {6, 5, 5}, {16, 0, 0}, {16, 9, 9}, {16, 16, 0}, {17, 16, 16}}) {
         long long played = 0;
         const std::size_t chosen =
-            HalvingPlayOuts(s, kRepeatable, 1, c.count, [&](FastRound& round, std::size_t i) {
+            HalvingPlayOuts(s, {}, kRepeatable, 1, c.count, [&](FastRound& round, std::size_t i) {
                 ++played;
                 if (i == c.better) round.melded[0] += 5;
             });
@@ -116,32 +116,46 @@ TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
 
 // The hidden cards are dealt consistently with what the seat saw: its own cards, the piles and
 // the table stay where they are, the opponent keeps what he took face up and still holds, and
-// every card is somewhere exactly once.
+// every card is somewhere exactly once. Read by his play, his hand seldom holds a meld he would
+// have laid once he has had a turn.
 TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
     std::vector<GameState> states;
     test::Watched<LookaheadPolicy> a(states, kRepeatable, 1), b(states, kRepeatable, 2);
     ASSERT_EQ(sim::PlayDuel(9, a, b, 3).failure, "");
     std::mt19937_64 random(3);
     int knownKept = 0;
-    for (const GameState& s : states) {
-        const FastRound seen = FastRound::From(s);
-        const FastRound dealt = HiddenDeals(s).Deal(random);
-        EXPECT_EQ(dealt.hand[0], seen.hand[0]);
-        EXPECT_EQ(dealt.up, seen.up);
-        EXPECT_EQ(dealt.column, seen.column);
-        EXPECT_EQ(std::popcount(dealt.hand[1]), std::popcount(seen.hand[1]));
-        EXPECT_EQ(dealt.stackCount, seen.stackCount);
-        CardSet all = dealt.hand[0] | dealt.hand[1];
-        for (int p = 0; p < dealt.stackCount; ++p)
-            all |= Bit(dealt.stack[static_cast<std::size_t>(p)]);
-        for (int p = 0; p < dealt.upCount; ++p) all |= Bit(dealt.up[static_cast<std::size_t>(p)]);
-        for (int c = 0; c < dealt.columns; ++c) all |= dealt.column[static_cast<std::size_t>(c)];
-        EXPECT_EQ(all, (CardSet{1} << kCardsInDeck) - 1);
-        const CardSet held = seen.known & seen.hand[1];
-        EXPECT_EQ(dealt.hand[1] & held, held);
-        knownKept += held != 0;
-    }
+    std::array<int, 2> holdingMelds{};
+    for (const GameState& s : states)
+        for (const bool read : {false, true}) {
+            const FastRound seen = FastRound::From(s);
+            std::mt19937_64 before = random;
+            const FastRound dealt = HiddenDeals(s, {read, 0}).Deal(random);
+            // Before the opponent's first turn (the opener about to draw) his hand is as dealt.
+            if (read && s.StackCount == 37 && s.KnownCount == 0 && !s.HasDrawn) {
+                std::mt19937_64 plain = before;
+                for (int k = 0; k < 8; ++k)
+                    EXPECT_EQ(HiddenDeals(s, {true, 0}).Deal(before), HiddenDeals(s).Deal(plain));
+            }
+            holdingMelds[read] += dealt.HoldsMeld(1);
+            EXPECT_EQ(dealt.hand[0], seen.hand[0]);
+            EXPECT_EQ(dealt.up, seen.up);
+            EXPECT_EQ(dealt.column, seen.column);
+            EXPECT_EQ(std::popcount(dealt.hand[1]), std::popcount(seen.hand[1]));
+            EXPECT_EQ(dealt.stackCount, seen.stackCount);
+            CardSet all = dealt.hand[0] | dealt.hand[1];
+            for (int p = 0; p < dealt.stackCount; ++p)
+                all |= Bit(dealt.stack[static_cast<std::size_t>(p)]);
+            for (int p = 0; p < dealt.upCount; ++p)
+                all |= Bit(dealt.up[static_cast<std::size_t>(p)]);
+            for (int c = 0; c < dealt.columns; ++c)
+                all |= dealt.column[static_cast<std::size_t>(c)];
+            EXPECT_EQ(all, (CardSet{1} << kCardsInDeck) - 1);
+            const CardSet held = seen.known & seen.hand[1];
+            EXPECT_EQ(dealt.hand[1] & held, held);
+            knownKept += held != 0;
+        }
     EXPECT_GT(knownKept, 0);
+    EXPECT_LT(holdingMelds[1] * 4, holdingMelds[0]);
 }
 
 }  // namespace
