@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Renders the scalable icon as the square PNGs a desktop's icon theme looks up by size, at build
 // time, with the same SVG renderer the window uses for its own icon.
 //   kelvane_render_icon ICON.svg OUTPUT_DIR SIZE...   writes OUTPUT_DIR/SIZExSIZE/kelvane.png

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // kelvane-arena: how well the bot plays. It plays the bot at a level against the random legal
 // player or a bot of either level in the in-memory lock-step harness, the bot serving in every
 // other duel, and prints the games won, the points per round of each side and the speed.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """Sends kelvane-bot a frame that never closes and reports how its resident memory grew.
 
     python3 bench/flood_memory.py build/release/bot/kelvane-bot [megabytes]

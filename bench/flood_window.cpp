@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window connected to a peer that sends a frame that never closes: how far the window's
 // peak resident memory grows, and what the player is told.
 //   QT_QPA_PLATFORM=offscreen kelvane_flood_window [megabytes]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Levels 2 and 3's figures: play-outs of the rest of a round from recorded mid-round positions,
 // and the time one of their decisions takes at the default budget (median and 99th percentile)
 // with the play-outs it makes a second.

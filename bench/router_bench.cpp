@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The time from serving to the outside address known: a RouterDoor asks the router for the game's
 // port and the clock stops when the router's answer is told. Run inside the router lab's home
 // namespace by bench/router_lab.sh; every mapping is given back between iterations, untimed.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The time from serving to the outside address known, with the router lab's router answering
 # UPnP, then NAT-PMP alone (needs root, as the lab's test does).
 #   bash bench/router_lab.sh build/release/bench/kelvane_router_bench [benchmark options]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Takes the README's screenshots: the window against the computer opponent, started from its own
 // menu, with a simple player who draws from the stack, selects two cards and discards through the
 // mouse, as a person would. Run it on a display (Xvfb) with the screen's whole picture taken, as a

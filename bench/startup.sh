@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Start-up to the first painted window: Kelvane's window as the game runs it
 # (kelvane_startup_window) beside the least a Qt Widgets program with a menu bar does
 # (kelvane_minimal_window), started in turns so both meet the same machine state. Each program is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // kelvane-bot: a computer opponent that plays one side of a session over TCP, as the window
 // would, with the same engine and no display.
 

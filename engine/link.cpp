@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // What two Kelvane programs add to the game's own conversation: each announces itself, both number
 // the messages they send, each tells a digest of the game at every round's end, a dropped
 // connection is resumed where it stopped, and a quit is said before the connection closes. None

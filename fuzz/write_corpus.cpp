@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Writes the seed corpus: every real position with the bytes its opponent sent to it next.
 //   kelvane_fuzz_corpus fuzz/corpus
 

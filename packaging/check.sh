@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Makes the Debian package from a build directory and checks it as a player's machine receives it:
 # its name and fields, that it installs exactly the files of packaging/contents.txt, that its
 # desktop entry, software-centre metadata, changelog and manual pages are valid, that lintian

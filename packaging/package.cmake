@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The Debian package, made from a build directory with `cpack -G DEB`: kelvane_<version>_<arch>.deb
 # installing under /usr. What it must hold is listed in packaging/contents.txt and checked by
 # packaging/check.sh.

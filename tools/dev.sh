@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Sets up a Debian 12 machine for Kelvane and builds, plays, tests or benchmarks it.
 #   bash tools/dev.sh play       install what is missing, build, start the game
 #   bash tools/dev.sh test       install what is missing, build, run every test, check the package
@@ -77,7 +78,15 @@ sanitize)
 format)
     install_missing
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
-    echo "Formatting is clean."
+    # Every source, build and script file names its licence in its first lines.
+    unlicensed=$(git ls-files '*.cpp' '*.h' '*.sh' '*.py' '*.cmake' '*.6' '*CMakeLists.txt' .ci/run |
+        xargs grep -L 'SPDX-License-Identifier: GPL-3.0-or-later' || true)
+    if [ -n "$unlicensed" ]; then
+        echo "These files do not name their licence:" >&2
+        echo "$unlicensed" >&2
+        exit 1
+    fi
+    echo "Formatting is clean; every file names its licence."
     ;;
 bench)
     install_missing
@@ -108,7 +117,7 @@ fuzz)
     exit $status
     ;;
 *)
-    sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '3,12p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
 """One-line mutants: each is a slip a developer could make; the suite must catch it.
 
     python3 tools/mutants.py               # every mutant

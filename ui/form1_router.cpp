@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Hosting a friend in another home: the router asked to forward the serving port, the machine's
 // IPv6 address, and what to give the friend, told beside the game's own waiting text.
 

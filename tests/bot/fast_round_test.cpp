@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated round against the rules as the engine applies them (game/moves.h on a
 // GameState, for both seats): thousands of seeded rounds are played move by move through both,
 // and after every move the two states must be the same and agree on every legal move.

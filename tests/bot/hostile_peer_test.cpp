@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // kelvane-bot against a peer played by the test over real loopback TCP, in both seats: every
 // message its own handlers could not have sent ends the session with the sentence that says why
 // and status 1; floods, unknown kinds, chat and knocking strangers leave the game going on; a

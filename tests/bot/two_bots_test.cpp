@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // Whole games between two kelvane-bot processes over loopback TCP. Only here does the program we
 // ship as the computer opponent play itself: its options, its socket over IPv4 and IPv6, the lines
 // it prints for each round and game (mirrored on the two sides), how it leaves, on its own after

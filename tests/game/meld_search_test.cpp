@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The search for actual melds against the rules themselves, and whether a turn can still end.
 
 #include "game/meld_search.h"

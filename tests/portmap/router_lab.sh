@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
 # Hosting behind a home router, with a real router: network namespaces for two home machines, the
 # router (NAT with nftables, miniupnpd answering UPnP IGD and NAT-PMP) and a far player on the
 # "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
 # The lab's network, for the router lab's test and its benchmark (sourced; needs bash): two
 # home machines behind a router doing NAT with nftables and running miniupnpd, and a far player
 # on an "internet" whose addresses exist only inside these namespaces. Exits 77 (skipped) without

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The in-memory duel: two engines joined without a socket, their states held against each other
 // after every message, over two thousand rounds of random legal play with the byte stream split
 // at random. Only the duel sees inside both programs at

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The window's pictures, views, layout and readability, and two windows playing a scripted round
 // over loopback.
 // That round is the only test to move the game by the mouse and to watch one window's views follow

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
 // The real window, every box answered Yes, against other programs over loopback: kelvane-bot
 // processes, the window moved by keys alone or by a random legal player through its table's
 // handlers, and peers played by the test. Only here do the window's own handlers, socket, boxes and
