@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -106,14 +106,16 @@ TEST(BotOptions, TheManualPageDescribesEveryOptionTheUsageTextLists) {
     ASSERT_TRUE(file) << KELVANE_BOT_MANUAL;
     const std::string page((std::istreambuf_iterator<char>(file)), {});
     const std::string usage = UsageText();
-    const std::regex option("--([a-z]+)");
+    static const QRegularExpression option("--([a-z]+)");
+    const QString page16 = QString::fromStdString(page);
     int options = 0;
-    for (std::sregex_iterator it(usage.begin(), usage.end(), option), end; it != end; ++it) {
+    for (const QRegularExpressionMatch& m : option.globalMatch(QString::fromStdString(usage))) {
         ++options;
         // An entry of the page's option list: a tagged paragraph whose bold tag is the option,
         // each hyphen a reader types written "\-".
-        const std::regex entry("\\.TP\n\\.B[IR]? \\\\-\\\\-" + (*it)[1].str() + "(?![a-z])");
-        EXPECT_TRUE(std::regex_search(page, entry)) << "no entry for --" << (*it)[1].str();
+        const QRegularExpression entry("\\.TP\n\\.B[IR]? \\\\-\\\\-" + m.captured(1) + "(?![a-z])");
+        EXPECT_TRUE(entry.match(page16).hasMatch())
+            << "no entry for --" << m.captured(1).toStdString();
     }
     EXPECT_GE(options, 8);
 }
