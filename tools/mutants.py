@@ -184,6 +184,9 @@ MUTANTS = [
      "--listen is ignored: the bot listens on every address"),
     ("M68", "ui/table_keys.cpp", "row = std::max(0, row - 1);", "row = std::max(0, row);",
      "Up never leaves the row"),
+    ("M77", "bot/main.cpp", "round.remote.value(),\n                               s.LocalScore.value(), s.RemoteScore.value())",
+     "round.remote.value(),\n                               s.RemoteScore.value(), s.LocalScore.value())",
+     "the bot's round line gives the totals the wrong way round"),
     # Level 3's successive halving.
     ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });",
      "return margin[a] < margin[b]; });",
