@@ -16,7 +16,7 @@ cd "$(dirname "$0")/.."
 packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
           qt6-base-dev qt6-base-private-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5
           fonts-liberation2 clang libclang-rt-14-dev dpkg-dev file desktop-file-utils appstream
-          groff-base libssl-dev lintian libminiupnpc-dev libnatpmp-dev miniupnpd-nftables
+          groff-base libgcrypt20-dev lintian libminiupnpc-dev libnatpmp-dev miniupnpd-nftables
           nftables iproute2)
 
 install_missing() {

@@ -383,6 +383,11 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
         const std::string mac = ProofMac(serverKey, key.empty() ? clientKey : key, nonce, 1, 0);
         return "(" + ProofMessage({1, 0, mac}) + ")";
     };
+    // The standard keyed hash (HMAC-SHA-256 of "kelvane resume:" + challenge + ":5:7" under the
+    // two halves), so programs built on any cryptographic library agree on every proof.
+    EXPECT_EQ(ProofMac("00112233445566778899aabbccddeeff", "ffeeddccbbaa99887766554433221100",
+                       "0123456789abcdef0123456789abcdef", 5, 7),
+              "0153776d5d8cde9bdf57551d2b5e5172b7056ce877ca834c541f538bb371cd32");
     call();
     const std::string first = challenge;
     // Each caller's words, given the challenge he heard.
