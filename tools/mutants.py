@@ -8,8 +8,8 @@
 
 Each mutant replaces one exact text (found exactly once in its file), builds the release
 configuration without benchmarks in build/mutants, runs the suite with a 60-second limit per
-test, and restores the file. A mutant the suite does not catch is a missing test. The results
-are printed as a table and written to build/mutants/results.md.
+test until its first failure, and restores the file. A mutant the suite does not catch is a
+missing test. The results are printed as a table and written to build/mutants/results.md.
 """
 import argparse
 import os
@@ -234,7 +234,8 @@ def try_mutant(build, mutant):
         built = run(["cmake", "--build", build, "-j2"])
         if built.returncode != 0:
             return {"result": "did not compile", "failed": "", "seconds": time.time() - start}
-        tested = run(["ctest", "--test-dir", build, "-j2", "--timeout", "60"],
+        # The first failing test is enough to call a mutant caught.
+        tested = run(["ctest", "--test-dir", build, "-j2", "--timeout", "60", "--stop-on-failure"],
                      env=dict(os.environ, QT_QPA_PLATFORM="offscreen"))
         failed = re.findall(r"^\s*\d+ - (\S+)", tested.stdout.split("tests FAILED")[-1],
                             re.MULTILINE) if tested.returncode != 0 else []
