@@ -10,6 +10,7 @@
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -55,16 +56,6 @@ struct Session {
         return received.find("(" + prefix) != std::string::npos;
     }
 
-    // The contents of the `n`th frame the bot sent, counting from 0; empty until it has all come.
-    std::string Frame(int n) const {
-        std::size_t open = 0;
-        for (;; --n) {
-            const std::size_t close = received.find(')', open);
-            if (close == std::string::npos) return "";
-            if (n == 0) return received.substr(open + 1, close - open - 1);
-            open = close + 1;
-        }
-    }
     // The port the serving bot said it waits on; 0 before it has.
     quint16 Port() const {
         static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
@@ -81,9 +72,10 @@ struct Session {
         ASSERT_TRUE(peer->waitForConnected(kWaitMs));
         // The bot announces itself first; a peer that speaks only the game's messages, as this
         // one does, passes over that and reads the deal.
-        ASSERT_TRUE(Until([&] { return !Frame(1).empty(); })) << bot.Story();
-        EXPECT_EQ(ReadMessage(Frame(0)).kind, MessageKind::kHello);
-        const Received deal = ReadMessage(Frame(1));
+        ASSERT_TRUE(Until([&] { return std::ranges::count(received, ')') >= 2; })) << bot.Story();
+        const QStringList frames = QString::fromStdString(received).split(')');
+        EXPECT_EQ(ReadMessage(frames[0].mid(1).toStdString()).kind, MessageKind::kHello);
+        const Received deal = ReadMessage(frames[1].mid(1).toStdString());
         ASSERT_EQ(deal.kind, MessageKind::kDeal);
         game.Stack = deal.stack;
         DealRound(game, kRoleClient);

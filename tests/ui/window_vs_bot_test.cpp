@@ -15,7 +15,6 @@
 #include <QClipboard>
 #include <QFile>
 #include <QGroupBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTcpServer>
@@ -29,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "dropping_line.h"
 #include "fakes.h"
 #include "game/meld_search.h"
 #include "game/state_digest.h"
@@ -49,34 +49,6 @@
 
 namespace kelvane {
 namespace {
-
-// A line between the window and the bot that the test can drop, resetting both ends; it counts
-// the calls made through it.
-struct Line : QObject {
-    explicit Line(quint16 to) {
-        listener.listen(QHostAddress::LocalHost, 0);
-        connect(&listener, &QTcpServer::newConnection, this, [this, to] {
-            near = listener.nextPendingConnection();
-            far = new QTcpSocket(this);
-            far->connectToHost(QHostAddress::LocalHost, to);
-            for (auto [from, onto] :
-                 {std::pair{near.data(), far.data()}, {far.data(), near.data()}}) {
-                connect(from, &QTcpSocket::readyRead, onto,
-                        [from, onto] { onto->write(from->readAll()); });
-                connect(from, &QTcpSocket::disconnected, onto, &QTcpSocket::disconnectFromHost);
-            }
-            ++calls;
-        });
-    }
-    quint16 port() const { return listener.serverPort(); }
-    void Drop() {
-        for (QTcpSocket* end : {near.data(), far.data()})
-            if (end) end->abort();
-    }
-    QTcpServer listener;
-    QPointer<QTcpSocket> near, far;
-    int calls = 0;
-};
 
 QString Spoken(QObject* object) {
     return QAccessible::queryAccessibleInterface(object)->text(QAccessible::Name);
@@ -227,7 +199,7 @@ class WindowAgainstBot : public ::testing::Test {
 // again when the player asks, and goes on with the same hands, table and scores to the game's end.
 TEST_F(WindowAgainstBot, CallingFromTheWelcomeByKeysPlaysAWholeGameThroughALineThatDrops) {
     test::Program bot("the bot", "Your opponent left.");
-    Line line(Serve(bot, {"--listen", "127.0.0.1"}));
+    test::DroppingLine line(Serve(bot, {"--listen", "127.0.0.1"}));
     window->table().UsePort(line.port());
     for (int tab = 0; tab < 3; ++tab) Key(Qt::Key_Tab);
     ASSERT_EQ(window->focusWidget(), window->welcomePanel()->clientButton());
@@ -260,7 +232,7 @@ TEST_F(WindowAgainstBot, ServingTakesItsClientBackThenPlaysAWholeGameWithANewCal
     const quint16 port = test::FreePort();
     window->table().UsePort(port);
     window->table().mnuServer_Click();
-    Line line(port);
+    test::DroppingLine line(port);
     test::Program bot("the bot", "");
     Call(bot, line.port());
     ASSERT_EQ(PlayUntil(bot, [&] { return MidRound(); }), "");
