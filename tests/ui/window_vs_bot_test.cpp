@@ -22,7 +22,6 @@
 #include <QTest>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -262,23 +261,16 @@ TEST_F(WindowAgainstBot, ServingTakesItsClientBackThenPlaysAWholeGameWithANewCal
         << newcomer.Story();
 }
 
-// The local addresses a process listens on, as the system lists them ("0100007F:A2B3" is
-// 127.0.0.1): its sockets' inodes found in the kernel's TCP tables.
-QStringList ListeningOn(qint64 pid) {
-    QStringList inodes, addresses;
-    for (const auto& fd :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd")) {
-        std::error_code error;
-        const std::string target = std::filesystem::read_symlink(fd, error).string();
-        if (target.starts_with("socket:["))
-            inodes << QString::fromStdString(target.substr(8)).chopped(1);
-    }
+// The local addresses the system lists as listening on `port` ("0100007F:A2B3" is 127.0.0.1).
+QStringList ListeningOn(quint16 port) {
+    const QString end = QString(":%1").arg(port, 4, 16, QChar('0')).toUpper();
+    QStringList addresses;
     for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
         QFile file(table);
         if (!file.open(QIODevice::ReadOnly)) continue;
         for (const QByteArray& line : file.readAll().split('\n')) {
             const QStringList f = QString(line).split(' ', Qt::SkipEmptyParts);
-            if (f.size() > 9 && f[3] == "0A" && inodes.contains(f[9])) addresses << f[1];
+            if (f.size() > 3 && f[3] == "0A" && f[1].endsWith(end)) addresses << f[1];
         }
     }
     return addresses;
@@ -298,7 +290,7 @@ TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWi
     };
     ASSERT_TRUE(QTest::qWaitFor(dealt, test::kStalledAfterMs)) << "the computer never dealt";
     const qint64 first = window->computerOpponent()->processId();
-    const QStringList listening = ListeningOn(first);
+    const QStringList listening = ListeningOn(socket->findChild<QTcpSocket*>()->peerPort());
     ASSERT_EQ(listening.size(), 1) << listening.join(' ').toStdString();
     EXPECT_TRUE(listening[0].startsWith("0100007F:")) << listening[0].toStdString();
     EXPECT_FALSE(window->welcomePanel()->isVisible());
