@@ -35,19 +35,14 @@ namespace {
 using Moves = std::array<FastMove, kMostMelds + 2 * kCardsInDeck>;
 using MeldKey = std::pair<CardSet, int>;
 
-Seat SeatOf(int seat) {
-    return seat == 0 ? Seat::kLocal : Seat::kRemote;
-}
-
-std::vector<Int16> CardList(CardSet cards) {
-    std::vector<Int16> list;
-    for (int card = 1; card <= kCardsInDeck; ++card)
-        if (cards & Bit(card)) list.push_back(Int16(card));
-    return list;
-}
+// The simulation's seats 0 and 1 as the engine names them.
+constexpr Seat kSeat[] = {Seat::kLocal, Seat::kRemote};
 
 MeldMove ToMeldMove(const FastMeld& m) {
-    return {CardList(m.cards), m.column == kNoColumn ? kNewColumn : m.column};
+    std::vector<Int16> cards;
+    for (int card = 1; card <= kCardsInDeck; ++card)
+        if (m.cards & Bit(card)) cards.push_back(Int16(card));
+    return {cards, m.column == kNoColumn ? kNewColumn : m.column};
 }
 
 // A round dealt by the server as the engine deals it; odd seeds give the client the first move.
@@ -69,7 +64,7 @@ std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
     const GameState& view = seat == 0 ? s : hers;
     std::set<MeldKey> melds;
     for (const MeldMove& m : AllMelds(view)) {
-        if (!CanMeld(s, SeatOf(seat), m).ok()) continue;
+        if (!CanMeld(s, kSeat[seat], m).ok()) continue;
         CardSet cards = 0;
         for (Int16 card : m.cards) cards |= Bit(card.value());
         melds.insert({cards, m.column == kNewColumn ? kNoColumn : m.column});
@@ -80,7 +75,7 @@ std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
 // Every legal move of the simulation is one the engine accepts, and the engine accepts no other.
 void ExpectSameMoves(const GameState& s, const FastRound& r, const Moves& moves, int n) {
     const int seat = r.Mover();
-    const Seat which = SeatOf(seat);
+    const Seat which = kSeat[seat];
     std::set<MeldKey> melds;
     std::set<int> draws, discards;
     for (int i = 0; i < n; ++i) {
@@ -104,22 +99,12 @@ void ExpectSameMoves(const GameState& s, const FastRound& r, const Moves& moves,
 
 // The move through the engine's own transitions, the round scored as the engine scores it.
 void ApplyToEngine(GameState& s, int seat, const FastMove& m) {
-    const Seat which = SeatOf(seat);
-    switch (m.kind) {
-        case FastMove::kStack:
-            DrawFromStack(s, which);
-            break;
-        case FastMove::kUpPile:
-            TakeFromUpPile(s, which, Int16(m.position));
-            break;
-        case FastMove::kMeld:
-            Meld(s, which, ToMeldMove(m.meld));
-            break;
-        case FastMove::kDiscard:
-            Discard(s, which, Int16(m.card));
-            if (RoundHasEnded(s)) EndRound(s);
-            break;
-    }
+    const Seat which = kSeat[seat];
+    if (m.kind == FastMove::kStack) DrawFromStack(s, which);
+    if (m.kind == FastMove::kUpPile) TakeFromUpPile(s, which, Int16(m.position));
+    if (m.kind == FastMove::kMeld) Meld(s, which, ToMeldMove(m.meld));
+    if (m.kind == FastMove::kDiscard) Discard(s, which, Int16(m.card));
+    if (m.kind == FastMove::kDiscard && RoundHasEnded(s)) EndRound(s);
 }
 
 struct Replay {

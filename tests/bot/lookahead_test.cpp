@@ -8,16 +8,54 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bot/bot_policy.h"
 #include "bot/search.h"
 #include "engine/table.h"
+#include "headless/policy.h"
 #include "sim/duel.h"
-#include "watched_seat.h"
 
 namespace kelvane::bot {
 namespace {
+
+// A computer player that notes the engine's whole state whenever it is about to decide a draw or
+// a plan: each gesture with nothing selected (before each meld and before the discard).
+template <typename Player>
+class Watched : public Policy {
+  public:
+    template <typename... Args>
+    explicit Watched(std::vector<GameState>& states, Args&&... args)
+        : states_(states), player_(std::forward<Args>(args)...) {}
+    void Act(Table& table) override {
+        bool selecting = false;
+        for (Int16 i = 0; i < table.state().LocalCount; ++i) selecting |= table.IsSelected(i);
+        if (!selecting) states_.push_back(table.state());
+        player_.Act(table);
+    }
+
+  private:
+    std::vector<GameState>& states_;
+    Player player_;
+};
+
+// The same position with the stock's order and the opponent's cards not known to be in his hand
+// dealt out afresh over the same places.
+GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
+    GameState out = s;
+    std::vector<Int16*> hidden;
+    for (Int16 i = 0; i < s.StackCount; ++i) hidden.push_back(&out.Stack[i]);
+    const auto known = s.KnownCards.begin(), knownEnd = known + s.KnownCount.value();
+    for (Int16 i = 0; i < s.RemoteCount; ++i)
+        if (std::find(known, knownEnd, s.RemoteHand[i]) == knownEnd)
+            hidden.push_back(&out.RemoteHand[i]);
+    std::vector<Int16> cards;
+    for (Int16* slot : hidden) cards.push_back(*slot);
+    std::shuffle(cards.begin(), cards.end(), random);
+    for (std::size_t k = 0; k < hidden.size(); ++k) *hidden[k] = cards[k];
+    return out;
+}
 
 constexpr LookaheadBudget kRepeatable{24, 0};
 
@@ -53,9 +91,9 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
         std::vector<GameState> states;
         for (const std::uint64_t seed : {3u, 4u, 5u}) {
             BotPolicy other;
-            test::Watched<BotPolicy> first(states), second(states);
-            test::Watched<LookaheadPolicy> ahead(states, kRepeatable, seed,
-                                                 level == 3 ? kLevel3Search : LookaheadSearch{});
+            Watched<BotPolicy> first(states), second(states);
+            Watched<LookaheadPolicy> ahead(states, kRepeatable, seed,
+                                           level == 3 ? kLevel3Search : LookaheadSearch{});
             Policy& player = level == 1 ? static_cast<Policy&>(first) : ahead;
             Policy& opponent = level == 1 ? static_cast<Policy&>(second) : other;
             const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, player, opponent, 6)
@@ -68,7 +106,7 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
         for (std::size_t i = 0; i < states.size(); i += 2) {
             const GameState& s = states[i];
             const std::string decision = Decision(s, level);
-            ASSERT_EQ(decision, Decision(test::Rescrambled(s, random), level)) << "state " << i;
+            ASSERT_EQ(decision, Decision(Rescrambled(s, random), level)) << "state " << i;
             if (level > 1) {
                 changedBySeed += decision != Decision(s, level, 6);
                 continue;
@@ -94,7 +132,7 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
 // stands in it, takes the first of equals, and spends no more play-outs than level 2 would.
 TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
     std::vector<GameState> states;
-    test::Watched<BotPolicy> a(states), b(states);
+    Watched<BotPolicy> a(states), b(states);
     ASSERT_EQ(sim::PlayDuel(9, a, b, 1).failure, "");
     const GameState& s = states.at(states.size() / 2);
     struct Case {
@@ -121,7 +159,7 @@ TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
 // have laid once he has had a turn.
 TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
     std::vector<GameState> states;
-    test::Watched<LookaheadPolicy> a(states, kRepeatable, 1), b(states, kRepeatable, 2);
+    Watched<LookaheadPolicy> a(states, kRepeatable, 1), b(states, kRepeatable, 2);
     ASSERT_EQ(sim::PlayDuel(9, a, b, 3).failure, "");
     std::mt19937_64 random(3);
     int knownKept = 0;

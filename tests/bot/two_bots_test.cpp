@@ -10,17 +10,15 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "dropping_line.h"
 #include "game_watch.h"
 
 namespace kelvane {
@@ -50,61 +48,8 @@ struct Pairing {
     friend void PrintTo(const Pairing& p, std::ostream* os) { *os << p.name; }
 };
 
-// A line between the two bots that drops the connection each time the bytes it has carried from
-// the server reach the next of `dropAt`: what it holds of that arrival beyond the mark is lost,
-// and both ends are reset, as when a router goes down. The client calls again through it.
-struct DroppingRelay {
-    DroppingRelay(quint16 port, std::vector<qint64> marks)
-        : serverPort(port), dropAt(std::move(marks)) {
-        listener.listen(QHostAddress::LocalHost, 0);
-    }
-
-    // Takes a new call, carries what waits either way, drops the line at the next mark, and
-    // passes a close on from one end to the other.
-    void Pump() {
-        if (!client && listener.waitForNewConnection(0)) {
-            client.reset(listener.nextPendingConnection());
-            server = std::make_unique<QTcpSocket>();
-            server->connectToHost(QHostAddress::LocalHost, serverPort);
-            server->waitForConnected(1000);
-            // Each move is a few bytes answered at once; none may wait for an acknowledgement.
-            for (QTcpSocket* end : {client.get(), server.get()})
-                end->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-        }
-        if (!client) return;
-        client->waitForReadyRead(1);
-        server->write(client->readAll());
-        server->flush();
-        server->waitForReadyRead(1);
-        QByteArray down = server->readAll();
-        const bool drop = !dropAt.empty() && carried + down.size() >= dropAt.front();
-        if (drop) down.truncate(dropAt.front() - carried), dropAt.erase(dropAt.begin());
-        carried += down.size();
-        client->write(down);
-        client->flush();
-        if (!drop && client->state() == QAbstractSocket::ConnectedState &&
-            server->state() == QAbstractSocket::ConnectedState)
-            return;
-        for (QTcpSocket* end : {client.get(), server.get()}) {
-            if (drop)
-                end->abort();
-            else
-                end->disconnectFromHost();
-            if (end->state() != QAbstractSocket::UnconnectedState) end->waitForDisconnected(100);
-        }
-        client.reset();
-        server.reset();
-    }
-
-    QTcpServer listener;
-    std::unique_ptr<QTcpSocket> client, server;
-    quint16 serverPort;
-    std::vector<qint64> dropAt;
-    qint64 carried = 0;
-};
-
 // A serving and a connecting kelvane-bot over loopback, the client sent to the port the server
-// names, or through a relay that drops the line at `dropAt`. A bot that stops playing or leaves
+// names, or through a line that drops at `dropAt`. A bot that stops playing or leaves
 // early ends the game at once: the reason, told with both stories, is returned; empty when both
 // left as they should.
 std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Program& client,
@@ -117,19 +62,18 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
                  QStringList{"--serve", "--port", "0", "--delay", "0", "--seed",
                              QString::number(pairing.serverSeed), "--rounds", rounds} +
                      level);
-    std::optional<DroppingRelay> relay;
+    std::optional<test::DroppingLine> line;
     const auto wait = [&] {
-        if (relay) relay->Pump();
+        QCoreApplication::processEvents();
         for (test::Program* bot : {&server, &client})
-            if (bot->running()) bot->process().waitForReadyRead(relay ? 1 : 20);
+            if (bot->running()) bot->process().waitForReadyRead(line ? 1 : 20);
     };
     static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
     const std::string stopped = test::Watch(
         {&server}, [&] { return listening.match(server.err()).hasMatch(); }, wait);
     if (!stopped.empty()) return stopped;
     QString port = listening.match(server.err()).captured(1);
-    if (!dropAt.empty())
-        port = QString::number(relay.emplace(port.toUShort(), dropAt).listener.serverPort());
+    if (!dropAt.empty()) port = QString::number(line.emplace(port.toUShort(), dropAt).port());
     client.Start(KELVANE_BOT_PATH,
                  QStringList{"--connect", (pairing.overIPv6 ? "[::1]:" : "127.0.0.1:") + port,
                              "--delay", "0", "--seed", QString::number(pairing.clientSeed)} +

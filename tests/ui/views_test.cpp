@@ -146,8 +146,10 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
 
 // The opponent's cards show their faces only for cards he took from the up pile, and only once
 // the hidden phrase has turned them up; only a redraw of the player's own hand drops his selection.
-TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndKeepTheSelectionUnlessTheOwnHandIsRedrawn) {
-    test::SetHand(state(), "AS 2S 3S");
+// A selected card in the fanned hand, where each card shows a strip, changes enough of that strip
+// for a player to see it: compared in the rendered pixels of the hand, not in the flag.
+TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndTheSelectionVisiblyUntilTheOwnHandIsRedrawn) {
+    test::SetHand(state(), "AS 2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS");
     test::SetRemoteHand(state(), "9S TS");
     state().KnownCount = test::Fill(state().KnownCards, "TS");
     for (const bool reveal : {false, true}) {
@@ -165,6 +167,24 @@ TEST_F(WindowViews, RedrawsShowOnlyKnownCardsAndKeepTheSelectionUnlessTheOwnHand
         EXPECT_EQ(window.imgLocal(1)->selected(), which == 'R') << which;
         EXPECT_EQ(window.imgLocal(1)->toolTip(), "Two of Spades");
     }
+    auto* hand = window.findChild<QGroupBox*>("frLocalHand");
+    const QImage plain = hand->grab().toImage();
+    window.ShowSelection(5, true);
+    const QImage marked = hand->grab().toImage();
+    // The strip of card 5 that card 6 leaves uncovered.
+    const QRect strip =
+        QRect(window.imgLocal(5)->geometry().topLeft(),
+              QPoint(window.imgLocal(6)->x() - 1, window.imgLocal(5)->geometry().bottom()))
+            .intersected(hand->rect());
+    int changed = 0;
+    for (int y = strip.top(); y <= strip.bottom(); ++y)
+        for (int x = strip.left(); x <= strip.right(); ++x) {
+            const QColor a = plain.pixelColor(x, y), b = marked.pixelColor(x, y);
+            changed += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
+                           std::abs(a.blue() - b.blue()) >=
+                       40;
+        }
+    EXPECT_GE(changed * 2, strip.width() * strip.height()) << changed << " pixels changed";
 }
 
 // How much of `text` the label cannot show in its font: 0 when it fits whole.
@@ -244,31 +264,6 @@ TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
     for (const char* text : {"You won that round", "Your opponent won that round",
                              "You tied that round", "You Won the Game!", "You Lost the Game!"})
         EXPECT_EQ(Overflow(dialog.findChild<QLabel*>("Label1"), text), 0) << text;
-}
-
-// A selected card in a fanned hand, where each card shows a strip, changes enough of that strip
-// for a player to see it: compared in the rendered pixels of the hand, not in the flag.
-TEST_F(WindowViews, ASelectedCardChangesMostOfItsVisibleStripInAFannedHand) {
-    test::SetHand(state(), "AS 2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS");
-    window.RefreshHands('L');
-    auto* hand = window.findChild<QGroupBox*>("frLocalHand");
-    const QImage plain = hand->grab().toImage();
-    window.ShowSelection(5, true);
-    const QImage marked = hand->grab().toImage();
-    // The strip of card 5 that card 6 leaves uncovered.
-    const QRect strip =
-        QRect(window.imgLocal(5)->geometry().topLeft(),
-              QPoint(window.imgLocal(6)->x() - 1, window.imgLocal(5)->geometry().bottom()))
-            .intersected(hand->rect());
-    int changed = 0;
-    for (int y = strip.top(); y <= strip.bottom(); ++y)
-        for (int x = strip.left(); x <= strip.right(); ++x) {
-            const QColor a = plain.pixelColor(x, y), b = marked.pixelColor(x, y);
-            changed += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) +
-                           std::abs(a.blue() - b.blue()) >=
-                       40;
-        }
-    EXPECT_GE(changed * 2, strip.width() * strip.height()) << changed << " pixels changed";
 }
 
 // The window opens at the design size where it fits, and inside a smaller screen area otherwise,
