@@ -4,20 +4,28 @@
 // other duel, and prints the games won, the points per round of each side and the speed.
 //
 //   kelvane-arena [--rounds N] [--seed S] [--level 1|2|3] [--against random|1|2|3]
-//                 [--playouts N] [--think-ms MS]
+//                 [--playouts N] [--think-ms MS] [--jobs N]
 //
 // Levels 2 and 3's budget: deals played out per candidate (--playouts) and a time limit per
 // decision
 // (--think-ms, default 0 here: none, so that a seed gives the same games on any machine).
 // Against itself it shows how often the rules leave a player of two bots nothing to draw.
+// --jobs N plays the duels on N threads. Each duel's players, shuffles and play are its own and
+// seeded by its number alone, and the totals are summed in the duels' order, so the figures are
+// those of a serial run whatever the threads' schedule.
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 #include "bot/bot_policy.h"
 #include "bot/lookahead.h"
@@ -63,6 +71,17 @@ std::unique_ptr<kelvane::Policy> Player(int level, std::uint64_t seed,
     return std::make_unique<RandomPolicy>(seed);
 }
 
+// One duel of the run: its number decides its seed and who serves, `rounds` how long it lasts.
+struct DuelPlan {
+    long long number = 0;
+    int rounds = 0;
+};
+
+struct Played {
+    int rounds = 0;  // the length it was played for
+    DuelResult result;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -72,6 +91,7 @@ int main(int argc, char** argv) {
     int against = 0;
     unsigned long long playouts = LookaheadBudget{}.playouts;
     unsigned long long thinkMs = 0;
+    unsigned long long jobs = 1;
     for (int i = 1; i < argc; i += 2) {
         const std::string_view arg = argv[i];
         const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
@@ -84,6 +104,8 @@ int main(int argc, char** argv) {
             ok = ReadNumber(value, playouts) && playouts >= 1 && playouts <= 1'000'000;
         else if (arg == "--think-ms")
             ok = ReadNumber(value, thinkMs) && thinkMs <= 60'000;
+        else if (arg == "--jobs")
+            ok = ReadNumber(value, jobs) && jobs >= 1 && jobs <= 256;
         else if (arg == "--against") {
             // "bot" is the first level, as before there was a second.
             ok =
@@ -93,29 +115,71 @@ int main(int argc, char** argv) {
         if (!ok) {
             std::fprintf(stderr,
                          "usage: kelvane-arena [--rounds N] [--seed S] [--level 1|2|3] "
-                         "[--against random|1|2|3] [--playouts N] [--think-ms MS]\n");
+                         "[--against random|1|2|3] [--playouts N] [--think-ms MS] "
+                         "[--jobs N]\n"
+                         "  --jobs N  plays the duels on N threads (default 1); the figures are "
+                         "those of one thread\n");
             return 2;
         }
     }
 
-    Tally t;
-    const auto start = std::chrono::steady_clock::now();
-    while (t.rounds < static_cast<long long>(rounds)) {
-        const std::uint64_t duelSeed = seed + static_cast<std::uint64_t>(t.duels);
-        const bool botServes = t.duels % 2 == 0;
-        const LookaheadBudget budget{static_cast<int>(playouts), static_cast<int>(thinkMs)};
+    const LookaheadBudget budget{static_cast<int>(playouts), static_cast<int>(thinkMs)};
+    const auto play = [&](const DuelPlan& plan) {
+        const std::uint64_t duelSeed = seed + static_cast<std::uint64_t>(plan.number);
         const std::unique_ptr<kelvane::Policy> player =
             Player(static_cast<int>(level), duelSeed * 104729 + 1, budget);
         const std::unique_ptr<kelvane::Policy> other = Player(against, duelSeed * 7919, budget);
-        kelvane::Policy& bot = *player;
-        kelvane::Policy& random = *other;
-        const int left = static_cast<int>(
-            std::min<long long>(kRoundsPerDuel, static_cast<long long>(rounds) - t.rounds));
-        const DuelResult r = botServes ? PlayDuel(duelSeed, bot, random, left)
-                                       : PlayDuel(duelSeed, random, bot, left);
+        // The bot serves in every other duel.
+        return plan.number % 2 == 0 ? PlayDuel(duelSeed, *player, *other, plan.rounds)
+                                    : PlayDuel(duelSeed, *other, *player, plan.rounds);
+    };
+
+    // A duel that ends stuck plays fewer rounds than it was given, and the duels after it then
+    // start later in the run. The duels are planned as though each ran its length, played, and
+    // planned again from the results until every duel of the plan has been played for the length
+    // the serial run would give it.
+    std::vector<std::optional<Played>> played;
+    const auto start = std::chrono::steady_clock::now();
+    for (;;) {
+        std::vector<DuelPlan> due;
+        long long planned = 0;
+        for (long long n = 0; planned < static_cast<long long>(rounds); ++n) {
+            const int left = static_cast<int>(
+                std::min<long long>(kRoundsPerDuel, static_cast<long long>(rounds) - planned));
+            const auto i = static_cast<std::size_t>(n);
+            if (i >= played.size()) played.resize(i + 1);
+            if (played[i] && played[i]->rounds == left) {
+                // A failed duel ends the run there; the duels after it do not count.
+                if (!played[i]->result.failure.empty()) break;
+                planned += played[i]->result.rounds;
+            } else {
+                due.push_back({n, left});
+                planned += left;
+            }
+        }
+        if (due.empty()) break;
+        std::vector<DuelResult> results(due.size());
+        std::atomic<std::size_t> next{0};
+        const auto work = [&] {
+            for (std::size_t k = next++; k < due.size(); k = next++) results[k] = play(due[k]);
+        };
+        std::vector<std::thread> threads;
+        for (unsigned long long j = 1; j < std::min<unsigned long long>(jobs, due.size()); ++j)
+            threads.emplace_back(work);
+        work();
+        for (std::thread& thread : threads) thread.join();
+        for (std::size_t k = 0; k < due.size(); ++k)
+            played[static_cast<std::size_t>(due[k].number)] = Played{due[k].rounds, results[k]};
+    }
+
+    Tally t;
+    for (long long n = 0; t.rounds < static_cast<long long>(rounds); ++n) {
+        const DuelResult& r = played[static_cast<std::size_t>(n)]->result;
+        const bool botServes = n % 2 == 0;
         if (!r.failure.empty()) {
             std::fprintf(stderr, "duel with seed %llu failed: %s\n",
-                         static_cast<unsigned long long>(duelSeed), r.failure.c_str());
+                         static_cast<unsigned long long>(seed + static_cast<std::uint64_t>(n)),
+                         r.failure.c_str());
             return 1;
         }
         ++t.duels;
