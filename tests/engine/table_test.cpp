@@ -477,17 +477,32 @@ TEST(Session, LosingTheOpponentEndsTheGame) {
     EXPECT_TRUE(listening.socket.sent.empty());
 }
 
-// The hidden phrase turns the opponent's known cards up and never leaves the table.
+// A typed line goes out escaped and shows as typed; the other side shows it without its leading
+// spaces. The hidden phrase turns the opponent's known cards up and never leaves the table.
 TEST(Chat, EscapedOnTheWireShownAsTyped) {
-    Opponent o;
-    for (const char* line : {"a (b) c", "", "peekatthehands", " peekatthehands"})
-        o.table.cmdSend_Click(line);
-    EXPECT_EQ(o.socket.sent, (std::vector<std::string>{"(C:a {LPAREN}b{RPAREN} c)", "(C:)",
-                                                       "(C: peekatthehands)"}));
-    EXPECT_TRUE(o.s.RevealOpponent);
-    o.Arrive("(C:   x {LPAREN}y{RPAREN})");
-    EXPECT_EQ(o.table.transcript().text(),
-              "YOU: a (b) c\r\nYOU: \r\nYOU:  peekatthehands\r\nOPPONENT: x (y)");
+    struct Case {
+        std::string typed, sent, shownThere;  // nothing sent: the hidden phrase
+    };
+    const Case cases[] = {
+        {"hi (again)", "(C:hi {LPAREN}again{RPAREN})", "hi (again)"},
+        {"", "(C:)", ""},
+        {"   hello ", "(C:   hello )", "hello "},
+        {"{LPAREN}", "(C:{LPAREN})", "("},
+        {"{lparen})", "(C:{lparen}{RPAREN})", "{lparen})"},
+        {" peekatthehands", "(C: peekatthehands)", "peekatthehands"},
+        {"peekatthehands", "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.typed);
+        Opponent o;
+        o.table.cmdSend_Click(c.typed);
+        const bool hidden = c.sent.empty();
+        EXPECT_EQ(o.socket.sent, std::vector<std::string>(hidden ? 0 : 1, c.sent));
+        EXPECT_EQ(o.s.RevealOpponent, hidden);
+        o.Arrive(c.sent);
+        EXPECT_EQ(o.table.transcript().text(),
+                  hidden ? "" : "YOU: " + c.typed + "\r\nOPPONENT: " + c.shownThere);
+    }
 }
 
 TEST(Transcript, SpeakerNamesAreColouredUpToTheFirstSpaceOneLineAtATime) {

@@ -64,7 +64,9 @@ struct Break {
     const char* report;  // a part of what the checker must say
 };
 
-TEST(Invariants, EachBreakOfOneStateIsReported) {
+// Each break of one state is reported, and each way the two copies fall out of step, which also
+// changes the digest two Kelvane programs compare at every round's end.
+TEST(Invariants, EachBreakIsReportedAndChangesTheDigest) {
     const Int16 tabled = Card("7D"), stocked = MirroredDeal().first.Stack[0];
     const Break cases[] = {
         {"a card in two places",
@@ -102,17 +104,6 @@ TEST(Invariants, EachBreakOfOneStateIsReported) {
          [](auto& s, auto&) { std::swap(s.LocalHand[0], s.LocalHand[1]); }, "display order"},
         {"the must-meld card taken alone",
          [](auto& s, auto&) { s.MustMeldCard = s.TakenUpCard = s.LocalHand[0]; }, "must-meld"},
-    };
-    for (const Break& c : cases) {
-        auto [server, client] = MirroredDeal();
-        c.edit(server, client);
-        EXPECT_PRED_FORMAT2(testing::IsSubstring, c.report, CheckInvariants(server)) << c.what;
-    }
-}
-
-// Each is also a change of the digest two Kelvane programs compare at every round's end.
-TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReportedAndChangesTheDigest) {
-    const Break cases[] = {
         {"the server's hand not copied",
          [](auto&, auto& b) { std::swap(b.RemoteHand[0], b.Stack[0]); }, "server's hand differs"},
         {"a hand copy short a card", [](auto&, auto& b) { b.RemoteCount -= 1; },
@@ -140,9 +131,13 @@ TEST(Invariants, EachWayTheCopiesFallOutOfStepIsReportedAndChangesTheDigest) {
     for (const Break& c : cases) {
         auto [server, client] = MirroredDeal();
         c.edit(server, client);
-        EXPECT_PRED_FORMAT2(testing::IsSubstring, c.report, CheckMirrored(server, client))
-            << c.what;
-        EXPECT_NE(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote)) << c.what;
+        std::string report = CheckInvariants(server);
+        if (report.empty()) {  // the copies fall out of step
+            report = CheckMirrored(server, client);
+            EXPECT_NE(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote))
+                << c.what;
+        }
+        EXPECT_PRED_FORMAT2(testing::IsSubstring, c.report, report) << c.what;
     }
 }
 
