@@ -219,11 +219,8 @@ TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
              // A quick test, not a search: the ace closing Q K A still counts below the two.
              {"QC KC AC", "", "2C", "3C", true},
          }) {
-        GameState s;
-        test::AddTableMelds(s, c.table);
-        test::SetUpPile(s, c.upPile);
-        test::SetHand(s, c.hand);
-        EXPECT_EQ(CheckMeld(s, test::Card(c.card)), c.meldable)
+        EXPECT_EQ(CheckMeld(test::Position(c.hand, c.upPile, c.table), test::Card(c.card)),
+                  c.meldable)
             << c.table << " / " << c.upPile << " / " << c.hand << " / " << c.card;
     }
 }

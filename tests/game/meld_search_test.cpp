@@ -16,19 +16,7 @@ namespace kelvane {
 namespace {
 
 using test::Card;
-
-// The player to move, after drawing, with this hand, table ("6H 7H 8H | 9S 9D 9C") and up pile.
-GameState Drawn(const char* hand, const char* table = "", const char* upPile = "") {
-    GameState s;
-    s.MyTurn = true;
-    s.HasDrawn = true;
-    s.StackCount = 10;
-    test::SetHand(s, hand);
-    SortHand(s);
-    test::SetUpPile(s, upPile);
-    test::AddTableMelds(s, table);
-    return s;
-}
+using test::Position;
 
 // The cards in the order the rules judge them.
 MeldList Sorted(const std::vector<Int16>& cards) {
@@ -86,7 +74,7 @@ GameState RandomPosition(std::mt19937_64& random) {
             pool.push_back(code);
     }
     std::shuffle(pool.begin(), pool.end(), random);
-    GameState s = Drawn("");
+    GameState s = Position("");
     for (int attempt = 0; attempt < 6 && s.TableMelds.ColumnCount() < 3; ++attempt) {
         const int suit = static_cast<int>(random() % 4) + 1;
         const int rank = static_cast<int>(random() % 12) + 1;
@@ -122,12 +110,12 @@ TEST(MeldSearch, FindsExactlyTheMeldsTheRulesAccept) {
 
 TEST(MeldSearch, OnlyActualMeldsCountNotTheQuickTest) {
     // Q-K-A of clubs on the table: 2C and 3C in the hand neither wrap round it nor meld alone.
-    EXPECT_TRUE(MeldsWith(Drawn("2C 3C 9H", "QC KC AC"), Card("3C")).empty());
-    EXPECT_EQ(AllMelds(Drawn("2C 3C 4C", "QC KC AC")).size(), 1u);
-    EXPECT_EQ(AllMelds(Drawn("JC", "QC KC AC")).size(), 1u);
-    EXPECT_EQ(AllMelds(Drawn("AS", "2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS")).size(), 1u)
+    EXPECT_TRUE(MeldsWith(Position("2C 3C 9H", "", "QC KC AC"), Card("3C")).empty());
+    EXPECT_EQ(AllMelds(Position("2C 3C 4C", "", "QC KC AC")).size(), 1u);
+    EXPECT_EQ(AllMelds(Position("JC", "", "QC KC AC")).size(), 1u);
+    EXPECT_EQ(AllMelds(Position("AS", "", "2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS")).size(), 1u)
         << "the one ace closes two to king at one end or the other, not at both";
-    GameState s = Drawn("2C 6H", "", "7H 5H 9S");
+    GameState s = Position("2C 6H", "7H 5H 9S");
     s.HasDrawn = false;
     EXPECT_TRUE(MeldableAfterTake(s, 0)) << "5H comes along and makes 5H 6H 7H";
     EXPECT_FALSE(MeldableAfterTake(s, 1));
@@ -152,11 +140,11 @@ TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
         {"9C", "", "5H", "", "", true, true},
     };
     for (const Case& c : cases) {
-        GameState s = Drawn(c.hand, c.table, c.upPile);
+        GameState s = Position(c.hand, c.upPile, c.table);
         if (*c.takenAlone) s.TakenUpCard = Card(c.takenAlone);
         if (*c.mustMeld) s.MustMeldCard = Card(c.mustMeld);
         s.HasDrawn = !c.stockEmpty;
-        s.StackCount = c.stockEmpty ? 0 : 10;
+        if (c.stockEmpty) s.StackCount = 0;
         EXPECT_TRUE(c.stockEmpty || TurnCanEnd(s) == c.canEnd) << c.hand << " / " << c.table;
         EXPECT_EQ(WhyTurnCannotEnd(s).empty(), c.canEnd) << c.hand << " / " << c.table;
     }

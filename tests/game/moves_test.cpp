@@ -15,22 +15,7 @@ namespace {
 using test::Card;
 using test::Cards;
 using test::Names;
-
-// A round in play with the seat to move having drawn or not. The seat's hand, the other hand,
-// the up pile (bottom first) and the table are given; the stock holds five cards.
-GameState Position(Seat seat, const char* hand, const char* upPile, const char* table = "",
-                   bool drawn = true) {
-    GameState s;
-    s.RoundInPlay = true;
-    s.MyTurn = seat == Seat::kLocal;
-    s.HasDrawn = drawn;
-    test::SetHand(s, seat == Seat::kLocal ? hand : "KC");
-    test::SetRemoteHand(s, seat == Seat::kRemote ? hand : "KC");
-    test::SetUpPile(s, upPile);
-    test::AddTableMelds(s, table);
-    s.StackCount = test::Fill(s.Stack, "2S 3S 4S 5S 6S");
-    return s;
-}
+using test::Position;
 
 // Each refusal, for both seats: the rules are the same whoever moves.
 TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
@@ -103,7 +88,7 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
     for (const Case& c : cases) {
         for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
             SCOPED_TRACE(std::string(c.what) + (seat == Seat::kLocal ? ", local" : ", remote"));
-            const GameState s = Position(seat, c.hand, c.upPile, c.table, c.drawn);
+            const GameState s = Position(c.hand, c.upPile, c.table, seat, c.drawn);
             EXPECT_EQ(c.ask(s, seat), c.expected) << RefusalName(c.ask(s, seat).refusal);
             // Nobody else may move: the other seat, or anyone between rounds.
             EXPECT_EQ(c.ask(s, Opposite(seat)).refusal, Refusal::kNotYourTurn);
@@ -118,7 +103,7 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
 TEST(Moves, DutiesFromTheUpPileBindTheTakerUntilMetOrRedrawn) {
     for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
         SCOPED_TRACE(seat == Seat::kLocal ? "local" : "remote");
-        GameState s = Position(seat, "5D 6D 9H", "4D JS 7C", "", false);
+        GameState s = Position("5D 6D 9H", "4D JS 7C", "", seat, false);
         TakeFromUpPile(s, seat, 2);
         EXPECT_EQ(TakenUp(s, seat), Card("7C"));
         EXPECT_EQ(CanDiscard(s, seat, Card("7C")), (Verdict{Refusal::kTakenAlone, Card("7C")}));
@@ -128,7 +113,7 @@ TEST(Moves, DutiesFromTheUpPileBindTheTakerUntilMetOrRedrawn) {
         EXPECT_EQ(TakenUp(s, seat), 0);
         EXPECT_TRUE(CanDiscard(s, seat, Card("7C")).ok());
 
-        GameState below = Position(seat, "5D 6D 9H", "4D JS", "", false);
+        GameState below = Position("5D 6D 9H", "4D JS", "", seat, false);
         TakeFromUpPile(below, seat, 0);
         EXPECT_EQ(MustMeld(below, seat), Card("4D"));
         EXPECT_EQ(TakenUp(below, seat), 0);
@@ -146,13 +131,13 @@ TEST(Moves, DutiesFromTheUpPileBindTheTakerUntilMetOrRedrawn) {
 // credits and the turn.
 TEST(Moves, TransitionsLeaveTheStateTheRulesDescribe) {
     // Ours is kept in display order, the opponent's in the order his cards came.
-    GameState local = Position(Seat::kLocal, "9H 2C", "3D");
+    GameState local = Position("9H 2C", "3D");
     local.HasDrawn = false;
     EXPECT_EQ(DrawFromStack(local, Seat::kLocal), Card("6S"));
     EXPECT_EQ(Names(local.LocalHand, local.LocalCount), "2C 6S 9H");
     EXPECT_EQ(local.StackCount, 4);
     EXPECT_TRUE(local.HasDrawn);
-    GameState remote = Position(Seat::kRemote, "9H 2C", "3D JS 7C", "", false);
+    GameState remote = Position("9H 2C", "3D JS 7C", "", Seat::kRemote, false);
     TakeFromUpPile(remote, Seat::kRemote, 1);
     EXPECT_EQ(Names(remote.RemoteHand, remote.RemoteCount), "9H 2C 7C JS") << "top card first";
     EXPECT_EQ(Names(remote.UpPile, remote.UpCount), "3D");
@@ -166,7 +151,7 @@ TEST(Moves, TransitionsLeaveTheStateTheRulesDescribe) {
     // A lay-off rewrites the whole column in meld order and credits only the new cards; an ace
     // counts low beside a two. Melding out floats and passes the turn without a discard.
     for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
-        GameState s = Position(seat, "AC 2C", "9D", "3C 4C 5C");
+        GameState s = Position("AC 2C", "9D", "3C 4C 5C", seat);
         const int sign = seat == Seat::kLocal ? 1 : -1;
         s.MeldCredit[Card("3C")] = s.MeldCredit[Card("4C")] = s.MeldCredit[Card("5C")] = 5 * sign;
         EXPECT_EQ(Meld(s, seat, {Cards("AC 2C"), 0}), 0);
@@ -185,8 +170,7 @@ TEST(Moves, TransitionsLeaveTheStateTheRulesDescribe) {
         EXPECT_FALSE(Floating(s, seat));
         EXPECT_TRUE(HoldsTurn(s, Opposite(seat)));
     }
-    EXPECT_EQ(MeldPoints(Position(Seat::kLocal, "AH KH QH", ""), {Cards("AH KH QH"), kNewColumn}),
-              35);
+    EXPECT_EQ(MeldPoints(Position("AH KH QH"), {Cards("AH KH QH"), kNewColumn}), 35);
 }
 
 }  // namespace
