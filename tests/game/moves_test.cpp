@@ -22,9 +22,7 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
     struct Case {
         const char* what;
         std::function<Verdict(const GameState&, Seat)> ask;
-        const char* hand;
-        const char* upPile;
-        const char* table;
+        const char *hand, *upPile, *table;
         bool drawn;
         Verdict expected;
     };
