@@ -292,19 +292,16 @@ TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     EXPECT_EQ(WinnerOf({10, 0}), RoundWinner::kYou);
     EXPECT_EQ(WinnerOf({0, 10}), RoundWinner::kOpponent);
     EXPECT_EQ(WinnerOf({-5, -5}), RoundWinner::kTie);
-    // The game ends at 500 with unequal totals.
-    struct Case {
-        int local, remote;
-        std::optional<GameOutcome> outcome;  // none: the game goes on
+    // The game ends at 500 with unequal totals; no outcome, the game goes on.
+    const std::tuple<int, int, std::optional<GameOutcome>> totals[] = {
+        {500, 500, std::nullopt},       {499, 480, std::nullopt},
+        {500, 499, GameOutcome::kWon},  {505, 510, GameOutcome::kLost},
+        {-20, 500, GameOutcome::kLost},
     };
-    for (Case c : {Case{500, 500, std::nullopt},
-                   {499, 480, std::nullopt},
-                   {500, 499, GameOutcome::kWon},
-                   {505, 510, GameOutcome::kLost},
-                   {-20, 500, GameOutcome::kLost}}) {
-        s.LocalScore = c.local;
-        s.RemoteScore = c.remote;
-        EXPECT_EQ(GameOver(s), c.outcome) << c.local << "/" << c.remote;
+    for (const auto& [local, remote, outcome] : totals) {
+        s.LocalScore = local;
+        s.RemoteScore = remote;
+        EXPECT_EQ(GameOver(s), outcome) << local << "/" << remote;
     }
 }
 

@@ -111,8 +111,6 @@ TEST(MeldSearch, FindsExactlyTheMeldsTheRulesAccept) {
 TEST(MeldSearch, OnlyActualMeldsCountNotTheQuickTest) {
     // Q-K-A of clubs on the table: 2C and 3C in the hand neither wrap round it nor meld alone.
     EXPECT_TRUE(MeldsWith(Position("2C 3C 9H", "", "QC KC AC"), Card("3C")).empty());
-    EXPECT_EQ(AllMelds(Position("2C 3C 4C", "", "QC KC AC")).size(), 1u);
-    EXPECT_EQ(AllMelds(Position("JC", "", "QC KC AC")).size(), 1u);
     EXPECT_EQ(AllMelds(Position("AS", "", "2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS")).size(), 1u)
         << "the one ace closes two to king at one end or the other, not at both";
     GameState s = Position("2C 6H", "7H 5H 9S");

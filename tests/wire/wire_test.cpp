@@ -15,7 +15,9 @@ namespace {
 using test::Card;
 using test::Meld;
 
-TEST(WireMessages, FramesAndTheDealAreByteExact) {
+// What this program writes: the game's messages byte for byte, the deal and Kelvane's own read
+// back whole.
+TEST(WireMessages, WhatThisProgramWritesIsExactAndReadsBack) {
     const MeldContent run = Meld("5S 6S 7S");
     const MeldContent laidOff = Meld("5S 6S 7S 8S");
     const std::pair<std::string, std::string_view> cases[] = {
@@ -33,6 +35,29 @@ TEST(WireMessages, FramesAndTheDealAreByteExact) {
     const std::string deal = DealMessage(stock);
     EXPECT_EQ(Frame(deal).size(), 160u);
     EXPECT_TRUE(ReadMessage(deal).stack == stock);
+    // Kelvane's own messages read back field for field. Every message of the game is counted,
+    // known or not, and Kelvane's round digests, but nothing else of Kelvane's.
+    Hello hello;
+    hello.game = 0x0123456789abcdefULL;
+    hello.applied = 17;
+    hello.sent = 123456789;
+    hello.program = "kelvane-bot 1.0.42: level (1)";
+    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
+    hello.key = std::string(kKeyDigits, 'a');
+    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
+    const Proof proof{3, 9, std::string(kProofDigits, 'f')};
+    EXPECT_EQ(ReadMessage(ProofMessage(proof)).proof, proof);
+    EXPECT_EQ(ReadMessage(ChallengeMessage(hello.key)).nonce, hello.key);
+    const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
+    EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
+    const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
+    EXPECT_EQ(sync.sync.applied, 3);
+    EXPECT_EQ(sync.sync.state, 0x1ULL);
+    EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
+    for (const char* message : {"M:D:05", "X:new", "K:ROUND:"}) EXPECT_TRUE(Counted(message));
+    for (const char* message :
+         {"K:HELLO:", "K:SYNC:", "K:BYE", "K:CHALLENGE:", "K:PROOF:", "K:OTHER"})
+        EXPECT_FALSE(Counted(message)) << message;
 }
 
 // The data-arrival handler: accept each arrival, then cut every complete frame out of it; a
@@ -136,32 +161,6 @@ TEST(ReadMessage, AcceptsExactlyWhatTheGameWrites) {
     EXPECT_EQ(layOff.number, 12);
     EXPECT_EQ(layOff.cards, Meld("5S 6S 7S 8S"));
     EXPECT_EQ(ReadMessage("M:U:07").number, 7);
-}
-
-// What this program writes of its own messages reads back field for field. Every message of the
-// game is counted, known or not, and Kelvane's round digests, but nothing else of Kelvane's.
-TEST(ReadMessage, KelvaneMessagesReadBackAndOnlyDigestsAreCounted) {
-    Hello hello;
-    hello.game = 0x0123456789abcdefULL;
-    hello.applied = 17;
-    hello.sent = 123456789;
-    hello.program = "kelvane-bot 1.0.42: level (1)";
-    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
-    hello.key = std::string(kKeyDigits, 'a');
-    EXPECT_EQ(ReadMessage(HelloMessage(hello)).hello, hello);
-    const Proof proof{3, 9, std::string(kProofDigits, 'f')};
-    EXPECT_EQ(ReadMessage(ProofMessage(proof)).proof, proof);
-    EXPECT_EQ(ReadMessage(ChallengeMessage(hello.key)).nonce, hello.key);
-    const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
-    EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
-    const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
-    EXPECT_EQ(sync.sync.applied, 3);
-    EXPECT_EQ(sync.sync.state, 0x1ULL);
-    EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
-    for (const char* message : {"M:D:05", "X:new", "K:ROUND:"}) EXPECT_TRUE(Counted(message));
-    for (const char* message :
-         {"K:HELLO:", "K:SYNC:", "K:BYE", "K:CHALLENGE:", "K:PROOF:", "K:OTHER"})
-        EXPECT_FALSE(Counted(message)) << message;
 }
 
 }  // namespace
