@@ -166,13 +166,10 @@ struct Opponent : test::TableUnderTest {
         s.RoundInPlay = true;
         test::SetRemoteHand(s, theirHand);
     }
-    void Arrive(const std::string& bytes) {
-        socket.waiting[0] += bytes;
-        table.tcpTalker_DataArrival(0);
-    }
 };
 
-// What the player sees of the opponent's moves; the duels hold both programs' states together.
+// What the player sees of the opponent's moves; the duels hold both programs' states together and
+// fail on any move refused.
 TEST(OpponentMoves, TakesAndMeldsShowWhatHeTookAndScored) {
     Opponent o("AH 2H 3H 4H 9C");
     o.Arrive("(M:U:02)");
@@ -180,11 +177,9 @@ TEST(OpponentMoves, TakesAndMeldsShowWhatHeTookAndScored) {
     const std::vector<std::string> marks(o.screen.log.begin(), o.screen.log.begin() + 3);
     EXPECT_EQ(marks, (std::vector<std::string>{"MarkUpPileSlot 2 on", "MarkUpPileSlot 3 on",
                                                "MarkUpPileSlot 4 on"}));
-    o.Arrive("(M:M:N:33,34,35,)");
-    o.Arrive("(M:M:N:40,41,42,)");
-    o.Arrive("(M:M:01:40,41,42,43,)");
-    EXPECT_TRUE(o.prompts.boxes.empty()) << o.prompts.boxes.front();
-    EXPECT_EQ(o.screen.scoreBoard.scores, "Your Melded Score: 0     Opponent's Melded Score: 35");
+    o.Arrive("(M:M:N:33,34,35,)");  // the card taken from below the top, melded first
+    o.Arrive("(M:M:N:40,41,42,)");  // the ace counts low beside the two
+    EXPECT_EQ(o.screen.scoreBoard.scores, "Your Melded Score: 0     Opponent's Melded Score: 30");
 }
 
 // Bytes from the opponent's program are judged before they touch the game: whatever his own
@@ -305,8 +300,7 @@ TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
     t.socket.waiting[0] = "(C:first)";
     int countDuringBox = -1;
     t.prompts.duringBox = [&] {
-        t.socket.waiting[0] += "(C:second)";
-        t.table.tcpTalker_DataArrival(0);
+        t.Arrive("(C:second)");
         countDuringBox = t.screen.chatLines;
     };
     t.prompts.answers = {false};
@@ -337,8 +331,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     const std::string deal = DealMessage(t.s.Stack), clientKey(kKeyDigits, 'c');
     EXPECT_EQ(t.socket.sent[0], hello({2, {}, 0, 0, serverKey, "Kelvane " KELVANE_VERSION}));
     EXPECT_EQ(t.socket.sent[1], Frame(deal));
-    t.socket.waiting[1] = hello({2, {}, 0, 0, clientKey, "the client"});
-    t.table.tcpTalker_DataArrival(1);
+    t.Arrive(hello({2, {}, 0, 0, clientKey, "the client"}), 1);
     ASSERT_TRUE(t.table.KelvaneOpponent());
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
@@ -383,8 +376,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
         call();
         const std::string bytes = caller();
         SCOPED_TRACE(bytes.substr(0, 40));
-        t.socket.waiting[1] = bytes;
-        t.table.tcpTalker_DataArrival(1);
+        t.Arrive(bytes, 1);
         EXPECT_EQ(t.socket.calls.back(), "Close 1");
         EXPECT_EQ(t.socket.sent.size(), 1u);
         EXPECT_TRUE(t.table.WaitingForOpponent());
@@ -397,8 +389,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     const std::vector<std::string> lastCalls(t.socket.calls.end() - 3, t.socket.calls.end());
     EXPECT_EQ(lastCalls, (std::vector<std::string>{"Accept 1", "Close 1", "Accept 1"}));
     t.socket.sent.clear();
-    t.socket.waiting[1] = proof(challenge);
-    t.table.tcpTalker_DataArrival(1);
+    t.Arrive(proof(challenge), 1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     EXPECT_EQ(t.screen.log.back(), "ConnectionBack");
     ASSERT_EQ(t.socket.sent.size(), 2u) << "the client had the deal: the digest follows";
@@ -409,8 +400,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
     call();
-    t.socket.waiting[1] = hello({2, {}, 0, 0, clientKey, "a new player"});
-    t.table.tcpTalker_DataArrival(1);
+    t.Arrive(hello({2, {}, 0, 0, clientKey, "a new player"}), 1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     ASSERT_EQ(t.socket.sent.size(), 3u);
     const Hello dealer = read(t.socket.sent[1]).hello;
