@@ -30,15 +30,12 @@ bool RulesAccept(const std::vector<Int16>& cards) {
     return ValidMeld(Sorted(cards), Int16(cards.size()));
 }
 
-using Found = std::set<std::pair<int, std::vector<int>>>;
+// Each meld by its column and its cards in ascending code.
+using Found = std::set<std::pair<int, std::vector<Int16>>>;
 
 Found Keys(const std::vector<MeldMove>& moves) {
     Found keys;
-    for (const MeldMove& m : moves) {
-        std::vector<int> codes;
-        for (Int16 c : m.cards) codes.push_back(c.value());
-        keys.insert({m.column, codes});
-    }
+    for (const MeldMove& m : moves) keys.insert({m.column, m.cards});
     return keys;
 }
 
@@ -48,17 +45,15 @@ Found EverySubset(const GameState& s) {
     const int n = s.LocalCount.value();
     for (unsigned mask = 1; mask < (1u << n); ++mask) {
         std::vector<Int16> cards;
-        std::vector<int> codes;
         for (int i = 0; i < n; ++i)
-            if (mask & (1u << i))
-                cards.push_back(s.LocalHand[i]), codes.push_back(cards.back().value());
-        std::sort(codes.begin(), codes.end());
-        if (cards.size() >= 3 && RulesAccept(cards)) found.insert({kNewColumn, codes});
+            if (mask & (1u << i)) cards.push_back(s.LocalHand[i]);
+        std::ranges::sort(cards);
+        if (cards.size() >= 3 && RulesAccept(cards)) found.insert({kNewColumn, cards});
         for (Int16 col = 0; col < s.TableMelds.ColumnCount(); ++col) {
             std::vector<Int16> whole = cards;
             for (Int16 c : s.TableMelds.Column(col))
                 if (c > 0) whole.push_back(c);
-            if (RulesAccept(whole)) found.insert({col.value(), codes});
+            if (RulesAccept(whole)) found.insert({col.value(), cards});
         }
     }
     return found;
