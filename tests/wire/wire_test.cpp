@@ -78,7 +78,8 @@ std::vector<std::string> Receive(FrameReader& reader, const std::vector<std::str
     return messages;
 }
 
-// The duels split the stream of every kind of message at random; these are the edges.
+// The duels split every move, deal and Kelvane message two programs exchange at random; these
+// are the edges.
 TEST(ReceiveLoop, CutsFramesAsTheyCompleteHoweverTheStreamIsSplit) {
     // A frame may carry kFrameLimit characters; one more, closed or still open, is too long.
     const std::string longest(kFrameLimit, 'x'), tooLong(kFrameLimit + 1, 'x');
