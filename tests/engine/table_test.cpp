@@ -351,20 +351,18 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     };
     call();
     const std::string first = challenge;
-    // Each caller's words, once he has heard his challenge.
+    const std::string stranger = hello({2, Fnv1a(deal), 1, 0, "", "a stranger who saw the deal"});
+    const std::string newPlayer = hello({2, {}, 0, 0, clientKey, "a new player"});
+    // Each caller's words, once he has heard his challenge; the new player is answered No.
     const std::function<std::string()> callers[] = {
-        [&] {
-            return hello({2, Fnv1a(deal), 1, 0, "", "a stranger who saw the deal"});
-        },
+        [&] { return stranger; },
         [&] { return "(K:PROOF:1:0:" + std::string(kProofDigits, 'f') + ")"; },
         [&] { return proof(first); },  // heard once, replayed
         // Made without the client's half of the secret.
         [&] { return proof(challenge, std::string(kKeyDigits, '0')); },
         [&] { return std::string("(M:N:01)"); },
         [&] { return "(" + std::string(kFrameLimit + 10, 'x'); },
-        [&] {
-            return hello({2, {}, 0, 0, clientKey, "a new player"});
-        },  // No below
+        [&] { return newPlayer; },
     };
     t.prompts.answers = {false};
     for (const auto& caller : callers) {
@@ -395,7 +393,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
     call();
-    t.Arrive(hello({2, {}, 0, 0, clientKey, "a new player"}), 1);
+    t.Arrive(newPlayer, 1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     ASSERT_EQ(t.socket.sent.size(), 3u);
     const Hello dealer = read(t.socket.sent[1]).hello;

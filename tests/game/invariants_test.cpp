@@ -26,8 +26,7 @@ void TakeOut(GameState& s, Int16 card) {
         for (Int16 i = 0; i < *count; ++i)
             if ((*cards)[i] == card) {
                 for (Int16 j = i; j + 1 < *count; ++j) (*cards)[j] = (*cards)[j + 1];
-                *count -= 1;
-                (*cards)[*count] = 0;
+                (*cards)[--*count] = 0;
                 return;
             }
 }
@@ -69,11 +68,7 @@ struct Break {
 TEST(Invariants, EachBreakIsReportedAndChangesTheDigest) {
     const Int16 tabled = Card("7D"), stocked = MirroredDeal().first.Stack[0];
     const Break cases[] = {
-        {"a card in two places",
-         [&](auto& s, auto&) {
-             s.UpPile[s.UpCount] = stocked;
-             s.UpCount += 1;
-         },
+        {"a card in two places", [&](auto& s, auto&) { s.UpPile[s.UpCount++] = stocked; },
          "in 2 places"},
         {"a card lost", [](auto& s, auto&) { s.StackCount -= 1; }, "in 0 places"},
         {"a count out of range", [](auto& s, auto&) { s.RemoteCount = 53; }, "out of range"},
@@ -89,9 +84,7 @@ TEST(Invariants, EachBreakIsReportedAndChangesTheDigest) {
          [](auto& s, auto&) {
              Int16& card = s.TableMelds.Column(0)[2];
              s.MeldCredit[card] = 0;
-             s.Stack[s.StackCount] = card;
-             s.StackCount += 1;
-             card = 0;
+             s.Stack[s.StackCount++] = std::exchange(card, 0);
          },
          "holds only 2"},
         {"a credit off the table", [&](auto& s, auto&) { s.MeldCredit[stocked] = 5; },
