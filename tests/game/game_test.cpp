@@ -121,6 +121,18 @@ TEST(MeldRules, SortHandRunsFromTwosToAcesInSuitOrder) {
     EXPECT_EQ(s.LocalHand[s.LocalCount], test::Card("3S"));
 }
 
+// The cards in the order the rules judge them.
+MeldList Sorted(const std::vector<Int16>& cards) {
+    MeldList list{};
+    std::copy(cards.begin(), cards.end(), list.begin());
+    SortMeld(list, Int16(cards.size()));
+    return list;
+}
+
+bool RulesAccept(const std::vector<Int16>& cards) {
+    return ValidMeld(Sorted(cards), Int16(cards.size()));
+}
+
 // The independent judge: one rank, or one suit over a window of A 2 ... K A with one ace at most.
 bool IsSetOrRun(const std::vector<int>& codes) {
     std::set<int> ranks, suits;
@@ -166,12 +178,10 @@ TEST(MeldRules, AcceptExactlyTheSetsAndRunsOfAnIndependentJudge) {
     int accepted = 0;
     for (int trial = 0; trial < trials; ++trial) {
         const std::vector<int> codes = RandomCandidate(random);
-        MeldList meld{};
-        for (std::size_t i = 0; i < codes.size(); ++i) meld[static_cast<int>(i)] = codes[i];
         const Int16 n = Int16(codes.size());
-        SortMeld(meld, n);
-        const std::vector<Int16> kept(meld.begin(), meld.begin() + n.value());
-        ASSERT_TRUE(std::is_permutation(kept.begin(), kept.end(), codes.begin(), codes.end()))
+        const MeldList meld = Sorted({codes.begin(), codes.end()});
+        ASSERT_TRUE(
+            std::is_permutation(meld.begin(), meld.begin() + n.value(), codes.begin(), codes.end()))
             << Names(meld, n);
         const bool valid = ValidMeld(meld, n);
         ASSERT_EQ(valid, IsSetOrRun(codes)) << Names(meld, n);
@@ -227,18 +237,6 @@ TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
 }
 
 // The search for actual melds against the rules themselves, and whether a turn can still end.
-
-// The cards in the order the rules judge them.
-MeldList Sorted(const std::vector<Int16>& cards) {
-    MeldList list{};
-    std::copy(cards.begin(), cards.end(), list.begin());
-    SortMeld(list, Int16(cards.size()));
-    return list;
-}
-
-bool RulesAccept(const std::vector<Int16>& cards) {
-    return ValidMeld(Sorted(cards), Int16(cards.size()));
-}
 
 // Each meld by its column and its cards in ascending code.
 using Found = std::set<std::pair<int, std::vector<Int16>>>;
