@@ -8,12 +8,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <random>
 #include <string>
 #include <utility>
 
 #include "fakes.h"
+#include "fuzz/receive_target.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
@@ -158,6 +162,26 @@ TEST(Duel, FaultsEndTheDuelAsFailures) {
         EXPECT_NE(result.failure.find(c.reported), std::string::npos) << result.failure;
         EXPECT_FALSE(result.stuck) << c.fault;
     }
+}
+
+// Every input the fuzzer was seeded with and every one that ever broke something, replayed on
+// positions of these duels in the ordinary suite: a fault found once stays found.
+TEST(FuzzReplay, EverySavedInputLeavesTheGameWhole) {
+    int replayed = 0;
+    for (const char* folder : {"corpus", "crashes"}) {
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::string(KELVANE_FUZZ_DIR) + "/" + folder)) {
+            if (entry.path().filename().string().starts_with(".")) continue;
+            std::ifstream in(entry.path(), std::ios::binary);
+            const std::string input((std::istreambuf_iterator<char>(in)), {});
+            EXPECT_EQ(
+                fuzz::TryBytes(reinterpret_cast<const std::uint8_t*>(input.data()), input.size()),
+                "")
+                << entry.path();
+            ++replayed;
+        }
+    }
+    EXPECT_GT(replayed, 50);
 }
 
 }  // namespace
