@@ -52,19 +52,16 @@ class Program {
     }
     bool leftEarly() const { return !running() && (exitCode() != 0 || !out_.contains(lastWords_)); }
 
-    // Where the program stands, what it printed last and the end of its standard error.
+    // Where the program stands and the ends of what it printed and of its standard error.
     std::string Story() const {
         QString where = "running";
         if (process_.error() == QProcess::FailedToStart)
             where = "never started: " + process_.errorString();
         else if (!running())
-            where =
-                exitCode() < 0 ? QString("crashed") : QString("left with code %1").arg(exitCode());
-        const QStringList lines = out_.split('\n', Qt::SkipEmptyParts);
-        const QString printed = QString("printed %1 lines, the last \"%2\"; standard error:\n")
-                                    .arg(lines.size())
-                                    .arg(lines.isEmpty() ? "" : lines.back());
-        return name_ + ": " + (where + "; " + printed + err_.right(1500)).toStdString();
+            where = exitCode() < 0 ? "crashed" : QString("left with code %1").arg(exitCode());
+        return name_ + ": " +
+               (where + "; printed:\n" + out_.right(500) + "\nstandard error:\n" + err_.right(1500))
+                   .toStdString();
     }
 
   private:

@@ -18,15 +18,13 @@ using test::Meld;
 // What this program writes: the game's messages byte for byte, the deal and Kelvane's own read
 // back whole.
 TEST(WireMessages, WhatThisProgramWritesIsExactAndReadsBack) {
-    const MeldContent run = Meld("5S 6S 7S");
-    const MeldContent laidOff = Meld("5S 6S 7S 8S");
     const std::pair<std::string, std::string_view> cases[] = {
         {Frame(DiscardMessage(5)), "(M:D:05)"},
         {Frame(UpPileMessage(4)), "(M:U:04)"},
         {Frame(StackDrawMessage(40)), "(M:N:40)"},
-        {Frame(NewMeldMessage(run)), "(M:M:N:05,06,07,)"},
-        {Frame(LayOffMessage(0, laidOff)), "(M:M:00:05,06,07,08,)"},
-        {Frame(LayOffMessage(12, run)), "(M:M:12:05,06,07,)"},
+        {Frame(NewMeldMessage(Meld("5S 6S 7S"))), "(M:M:N:05,06,07,)"},
+        {Frame(LayOffMessage(0, Meld("5S 6S 7S 8S"))), "(M:M:00:05,06,07,08,)"},
+        {Frame(LayOffMessage(12, Meld("5S 6S 7S"))), "(M:M:12:05,06,07,)"},
     };
     for (const auto& [sent, expected] : cases) EXPECT_EQ(sent, expected);
     // The deal carries the stock bottom first and reads back; the other kinds are read back among
