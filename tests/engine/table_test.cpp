@@ -155,9 +155,8 @@ TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
 
 // A connected client during the opponent's turn, before he has drawn.
 struct Opponent : test::TableUnderTest {
-    explicit Opponent(const char* theirHand = "2C 5D 9H AS",
-                      const char* upPile = "3D 4D 7C 8C JS") {
-        MidRound("6S", upPile);
+    explicit Opponent(const char* theirHand = "2C 5D 9H AS") {
+        MidRound("6S", "3D 4D 7C 8C JS");
         s.RoundInPlay = true;
         test::SetRemoteHand(s, theirHand);
     }

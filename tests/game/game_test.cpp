@@ -20,7 +20,6 @@ namespace kelvane {
 namespace {
 
 using test::Card;
-using test::FakeErrorPrompt;
 using test::Meld;
 using test::Names;
 using test::Position;
@@ -54,7 +53,7 @@ TEST(CheckedTypes, LeavingTheRangeIsAFailureNeverAWrap) {
 
 // Each report names the procedure, the number and the address, and goes to the clipboard too.
 TEST(Steps, YesResumesWithTheNextStepNoEndsTheProgram) {
-    FakeErrorPrompt prompt;
+    test::FakeErrorPrompt prompt;
     ErrorReporter reporter(prompt);
     reporter.ReportError("RefreshHands", Failure(0, ""));
     EXPECT_TRUE(prompt.shown.empty()) << "no pending failure shows nothing";

@@ -14,6 +14,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "fakes.h"
@@ -137,13 +138,9 @@ struct ScriptedPolicy : Policy {
 
 // A harness that cannot fail proves nothing: each kind of fault must end the duel, not hang it.
 TEST(Duel, FaultsEndTheDuelAsFailures) {
-    struct Case {
-        const char* fault;
-        std::function<void(Table&)> act;
-        const char* reported;
-    };
     RandomPolicy forgerPlays(5);
-    const Case cases[] = {
+    // The fault, the faulty player's gestures, and what the duel reports.
+    const std::tuple<const char*, std::function<void(Table&)>, const char*> cases[] = {
         {"a discard before drawing", [](Table& t) { t.imgLocal_MouseDown(0, kMouseRight); },
          "refused gesture: refused: not drawn"},
         {"a player who never moves", [](Table&) {}, "made no progress"},
@@ -154,13 +151,13 @@ TEST(Duel, FaultsEndTheDuelAsFailures) {
          },
          "the two programs differ"},
     };
-    for (const Case& c : cases) {
+    for (const auto& [fault, act, reported] : cases) {
         ScriptedPolicy faulty;
-        faulty.act = c.act;
+        faulty.act = act;
         RandomPolicy server(1);
         const DuelResult result = PlayDuel(1, server, faulty, 5);
-        EXPECT_NE(result.failure.find(c.reported), std::string::npos) << result.failure;
-        EXPECT_FALSE(result.stuck) << c.fault;
+        EXPECT_NE(result.failure.find(reported), std::string::npos) << result.failure;
+        EXPECT_FALSE(result.stuck) << fault;
     }
 }
 

@@ -12,7 +12,6 @@
 namespace kelvane {
 namespace {
 
-using test::Card;
 using test::Meld;
 
 // What this program writes: the game's messages byte for byte, the deal and Kelvane's own read
