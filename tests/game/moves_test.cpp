@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "game/card_text.h"
@@ -205,17 +206,13 @@ std::pair<GameState, GameState> MirroredDeal() {
     return {server, client};
 }
 
-struct Break {
-    const char* what;
-    std::function<void(GameState& a, GameState& b)> edit;
-    const char* report;  // a part of what the checker must say
-};
-
 // Each break of one state is reported, and each way the two copies fall out of step, which also
 // changes the digest two Kelvane programs compare at every round's end.
 TEST(Invariants, EachBreakIsReportedAndChangesTheDigest) {
     const Int16 tabled = Card("7D"), stocked = MirroredDeal().first.Stack[0];
-    const Break cases[] = {
+    // What breaks, the edit of the server's copy and the client's, and a part of the report.
+    using Edit = std::function<void(GameState&, GameState&)>;
+    const std::tuple<const char*, Edit, const char*> cases[] = {
         {"a card in two places", [&](auto& s, auto&) { s.UpPile[s.UpCount++] = stocked; },
          "in 2 places"},
         {"a card lost", [](auto& s, auto&) { s.StackCount -= 1; }, "in 0 places"},
@@ -269,16 +266,16 @@ TEST(Invariants, EachBreakIsReportedAndChangesTheDigest) {
          [](auto& a, auto& b) { b.MeldCredit[Card("KS")] = a.MeldCredit[Card("KS")]; },
          "credit of KS"},
     };
-    for (const Break& c : cases) {
+    for (const auto& [what, edit, part] : cases) {
         auto [server, client] = MirroredDeal();
-        c.edit(server, client);
+        edit(server, client);
         std::string report = CheckInvariants(server);
         if (report.empty()) {  // the copies fall out of step
             report = CheckMirrored(server, client);
             EXPECT_NE(StateDigest(server, Seat::kLocal), StateDigest(client, Seat::kRemote))
-                << c.what;
+                << what;
         }
-        EXPECT_PRED_FORMAT2(testing::IsSubstring, c.report, report) << c.what;
+        EXPECT_PRED_FORMAT2(testing::IsSubstring, part, report) << what;
     }
 }
 
