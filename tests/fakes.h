@@ -154,6 +154,11 @@ struct TableUnderTest {
         screen.state = &s;
         TablePeer::CheckStates(table, false);
     }
+    // Bytes from the other program arriving on a connection.
+    void Arrive(const std::string& bytes, int index = 0) {
+        socket.waiting[index] += bytes;
+        table.tcpTalker_DataArrival(index);
+    }
     // Connected as the client mid-round; the stock holds KS down to 4S from the top.
     void MidRound(const char* hand, const char* upPile) {
         s.Role = kRoleClient;

@@ -34,13 +34,12 @@ class Program {
     }
 
     void Start(const QString& path, const QStringList& args) { process_.start(path, args); }
-    // Takes what arrived since the last call; the number of bytes that did.
+    // Takes what arrived since the last call; how much did.
     qsizetype Gather() {
-        const QByteArray out = process_.readAllStandardOutput();
-        const QByteArray err = process_.readAllStandardError();
-        out_ += QString::fromUtf8(out);
-        err_ += QString::fromUtf8(err);
-        return out.size() + err.size();
+        const qsizetype before = out_.size() + err_.size();
+        out_ += QString::fromUtf8(process_.readAllStandardOutput());
+        err_ += QString::fromUtf8(process_.readAllStandardError());
+        return out_.size() + err_.size() - before;
     }
 
     QProcess& process() { return process_; }
@@ -53,24 +52,16 @@ class Program {
     }
     bool leftEarly() const { return !running() && (exitCode() != 0 || !out_.contains(lastWords_)); }
 
-    // Where the program stands, what it printed last and the end of its standard error.
+    // Where the program stands and the ends of what it printed and of its standard error.
     std::string Story() const {
         QString where = "running";
         if (process_.error() == QProcess::FailedToStart)
             where = "never started: " + process_.errorString();
         else if (!running())
-            where = process_.exitStatus() == QProcess::CrashExit
-                        ? QString("crashed")
-                        : QString("left with code %1").arg(process_.exitCode());
-        const QStringList lines = out_.split('\n', Qt::SkipEmptyParts);
-        const QString printed = lines.isEmpty() ? "printed nothing"
-                                                : QString("printed %1 line%2, the last \"%3\"")
-                                                      .arg(lines.size())
-                                                      .arg(lines.size() == 1 ? "" : "s")
-                                                      .arg(lines.back());
-        const QString err =
-            err_.isEmpty() ? "nothing on standard error" : "standard error:\n" + err_.right(1500);
-        return name_ + ": " + (where + "; " + printed + "; " + err).toStdString();
+            where = exitCode() < 0 ? "crashed" : QString("left with code %1").arg(exitCode());
+        return name_ + ": " +
+               (where + "; printed:\n" + out_.right(500) + "\nstandard error:\n" + err_.right(1500))
+                   .toStdString();
     }
 
   private:
@@ -84,19 +75,15 @@ class Program {
 // itself and waits briefly for the programs' output. New output, or a change in `seen` (what the
 // test can see of the game beyond the programs' output), is progress. Returns why the game was
 // called off, with every side's story: a program that left early, every program gone before the
-// game was over, nothing moving for `stalledAfterMs`, or the cap. Empty once `done` holds.
+// game was over, nothing moving for kStalledAfterMs, or the cap. Empty once `done` holds.
 inline std::string Watch(const std::vector<Program*>& programs, const std::function<bool()>& done,
                          const std::function<void()>& step,
-                         const std::function<std::string()>& seen = {},
-                         int stalledAfterMs = kStalledAfterMs) {
+                         const std::function<std::string()>& seen = {}) {
     std::string lastSeen = seen ? seen() : "";
     const auto calledOff = [&](const std::string& why) {
         std::string story = why;
         if (seen) story += "\n" + lastSeen;
-        for (const Program* p : programs) {
-            story += '\n';
-            story += p->Story();
-        }
+        for (const Program* p : programs) story.append("\n").append(p->Story());
         return story;
     };
     QElapsedTimer sinceProgress;
@@ -116,9 +103,8 @@ inline std::string Watch(const std::vector<Program*>& programs, const std::funct
         }
         if (moved)
             sinceProgress.restart();
-        else if (sinceProgress.hasExpired(stalledAfterMs))
-            return calledOff("nothing moved for " +
-                             QString::number(stalledAfterMs / 1000.0).toStdString() + " s");
+        else if (sinceProgress.hasExpired(kStalledAfterMs))
+            return calledOff("nothing moved for " + std::to_string(kStalledAfterMs / 1000) + " s");
         if (cap.hasExpired())
             return calledOff("the game was still going after " + std::to_string(kGameCapMs / 1000) +
                              " s");

@@ -65,6 +65,24 @@ inline Int16 AddTableMelds(GameState& s, std::string_view melds) {
     return col;
 }
 
+// A round in play, the seat to move having drawn or not: its hand, the up pile (bottom first) and
+// the table ("6H 7H 8H | 9S 9D 9C") as given, the other hand KC and five cards in the stock.
+inline GameState Position(std::string_view hand, std::string_view upPile = "",
+                          std::string_view table = "", Seat seat = Seat::kLocal,
+                          bool drawn = true) {
+    GameState s;
+    s.RoundInPlay = true;
+    s.MyTurn = seat == Seat::kLocal;
+    s.HasDrawn = drawn;
+    SetHand(s, seat == Seat::kLocal ? hand : "KC");
+    SortHand(s);
+    SetRemoteHand(s, seat == Seat::kRemote ? hand : "KC");
+    SetUpPile(s, upPile);
+    AddTableMelds(s, table);
+    s.StackCount = Fill(s.Stack, "2S 3S 4S 5S 6S");
+    return s;
+}
+
 // Draws landing on the given card codes in turn, so that a shuffle comes out as planned.
 inline RandomSource DrawingCodes(std::vector<int> codes) {
     return [codes = std::move(codes), i = std::size_t{0}]() mutable {

@@ -12,6 +12,7 @@
 #include "fakes.h"
 #include "game/card_text.h"
 #include "game/meld_rules.h"
+#include "game/meld_search.h"
 #include "game/meldability.h"
 #include "game/scoring.h"
 
@@ -19,9 +20,9 @@ namespace kelvane {
 namespace {
 
 using test::Card;
-using test::FakeErrorPrompt;
 using test::Meld;
 using test::Names;
+using test::Position;
 
 int NumberOf(auto&& action) {
     try {
@@ -52,7 +53,7 @@ TEST(CheckedTypes, LeavingTheRangeIsAFailureNeverAWrap) {
 
 // Each report names the procedure, the number and the address, and goes to the clipboard too.
 TEST(Steps, YesResumesWithTheNextStepNoEndsTheProgram) {
-    FakeErrorPrompt prompt;
+    test::FakeErrorPrompt prompt;
     ErrorReporter reporter(prompt);
     reporter.ReportError("RefreshHands", Failure(0, ""));
     EXPECT_TRUE(prompt.shown.empty()) << "no pending failure shows nothing";
@@ -119,6 +120,18 @@ TEST(MeldRules, SortHandRunsFromTwosToAcesInSuitOrder) {
     EXPECT_EQ(s.LocalHand[s.LocalCount], test::Card("3S"));
 }
 
+// The cards in the order the rules judge them.
+MeldList Sorted(const std::vector<Int16>& cards) {
+    MeldList list{};
+    std::copy(cards.begin(), cards.end(), list.begin());
+    SortMeld(list, Int16(cards.size()));
+    return list;
+}
+
+bool RulesAccept(const std::vector<Int16>& cards) {
+    return ValidMeld(Sorted(cards), Int16(cards.size()));
+}
+
 // The independent judge: one rank, or one suit over a window of A 2 ... K A with one ace at most.
 bool IsSetOrRun(const std::vector<int>& codes) {
     std::set<int> ranks, suits;
@@ -164,12 +177,10 @@ TEST(MeldRules, AcceptExactlyTheSetsAndRunsOfAnIndependentJudge) {
     int accepted = 0;
     for (int trial = 0; trial < trials; ++trial) {
         const std::vector<int> codes = RandomCandidate(random);
-        MeldList meld{};
-        for (std::size_t i = 0; i < codes.size(); ++i) meld[static_cast<int>(i)] = codes[i];
         const Int16 n = Int16(codes.size());
-        SortMeld(meld, n);
-        const std::vector<Int16> kept(meld.begin(), meld.begin() + n.value());
-        ASSERT_TRUE(std::is_permutation(kept.begin(), kept.end(), codes.begin(), codes.end()))
+        const MeldList meld = Sorted({codes.begin(), codes.end()});
+        ASSERT_TRUE(
+            std::is_permutation(meld.begin(), meld.begin() + n.value(), codes.begin(), codes.end()))
             << Names(meld, n);
         const bool valid = ValidMeld(meld, n);
         ASSERT_EQ(valid, IsSetOrRun(codes)) << Names(meld, n);
@@ -219,39 +230,137 @@ TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
              // A quick test, not a search: the ace closing Q K A still counts below the two.
              {"QC KC AC", "", "2C", "3C", true},
          }) {
-        GameState s;
-        test::AddTableMelds(s, c.table);
-        test::SetUpPile(s, c.upPile);
-        test::SetHand(s, c.hand);
-        EXPECT_EQ(CheckMeld(s, test::Card(c.card)), c.meldable)
+        EXPECT_EQ(CheckMeld(Position(c.hand, c.upPile, c.table), test::Card(c.card)), c.meldable)
             << c.table << " / " << c.upPile << " / " << c.hand << " / " << c.card;
     }
 }
 
-std::vector<int> Codes(const CardArray& cards, int from = 0, int to = kCardsInDeck) {
-    std::vector<int> codes;
-    for (int i = from; i < to; ++i) codes.push_back(cards[i].value());
-    return codes;
+// The search for actual melds against the rules themselves, and whether a turn can still end.
+
+// Each meld by its column and its cards in ascending code.
+using Found = std::set<std::pair<int, std::vector<Int16>>>;
+
+Found Keys(const std::vector<MeldMove>& moves) {
+    Found keys;
+    for (const MeldMove& m : moves) keys.insert({m.column, m.cards});
+    return keys;
 }
 
-TEST(Shuffle, DrawsByTheRuleAndRejectsUsedCodes) {
-    std::vector<int> draws = {5, 5, 7, 5, 7}, expected = {5, 7};
-    for (int c = 52; c >= 1; --c) {
-        draws.push_back(c);
-        if (c != 5 && c != 7) expected.push_back(c);
+// Every group of hand cards the rules accept, alone or with a column: the slow, sure way.
+Found EverySubset(const GameState& s) {
+    Found found;
+    const int n = s.LocalCount.value();
+    for (unsigned mask = 1; mask < (1u << n); ++mask) {
+        std::vector<Int16> cards;
+        for (int i = 0; i < n; ++i)
+            if (mask & (1u << i)) cards.push_back(s.LocalHand[i]);
+        std::ranges::sort(cards);
+        if (cards.size() >= 3 && RulesAccept(cards)) found.insert({kNewColumn, cards});
+        for (Int16 col = 0; col < s.TableMelds.ColumnCount(); ++col) {
+            std::vector<Int16> whole = cards;
+            for (Int16 c : s.TableMelds.Column(col))
+                if (c > 0) whole.push_back(c);
+            if (RulesAccept(whole)) found.insert({col.value(), cards});
+        }
     }
-    EXPECT_EQ(Codes(ShuffleOrder(test::DrawingCodes(draws))), expected);
+    return found;
+}
+
+// Positions from pools where melds are common: two suits, the ranks around the ace, or all.
+GameState RandomPosition(std::mt19937_64& random) {
+    std::vector<Int16> pool;
+    const auto kind = random() % 3;
+    for (int code = 1; code <= kCardsInDeck; ++code) {
+        const int rank = GetCardValue(code).value();
+        if (kind == 0 || (kind == 1 && code <= 26) || (kind == 2 && (rank <= 3 || rank >= 11)))
+            pool.push_back(code);
+    }
+    std::shuffle(pool.begin(), pool.end(), random);
+    GameState s = Position("");
+    for (int attempt = 0; attempt < 6 && s.TableMelds.ColumnCount() < 3; ++attempt) {
+        const int suit = static_cast<int>(random() % 4) + 1;
+        const int rank = static_cast<int>(random() % 12) + 1;
+        // A run, mostly of three cards but now and then up to the whole suit, or a set of three.
+        const bool run = random() % 2 == 0;
+        const int length = run && random() % 3 == 0 ? 3 + static_cast<int>(random() % 11) : 3;
+        std::vector<Int16> meld;
+        for (int i = 0; i < length; ++i)
+            meld.push_back(run ? MakeCard(suit, (rank + i - 1) % 13 + 1)
+                               : MakeCard((suit + i) % 4 + 1, rank));
+        const auto taken = [&](Int16 c) { return std::ranges::count(pool, c) == 0; };
+        if (!RulesAccept(meld) || std::ranges::any_of(meld, taken)) continue;
+        for (Int16 c : meld) pool.erase(std::find(pool.begin(), pool.end(), c));
+        test::AddTableMelds(s, test::Names(Sorted(meld), Int16(meld.size())));
+    }
+    const auto handSize = std::min<std::size_t>(random() % 9 + 1, pool.size());
+    std::copy_n(pool.begin(), handSize, s.LocalHand.begin());
+    s.LocalCount = Int16(handSize);
+    SortHand(s);
+    return s;
+}
+
+TEST(MeldSearch, FindsExactlyTheMeldsTheRulesAccept) {
+    std::mt19937_64 random(2024);
+    for (int position = 0; position < 250; ++position) {
+        const GameState s = RandomPosition(random);
+        const std::vector<MeldMove> found = AllMelds(s);
+        const std::string hand = test::Names(s.LocalHand, s.LocalCount.value());
+        EXPECT_EQ(Keys(found), EverySubset(s)) << "position " << position << ", hand " << hand;
+        EXPECT_EQ(Keys(found).size(), found.size()) << "a meld listed twice, hand " << hand;
+    }
+}
+
+TEST(MeldSearch, OnlyActualMeldsCountNotTheQuickTest) {
+    // Q-K-A of clubs on the table: 2C and 3C in the hand neither wrap round it nor meld alone.
+    EXPECT_TRUE(MeldsWith(Position("2C 3C 9H", "", "QC KC AC"), Card("3C")).empty());
+    EXPECT_EQ(AllMelds(Position("AS", "", "2S 3S 4S 5S 6S 7S 8S 9S TS JS QS KS")).size(), 1u)
+        << "the one ace closes two to king at one end or the other, not at both";
+    GameState s = Position("2C 6H", "7H 5H 9S");
+    s.HasDrawn = false;
+    EXPECT_TRUE(MeldableAfterTake(s, 0)) << "5H comes along and makes 5H 6H 7H";
+    EXPECT_FALSE(MeldableAfterTake(s, 1));
+}
+
+// With the stock empty the player must take from the up pile a card he can play at once.
+TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
+    struct Case {
+        const char *hand, *table, *upPile, *takenAlone, *mustMeld;
+        bool stockEmpty, canEnd;
+    };
+    const Case cases[] = {
+        {"9C", "", "", "", "", false, true},
+        {"5H", "", "", "5H", "", false, false},
+        {"5H", "6H 7H 8H", "", "5H", "", false, true},
+        {"5H 9C", "", "", "5H", "", false, true},
+        {"7C 2H", "", "", "", "7C", false, false},
+        {"7S 7D 7C 2H", "", "", "", "7C", false, true},
+        {"7C 2H", "7S 7D 7H", "", "", "7C", false, true},
+        {"", "", "", "", "", true, false},
+        {"", "", "5H", "", "", true, false},
+        {"9C", "", "5H", "", "", true, true},
+    };
+    for (const Case& c : cases) {
+        GameState s = Position(c.hand, c.upPile, c.table);
+        if (*c.takenAlone) s.TakenUpCard = Card(c.takenAlone);
+        if (*c.mustMeld) s.MustMeldCard = Card(c.mustMeld);
+        s.HasDrawn = !c.stockEmpty;
+        if (c.stockEmpty) s.StackCount = 0;
+        EXPECT_TRUE(c.stockEmpty || TurnCanEnd(s) == c.canEnd) << c.hand << " / " << c.table;
+        EXPECT_EQ(WhyTurnCannotEnd(s).empty(), c.canEnd) << c.hand << " / " << c.table;
+    }
 }
 
 TEST(Shuffle, EverySeedGivesAReplayablePermutationAndEveryCardTopsEvenly) {
-    std::vector<int> deck(kCardsInDeck), onTop(kCardsInDeck + 1, 0);
-    std::iota(deck.begin(), deck.end(), 1);
+    std::vector<Int16> deck(kCardsInDeck);
+    std::iota(deck.begin(), deck.end(), Int16(1));
+    std::vector<int> onTop(kCardsInDeck + 1, 0);
     for (std::uint64_t seed = 0; seed < 52 * 400; ++seed) {
-        std::vector<int> codes = Codes(ShuffleOrder(SeededRandom(seed)));
-        EXPECT_TRUE(seed % 50 != 0 || codes == Codes(ShuffleOrder(SeededRandom(seed)))) << seed;
-        ++onTop.at(static_cast<std::size_t>(codes.back()));
-        std::sort(codes.begin(), codes.end());
-        ASSERT_EQ(codes, deck) << "seed " << seed;
+        const CardArray stack = ShuffleOrder(SeededRandom(seed));
+        EXPECT_TRUE(seed % 50 != 0 || stack == ShuffleOrder(SeededRandom(seed))) << seed;
+        ++onTop.at(stack[kCardsInDeck - 1].value());
+        std::vector<Int16> codes(stack.begin(), stack.end());
+        std::ranges::sort(codes);
+        ASSERT_TRUE(codes == deck) << "seed " << seed;
     }
     for (int c = 1; c <= 52; ++c) EXPECT_NEAR(onTop[c], 400, 120) << "card " << c;
 }
@@ -282,52 +391,38 @@ TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
     }
 }
 
-// Every rank in every suit, loose and in a meld that holds a two: only the ace plays low.
-TEST(Scoring, CardPointsByRank) {
-    const int alone[] = {15, 5, 5, 5, 5, 5, 5, 5, 5, 10, 10, 10, 10};
-    for (int suit = kSpades; suit <= kHearts; ++suit)
-        for (int rank = kAce; rank <= kKing; ++rank) {
-            const Int16 card = MakeCard(suit, rank);
-            EXPECT_EQ(CardPoints(card).value(), alone[rank - 1]) << GetCardName(card, false);
-            EXPECT_EQ(CardPoints(card, true).value(), rank == kAce ? 5 : alone[rank - 1])
-                << GetCardName(card, false) << " with a two";
-        }
-}
-
-// An ace in the hand counts 15 against its holder; the melded credits count as they stand.
+// A ten and an ace in the hand count 10 and 15 against their holder; the melded credits count as
+// they stand.
 TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     GameState s;
     s.MeldCredit[Card("5S")] = 5;
     s.MeldCredit[Card("KS")] = 10;
     s.MeldCredit[Card("AD")] = 15;
     s.MeldCredit[Card("TH")] = -10;
-    test::SetHand(s, "4C AC");
+    test::SetHand(s, "TC AC");
     test::SetRemoteHand(s, "KH");
     s.LocalScore = 20;
     s.RemoteScore = -10;
     s.MyTurn = s.HasDrawn = s.RoundInPlay = true;
     const RoundResult r = EndRound(s);
-    EXPECT_EQ(r.local, 10);
+    EXPECT_EQ(r.local, 5);
     EXPECT_EQ(r.remote, 0);
-    EXPECT_EQ(s.LocalScore, 30);
+    EXPECT_EQ(s.LocalScore, 25);
     EXPECT_EQ(s.RemoteScore, -10);
     EXPECT_FALSE(s.MyTurn || s.HasDrawn || s.RoundInPlay) << "nobody moves until the next deal";
     EXPECT_EQ(WinnerOf({10, 0}), RoundWinner::kYou);
     EXPECT_EQ(WinnerOf({0, 10}), RoundWinner::kOpponent);
     EXPECT_EQ(WinnerOf({-5, -5}), RoundWinner::kTie);
-    // The game ends at 500 with unequal totals.
-    struct Case {
-        int local, remote;
-        std::optional<GameOutcome> outcome;  // none: the game goes on
+    // The game ends at 500 with unequal totals; no outcome, the game goes on.
+    const std::tuple<int, int, std::optional<GameOutcome>> totals[] = {
+        {500, 500, std::nullopt},       {499, 480, std::nullopt},
+        {500, 499, GameOutcome::kWon},  {505, 510, GameOutcome::kLost},
+        {-20, 500, GameOutcome::kLost},
     };
-    for (Case c : {Case{500, 500, std::nullopt},
-                   {499, 480, std::nullopt},
-                   {500, 499, GameOutcome::kWon},
-                   {505, 510, GameOutcome::kLost},
-                   {-20, 500, GameOutcome::kLost}}) {
-        s.LocalScore = c.local;
-        s.RemoteScore = c.remote;
-        EXPECT_EQ(GameOver(s), c.outcome) << c.local << "/" << c.remote;
+    for (const auto& [local, remote, outcome] : totals) {
+        s.LocalScore = local;
+        s.RemoteScore = remote;
+        EXPECT_EQ(GameOver(s), outcome) << local << "/" << remote;
     }
 }
 
