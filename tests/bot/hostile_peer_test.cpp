@@ -134,7 +134,8 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
              return s.Draw() + "(M:M:N:" + nformat(theirs[0]) + "," + nformat(theirs[1]) + "," +
                     nformat(theirs[2]) + ",)";
          },
-         "which it does not hold"},
+         // A meld names the card it does not hold; a discard is that card.
+         ", with the "},
         {true, "a lay-off onto no column",
          [](auto& s) { return s.Draw() + "(M:M:00:" + nformat(s.game.LocalHand[0]) + ",)"; },
          "onto a column the table does not have"},
