@@ -6,9 +6,9 @@
 //   kelvane-arena [--rounds N] [--seed S] [--level 1|2|3] [--against random|1|2|3]
 //                 [--playouts N] [--think-ms MS] [--jobs N]
 //
-// Levels 2 and 3's budget: deals played out per candidate (--playouts) and a time limit per
-// decision
-// (--think-ms, default 0 here: none, so that a seed gives the same games on any machine).
+// Levels 2 and 3's budget: deals played out per candidate (--playouts, each level's own default
+// when not given: 200 at level 2, 1000 at level 3, for both sides when given) and a time limit per
+// decision (--think-ms, default 0 here: none, so that a seed gives the same games on any machine).
 // Against itself it shows how often the rules leave a player of two bots nothing to draw.
 // --jobs N plays the duels on N threads. Each duel's players, shuffles and play are its own and
 // seeded by its number alone, and the totals are summed in the duels' order, so the figures are
@@ -62,9 +62,12 @@ bool ReadNumber(std::string_view text, unsigned long long& value) {
     }
 }
 
-// A player of the level: 0 the random legal player, 1 to 3 the bot.
+// A player of the level: 0 the random legal player, 1 to 3 the bot, with the play-outs asked for
+// or else the level's own.
 std::unique_ptr<kelvane::Policy> Player(int level, std::uint64_t seed,
-                                        const LookaheadBudget& budget) {
+                                        std::optional<unsigned long long> playouts, int thinkMs) {
+    const LookaheadBudget budget{
+        playouts ? static_cast<int>(*playouts) : kelvane::bot::DefaultPlayouts(level), thinkMs};
     if (level == 1) return std::make_unique<BotPolicy>();
     if (level == 2) return std::make_unique<LookaheadPolicy>(budget, seed);
     if (level == 3) return std::make_unique<SearchPolicy>(budget, seed);
@@ -89,7 +92,7 @@ int main(int argc, char** argv) {
     unsigned long long seed = 1;
     unsigned long long level = 1;
     int against = 0;
-    unsigned long long playouts = LookaheadBudget{}.playouts;
+    std::optional<unsigned long long> playouts;  // none: each level's own
     unsigned long long thinkMs = 0;
     unsigned long long jobs = 1;
     for (int i = 1; i < argc; i += 2) {
@@ -101,7 +104,7 @@ int main(int argc, char** argv) {
         else if (arg == "--level")
             ok = ReadNumber(value, level) && level >= 1 && level <= 3;
         else if (arg == "--playouts")
-            ok = ReadNumber(value, playouts) && playouts >= 1 && playouts <= 1'000'000;
+            ok = ReadNumber(value, playouts.emplace()) && *playouts >= 1 && *playouts <= 1'000'000;
         else if (arg == "--think-ms")
             ok = ReadNumber(value, thinkMs) && thinkMs <= 60'000;
         else if (arg == "--jobs")
@@ -123,12 +126,12 @@ int main(int argc, char** argv) {
         }
     }
 
-    const LookaheadBudget budget{static_cast<int>(playouts), static_cast<int>(thinkMs)};
     const auto play = [&](const DuelPlan& plan) {
         const std::uint64_t duelSeed = seed + static_cast<std::uint64_t>(plan.number);
-        const std::unique_ptr<kelvane::Policy> player =
-            Player(static_cast<int>(level), duelSeed * 104729 + 1, budget);
-        const std::unique_ptr<kelvane::Policy> other = Player(against, duelSeed * 7919, budget);
+        const std::unique_ptr<kelvane::Policy> player = Player(
+            static_cast<int>(level), duelSeed * 104729 + 1, playouts, static_cast<int>(thinkMs));
+        const std::unique_ptr<kelvane::Policy> other =
+            Player(against, duelSeed * 7919, playouts, static_cast<int>(thinkMs));
         // The bot serves in every other duel.
         return plan.number % 2 == 0 ? PlayDuel(duelSeed, *player, *other, plan.rounds)
                                     : PlayDuel(duelSeed, *other, *player, plan.rounds);

@@ -96,10 +96,10 @@ std::size_t Counted(const GameState& seen, const HandReading& reading,
     });
 }
 
-// One decision per recorded position at the default budget, each timed alone, and the play-outs
-// made per second of the decisions' time.
-void TimeDecisions(benchmark::State& st, const LookaheadSearch& search) {
-    const LookaheadBudget budget;
+// One decision per recorded position at the level's default budget, each timed alone, and the
+// play-outs made per second of the decisions' time.
+void TimeDecisions(benchmark::State& st, const LookaheadSearch& search,
+                   const LookaheadBudget& budget) {
     std::vector<double> ms;
     std::uint64_t seed = 1;
     playedOut = 0;
@@ -131,12 +131,13 @@ void TimeDecisions(benchmark::State& st, const LookaheadSearch& search) {
 }
 
 void BM_Level2Decision(benchmark::State& st) {
-    TimeDecisions(st, {kCandidatePlans, Counted<EqualPlayOuts>});
+    TimeDecisions(st, {kCandidatePlans, Counted<EqualPlayOuts>}, LookaheadBudget{});
 }
 BENCHMARK(BM_Level2Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void BM_Level3Decision(benchmark::State& st) {
-    TimeDecisions(st, {kLevel3Search.plans, Counted<HalvingPlayOuts>, kLevel3Search.readsHand});
+    TimeDecisions(st, {kLevel3Search.plans, Counted<HalvingPlayOuts>, kLevel3Search.readsHand},
+                  kLevel3Budget);
 }
 BENCHMARK(BM_Level3Decision)->Iterations(1)->Unit(benchmark::kMillisecond);
 

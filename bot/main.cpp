@@ -119,11 +119,10 @@ std::function<RandomSource()> Shuffles(const BotOptions& options) {
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
     const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
-    if (options.level == 3)
-        return std::make_unique<SearchPolicy>(LookaheadBudget{options.playouts, options.thinkMs},
-                                              seed);
-    return std::make_unique<LookaheadPolicy>(LookaheadBudget{options.playouts, options.thinkMs},
-                                             seed);
+    const LookaheadBudget budget{options.playouts.value_or(DefaultPlayouts(options.level)),
+                                 options.thinkMs};
+    if (options.level == 3) return std::make_unique<SearchPolicy>(budget, seed);
+    return std::make_unique<LookaheadPolicy>(budget, seed);
 }
 
 // One session: the engine wired to a TCP socket as the window wires it, the bot's policy in

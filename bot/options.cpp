@@ -126,8 +126,9 @@ const std::vector<Row>& Rows() {
          "plans, the play-outs spent on the close ones",
          Whole(&BotOptions::level, 1, 3, "1, 2 or 3")},
         {"playouts", "N",
-         "level 2: deals played out per candidate move (default " +
-             std::to_string(LookaheadBudget{}.playouts) + ")",
+         "levels 2, 3: deals played out per candidate move (default " +
+             std::to_string(DefaultPlayouts(2)) + " at\nlevel 2, " +
+             std::to_string(DefaultPlayouts(3)) + " at level 3)",
          Whole(&BotOptions::playouts, 1, kMostPlayouts, "a number from 1 to 100000")},
         {"think-ms", "MS",
          "levels 2, 3: time limit per decision (default " +

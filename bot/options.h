@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bot/lookahead.h"
+#include "bot/search.h"
 
 namespace kelvane::bot {
 
@@ -34,7 +34,7 @@ struct BotOptions {
     // 1 the greedy planner, 2 the planner whose candidates are judged by play-outs.
     int level = 2;
     // Level 2's budget per decision: deals played out per candidate, and a time limit.
-    int playouts = LookaheadBudget{}.playouts;
+    std::optional<int> playouts;  // none: the level's own
     int thinkMs = LookaheadBudget{}.thinkMs;
 };
 

@@ -27,7 +27,7 @@ std::string Summary(const ParsedOptions& parsed) {
     if (o.seed) text += " seed=" + std::to_string(*o.seed);
     if (o.delayMs != bare.delayMs) text += " delay=" + std::to_string(o.delayMs);
     if (o.level != bare.level) text += " level=" + std::to_string(o.level);
-    if (o.playouts != bare.playouts) text += " playouts=" + std::to_string(o.playouts);
+    if (o.playouts) text += " playouts=" + std::to_string(*o.playouts);
     if (o.thinkMs != bare.thinkMs) text += " think=" + std::to_string(o.thinkMs);
     return text;
 }
