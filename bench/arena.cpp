@@ -66,8 +66,8 @@ bool ReadNumber(std::string_view text, unsigned long long& value) {
 // or else the level's own.
 std::unique_ptr<kelvane::Policy> Player(int level, std::uint64_t seed,
                                         std::optional<unsigned long long> playouts, int thinkMs) {
-    const LookaheadBudget budget{
-        playouts ? static_cast<int>(*playouts) : kelvane::bot::DefaultPlayouts(level), thinkMs};
+    const LookaheadBudget budget = kelvane::bot::BudgetOf(
+        level, playouts ? std::optional<int>(static_cast<int>(*playouts)) : std::nullopt, thinkMs);
     if (level == 1) return std::make_unique<BotPolicy>();
     if (level == 2) return std::make_unique<LookaheadPolicy>(budget, seed);
     if (level == 3) return std::make_unique<SearchPolicy>(budget, seed);

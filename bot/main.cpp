@@ -119,8 +119,7 @@ std::function<RandomSource()> Shuffles(const BotOptions& options) {
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
     const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
-    const LookaheadBudget budget{options.playouts.value_or(DefaultPlayouts(options.level)),
-                                 options.thinkMs};
+    const LookaheadBudget budget = BudgetOf(options.level, options.playouts, options.thinkMs);
     if (options.level == 3) return std::make_unique<SearchPolicy>(budget, seed);
     return std::make_unique<LookaheadPolicy>(budget, seed);
 }

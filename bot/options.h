@@ -31,9 +31,10 @@ struct BotOptions {
     int resumeSeconds = kDefaultResumeSeconds;
     bool plain = false;       // the game's own messages only, without Kelvane's
     bool openRouter = false;  // with --serve: ask the home router to forward the port
-    // 1 the greedy planner, 2 the planner whose candidates are judged by play-outs.
+    // 1 the greedy planner, 2 the planner whose candidates are judged by play-outs, 3 the wider
+    // search over them.
     int level = 2;
-    // Level 2's budget per decision: deals played out per candidate, and a time limit.
+    // Levels 2 and 3's budget per decision: deals played out per candidate, and a time limit.
     std::optional<int> playouts;  // none: the level's own
     int thinkMs = LookaheadBudget{}.thinkMs;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "bot/lookahead.h"
 
@@ -32,6 +33,11 @@ inline constexpr LookaheadBudget kLevel3Budget{5 * LookaheadBudget{}.playouts,
 // The play-outs per candidate a level spends unless told otherwise.
 inline constexpr int DefaultPlayouts(int level) {
     return level == 3 ? kLevel3Budget.playouts : LookaheadBudget{}.playouts;
+}
+
+// A level's budget: the play-outs asked for, or else its own.
+inline LookaheadBudget BudgetOf(int level, std::optional<int> playouts, int thinkMs) {
+    return {playouts.value_or(DefaultPlayouts(level)), thinkMs};
 }
 
 // The third level at the table: the second level's player, deciding from its seat's view alone
