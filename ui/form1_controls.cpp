@@ -10,6 +10,8 @@
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QStyleOptionGroupBox>
+#include <QStylePainter>
 #include <QTextBrowser>
 #include <QTextCursor>
 #include <QTextEdit>
@@ -28,8 +30,33 @@ namespace kelvane {
 
 namespace {
 
+// A frame of the table: its caption as the desktop's style draws it, its edge and ground as plain
+// fills. The style would stretch a picture over the whole frame, and for frames the size of the
+// table and the hands that was the dearest part of the window's first frame.
+class PlainFrame : public QGroupBox {
+  public:
+    using QGroupBox::QGroupBox;
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QStylePainter painter(this);
+        QStyleOptionGroupBox option;
+        initStyleOption(&option);
+        option.subControls &= ~QStyle::SC_GroupBoxFrame;
+        painter.drawComplexControl(QStyle::CC_GroupBox, option);
+        // The edge's top where the style puts it, just above the frame's contents.
+        const QRect contents = style()->subControlRect(QStyle::CC_GroupBox, &option,
+                                                       QStyle::SC_GroupBoxContents, this);
+        const QRect edge = rect().adjusted(1, contents.top(), -1, -1);
+        const QColor ground = palette().color(QPalette::Window);
+        painter.fillRect(edge, ground.darker(101));
+        painter.setPen(ground.darker(111));
+        painter.drawRect(edge);
+    }
+};
+
 QGroupBox* Frame(QWidget* parent, const char* name, const char* caption, QRect at) {
-    auto* frame = new QGroupBox(caption, parent);
+    auto* frame = new PlainFrame(caption, parent);
     frame->setObjectName(name);
     frame->setGeometry(at);
     return frame;
