@@ -8,6 +8,7 @@
 
 #include "qtnet/qt_socket.h"
 #include "ui/deck.h"
+#include "ui/fonts.h"
 #include "ui/form1.h"
 
 namespace kelvane {
@@ -47,6 +48,10 @@ int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>&
     QApplication::setApplicationName("Kelvane");
     // Lets a desktop match the window to its menu entry, and so to the installed icon.
     QApplication::setDesktopFileName("org.kelvane.kelvane");
+    // The whole window in the table's face, at the size the desktop asks for: the menus and the
+    // welcome read like the table, and the first frame has one face to find and draw, not two.
+    if (const double points = QApplication::font().pointSizeF(); points > 0)
+        QApplication::setFont(DesignFont(points));
     Deck deck;
     QtSocket socket;
     Form1 window(socket, deck);
