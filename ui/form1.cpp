@@ -14,6 +14,7 @@
 #include <QScreen>
 #include <QTextEdit>
 #include <QThread>
+#include <QTimer>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -76,8 +77,6 @@ void Form1::Form_Load() {
                                .arg(KELVANE_VERSION_PATCH));
         });
         steps([&] { imgMeld_[0]->hide(); });
-        steps([&] { CreateHandImages(); });
-        steps([&] { CreateUpPile(); });
         steps([&] { TakeStatusFontSize(); });
     });
 }
@@ -87,6 +86,16 @@ CardImage* Form1::NewCardImage(QWidget* parent, const CardImage* model, int inde
     if (model) image->setGeometry(model->geometry());
     image->hide();
     return image;
+}
+
+// The hands and the up pile have a slot for every card of the deck, but the empty table of the
+// first frame shows none of them: they are made once that frame is drawn, or as soon as a hand
+// or the up pile holds a second card, whichever comes first. Each takes the size of its row's
+// first slot whenever its row is drawn, so they need not be in the layout the window records.
+void Form1::MakeCardSlots() {
+    if (imgLocal_.size() > 1) return;
+    CreateHandImages();
+    CreateUpPile();
 }
 
 // A new slot lies above every slot created before it, so each card covers part of the one
@@ -133,7 +142,7 @@ void Form1::showEvent(QShowEvent* event) {
     // already left its design size. The first showing is the window's first visible size.
     if (std::exchange(shown_, true)) return;
     Form_Resize();
-    // Recorded at the design size; only now may the window give way to a smaller screen.
+
     if (const QScreen* where = screen()) FitInto(where->availableGeometry());
 }
 
@@ -175,6 +184,8 @@ void Form1::Form_Resize() {
 }
 
 bool Form1::event(QEvent* e) {
+    if (e->type() == QEvent::Paint && imgLocal_.size() == 1)
+        QTimer::singleShot(0, this, [this] { MakeCardSlots(); });
     if (e->type() == QEvent::WindowActivate && !closing_) {
         Procedure("Form_Activate", [&](Steps& steps) {
             steps([&] {

@@ -71,9 +71,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     // The controls, by their names, for tests that click them as a player would.
     QGroupBox* frTable() const { return frTable_; }
     CardImage* imgStack() const { return imgStack_; }
-    CardImage* imgLocal(int i) const { return imgLocal_[static_cast<std::size_t>(i)]; }
-    CardImage* imgRemote(int i) const { return imgRemote_[static_cast<std::size_t>(i)]; }
-    CardImage* imgUpPile(int i) const { return imgUpPile_[static_cast<std::size_t>(i)]; }
+    CardImage* imgLocal(int i) const { return imgLocal_.at(static_cast<std::size_t>(i)); }
+    CardImage* imgRemote(int i) const { return imgRemote_.at(static_cast<std::size_t>(i)); }
+    CardImage* imgUpPile(int i) const { return imgUpPile_.at(static_cast<std::size_t>(i)); }
     CardImage* imgMeld(int slot) const;
     int meldSlotCount() const { return static_cast<int>(imgMeld_.size()); }
     QLabel* label(const char* name) const;
@@ -162,6 +162,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::string TakeAddress(const std::string& typed);
     void ForgetTypedPort();
     void WireSocket();
+    void MakeCardSlots();
     void CreateHandImages();
     void CreateUpPile();
     void RepositionMelds();

@@ -46,11 +46,12 @@ void Form1::RefreshHands(char which) {
         const GameState& s = table_->state();
         const bool local = which != 'R';
         const bool remote = which != 'L';
+        if ((local && s.LocalCount > 1) || (remote && s.RemoteCount > 1)) MakeCardSlots();
         steps([&] {
             if (local) frLocalHand_->hide();
             if (remote) frRemoteHand_->hide();
         });
-        for (int i = 0; i < kCardsInDeck; ++i) {
+        for (int i = 0; i < static_cast<int>(imgLocal_.size()); ++i) {
             if (local)
                 steps([&] {
                     CardImage* slot = imgLocal_[static_cast<std::size_t>(i)];
@@ -61,11 +62,13 @@ void Form1::RefreshHands(char which) {
                     }
                     const Int16 card = s.LocalHand[i];
                     Show(slot, card, true);
-                    slot->move(Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
-                                                       Tw(imgLocal_[0]->width()),
-                                                       s.LocalCount.value(), i)),
-                               Px(layout::LocalTop(Tw(frLocalHand_->height()),
-                                                   GetCardName(card, false).back())));
+                    slot->setGeometry(
+                        QRect(QPoint(Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
+                                                             Tw(imgLocal_[0]->width()),
+                                                             s.LocalCount.value(), i)),
+                                     Px(layout::LocalTop(Tw(frLocalHand_->height()),
+                                                         GetCardName(card, false).back()))),
+                              imgLocal_[0]->size()));
                     slot->setSelected(false);
                     slot->show();
                 });
@@ -83,9 +86,11 @@ void Form1::RefreshHands(char which) {
                     // the hidden mode turns them up.
                     const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
                     Show(slot, faceUp ? card : Int16(kBackPicture), false);
-                    slot->move(Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
-                                                     Tw(imgRemote_[0]->width()), n, i)),
-                               Px(layout::RemoteTop(Tw(frRemoteHand_->height()))));
+                    slot->setGeometry(
+                        QRect(QPoint(Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
+                                                           Tw(imgRemote_[0]->width()), n, i)),
+                                     Px(layout::RemoteTop(Tw(frRemoteHand_->height())))),
+                              imgRemote_[0]->size()));
                     slot->show();
                 });
         }
@@ -141,8 +146,9 @@ void Form1::SetStatusColour(const QColor& colour) {
 void Form1::RefreshUpPile() {
     Procedure("RefreshUpPile", [&](Steps& steps) {
         const GameState& s = table_->state();
+        if (s.UpCount > 1) MakeCardSlots();
         steps([&] { frUpPile_->hide(); });
-        for (int i = 0; i < kCardsInDeck; ++i) {
+        for (int i = 0; i < static_cast<int>(imgUpPile_.size()); ++i) {
             steps([&] {
                 CardImage* slot = imgUpPile_[static_cast<std::size_t>(i)];
                 if (i + 1 > s.UpCount.value()) {
@@ -152,9 +158,10 @@ void Form1::RefreshUpPile() {
                 }
                 slot->setPicture(s.UpPile[i].value());
                 slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
-                slot->move(
-                    Px(layout::UpPileLeft(Tw(frUpPile_->width()), Tw(imgUpPile_[0]->width()), i)),
-                    Px(layout::kUpPileTop));
+                slot->setGeometry(QRect(QPoint(Px(layout::UpPileLeft(Tw(frUpPile_->width()),
+                                                                      Tw(imgUpPile_[0]->width()), i)),
+                                               Px(layout::kUpPileTop)),
+                                        imgUpPile_[0]->size()));
                 slot->show();
             });
         }
@@ -165,7 +172,7 @@ void Form1::RefreshUpPile() {
 }
 
 void Form1::MarkUpPileSlot(Int16 index, bool marked) {
-    if (index < 0 || index >= kCardsInDeck) return;
+    if (index < 0 || index >= static_cast<int>(imgUpPile_.size())) return;
     CardImage* slot = imgUpPile_[static_cast<std::size_t>(index.value())];
     slot->setSelected(marked);
     slot->repaint();
@@ -241,7 +248,7 @@ void Form1::OpponentMoved(const OpponentMove& move) {
 // Marks follow the cards: a card the opponent took and then laid down is marked in its meld.
 void Form1::ShowLastMoveMarks() {
     const GameState& s = table_->state();
-    for (int i = 0; i < kCardsInDeck; ++i) {
+    for (int i = 0; i < static_cast<int>(imgRemote_.size()); ++i) {
         const auto at = static_cast<std::size_t>(i);
         imgRemote_[at]->setLastMove(i < s.RemoteCount.value() &&
                                     IsLastMove(s.RemoteHand[i].value()));
