@@ -45,4 +45,4 @@ minimal_median=$(printf '%s\n' "${minimal_times[@]}" | median)
 echo "platform:        $QT_QPA_PLATFORM, $runs starts each"
 echo "kelvane:         median $game_median ms  (min $(printf '%s\n' "${game_times[@]}" | sort -n | head -1))"
 echo "minimal window:  median $minimal_median ms  (min $(printf '%s\n' "${minimal_times[@]}" | sort -n | head -1))"
-awk -v g="$game_median" -v m="$minimal_median" 'BEGIN { printf "ratio:           %.2f (limit 1.5)\n", g / m }'
+awk -v g="$game_median" -v m="$minimal_median" 'BEGIN { printf "ratio:           %.2f (limit 1.25)\n", g / m }'

@@ -77,9 +77,11 @@ for page in "$root"/usr/share/man/man6/*.6.gz; do
     [ -z "$warnings" ] || fail "$(basename "$page"): $warnings"
 done
 
-# The programs find their libraries on the system, none in the build or source tree.
-for program in kelvane kelvane-bot; do
-    binary="$root/usr/games/$program"
+# The programs, and the window's network side where the window looks for it (beside the games'
+# folder, in lib/games/kelvane), find their libraries on the system, none in the build or source tree.
+for program in games/kelvane games/kelvane-bot lib/games/kelvane/kelvane-network.so; do
+    binary="$root/usr/$program"
+    [ -f "$binary" ] || fail "$program is missing"
     ! readelf --dynamic "$binary" | grep -E 'RPATH|RUNPATH' || fail "$program carries a library path"
     libs=$(ldd "$binary")
     ! grep -E "not found|$build|$source_dir" <<<"$libs" || fail "$program's libraries: $libs"

@@ -63,4 +63,29 @@ bool IsPrivateOrShared(const std::string& ipv4) {
     return in(0x0A000000, 8) || in(0xAC100000, 12) || in(0xC0A80000, 16) || in(0x64400000, 10);
 }
 
+std::string DoorSentence(const DoorReport& r) {
+    const std::string address = FormatServerAddress(r.outsideAddress, r.outsidePort);
+    switch (r.outcome) {
+        case DoorOutcome::kOpen:
+            if (r.outsidePort != r.insidePort)
+                return "The router's port " + std::to_string(r.insidePort) +
+                       " is another machine's, so it forwards port " +
+                       std::to_string(r.outsidePort) + ": players in other homes connect to " +
+                       address + ".";
+            return "The router forwards the game's port: players in other homes connect to " +
+                   address + ".";
+        case DoorOutcome::kShared:
+            return "The router's own outside address " + r.outsideAddress +
+                   " is private or shared (a second router or the provider's), so players "
+                   "outside cannot reach this machine this way.";
+        case DoorOutcome::kRefused:
+            return "The router refused to forward the game's port; players on this network can "
+                   "still connect.";
+        case DoorOutcome::kNoAnswer:
+            break;
+    }
+    return "No router answered the request to forward the game's port; players on this network "
+           "can still connect.";
+}
+
 }  // namespace kelvane

@@ -29,4 +29,23 @@ std::string FormatServerAddress(const std::string& host, int port);
 // 192.168/16) or shared by a carrier's NAT (100.64/10). False for anything that is not IPv4.
 bool IsPrivateOrShared(const std::string& ipv4);
 
+// What asking the home router for the serving port came to.
+enum class DoorOutcome {
+    kOpen,      // forwarded: players outside reach outsideAddress:outsidePort
+    kShared,    // forwarded, but the router's own outside address is private or shared
+    kRefused,   // a router answered and would not forward the port
+    kNoAnswer,  // no router answered in time
+};
+
+struct DoorReport {
+    DoorOutcome outcome = DoorOutcome::kNoAnswer;
+    std::string outsideAddress;
+    int outsidePort = 0;
+    int insidePort = 0;
+    std::string method;  // "UPnP" or "NAT-PMP", when a router answered
+};
+
+// One sentence for the player about what the router said.
+std::string DoorSentence(const DoorReport& report);
+
 }  // namespace kelvane

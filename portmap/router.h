@@ -5,23 +5,9 @@
 #include <cstdint>
 #include <string>
 
+#include "portmap/address.h"
+
 namespace kelvane {
-
-// What asking the home router for the serving port came to.
-enum class DoorOutcome {
-    kOpen,      // forwarded: players outside reach outsideAddress:outsidePort
-    kShared,    // forwarded, but the router's own outside address is private or shared
-    kRefused,   // a router answered and would not forward the port
-    kNoAnswer,  // no router answered in time
-};
-
-struct DoorReport {
-    DoorOutcome outcome = DoorOutcome::kNoAnswer;
-    std::string outsideAddress;
-    int outsidePort = 0;
-    int insidePort = 0;
-    std::string method;  // "UPnP" or "NAT-PMP", when a router answered
-};
 
 // A forwarding the router granted, with what it takes to renew it and give it back.
 struct Mapping {

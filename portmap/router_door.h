@@ -40,7 +40,4 @@ class RouterDoor {
     std::thread worker_;
 };
 
-// One sentence for the player about what the router said.
-std::string DoorSentence(const DoorReport& report);
-
 }  // namespace kelvane

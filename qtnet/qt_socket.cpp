@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "game/failure.h"
+#include "portmap/router_door.h"
 
 namespace kelvane {
 
@@ -217,6 +218,33 @@ int QtSocket::LocalPort(int index) const {
     if (index == 0 && Listening()) return server_->serverPort();
     const QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
     return socket ? socket->localPort() : 0;
+}
+
+// Global, neither link- nor site-local, not unique local and not a temporary address that changes
+// while the game is on.
+std::string QtSocket::GlobalIPv6Address() {
+    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
+        const auto flags = nic.flags();
+        if (!flags.testFlag(QNetworkInterface::IsUp) ||
+            flags.testFlag(QNetworkInterface::IsLoopBack))
+            continue;
+        for (const QNetworkAddressEntry& entry : nic.addressEntries()) {
+            const QHostAddress ip = entry.ip();
+            if (ip.protocol() == QAbstractSocket::IPv6Protocol && ip.isGlobal() &&
+                !ip.isUniqueLocalUnicast() && !entry.isTemporary())
+                return ip.toString().toStdString();
+        }
+    }
+    return {};
+}
+
+std::unique_ptr<RouterLease> QtSocket::OpenRouter(int port,
+                                                  std::function<void(const DoorReport&)> tell) {
+    struct Door : RouterLease {
+        Door(int port, RouterDoor::Tell tell) : door(port, std::move(tell)) {}
+        RouterDoor door;
+    };
+    return std::make_unique<Door>(port, std::move(tell));
 }
 
 void QtSocket::SetConnectTimeout(std::chrono::milliseconds timeout) {

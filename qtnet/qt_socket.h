@@ -10,7 +10,7 @@
 #include <map>
 #include <string>
 
-#include "engine/ports.h"
+#include "qtnet/window_socket.h"
 
 class QTcpServer;
 class QTcpSocket;
@@ -21,24 +21,12 @@ namespace kelvane {
 // socket 1 the server's accepted connection. Events reach the engine through the callbacks the
 // shell sets, so the socket knows nothing of the Table. Every callback runs on the event loop's
 // thread; none may delete this object while it runs (deleteLater is fine).
-class QtSocket : public QObject, public Socket {
+class QtSocket : public QObject, public WindowSocket {
     Q_OBJECT
 
   public:
     explicit QtSocket(QObject* parent = nullptr);
     ~QtSocket() override;
-
-    // A client knocks on listening socket 0; the callback must Accept or Refuse it before it
-    // returns, or the request is turned away.
-    std::function<void(int index, long requestId)> onConnectionRequest;
-    // Bytes are waiting on socket `index`; they stay there until Read, however late.
-    std::function<void(int index)> onDataArrival;
-    // The peer closed the connection on socket `index`. Our own Close raises nothing.
-    std::function<void(int index)> onClose;
-    // A connection attempt that had started failed later: refused, unreachable or timed out.
-    std::function<void()> onConnectFailed;
-    // The connection attempt of socket `index` has completed.
-    std::function<void(int index)> onConnected;
 
     void Listen(int index, int port) override;
     std::string LocalIP(int index) override;
@@ -50,11 +38,11 @@ class QtSocket : public QObject, public Socket {
     std::string Read(int index) override;
     void Close(int index) override;
 
-    // Listen on this numeric address only (127.0.0.1: this machine alone); empty, the default,
-    // for every address of the machine.
-    void ListenOn(const std::string& address) { listenAddress_ = address; }
-    // The local port of socket `index`: after Listen(0, 0), the one the system chose.
-    int LocalPort(int index) const;
+    void ListenOn(const std::string& address) override { listenAddress_ = address; }
+    int LocalPort(int index) const override;
+    std::string GlobalIPv6Address() override;
+    std::unique_ptr<RouterLease> OpenRouter(int port,
+                                            std::function<void(const DoorReport&)> tell) override;
     // How long a connection attempt may take before it counts as failed.
     void SetConnectTimeout(std::chrono::milliseconds timeout);
 

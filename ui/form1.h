@@ -11,7 +11,7 @@
 #include "engine/ports.h"
 #include "engine/report_error.h"
 #include "engine/table.h"
-#include "portmap/router_door.h"
+#include "qtnet/window_socket.h"
 #include "ui/link_dialog.h"
 #include "ui/results_dialog.h"
 #include "ui/texts.h"
@@ -32,7 +32,6 @@ class CardImage;
 class ComputerOpponent;
 class Deck;
 class FormResizer;
-class QtSocket;
 class TableKeys;
 class WelcomePanel;
 
@@ -45,7 +44,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
   public:
     // `socket` is the session's socket; the window wires its events to the engine. `shuffles`
     // gives the server's shuffles: the clock by default, a fixed order where a test needs one.
-    Form1(QtSocket& socket, Deck& deck, std::function<RandomSource()> shuffles = ClockSeededRandom,
+    Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shuffles = ClockSeededRandom,
           QWidget* parent = nullptr);
     ~Form1() override;
 
@@ -181,7 +180,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     // Runs a window procedure's steps under its own name, as the engine's procedures do.
     void Procedure(const char* name, const std::function<void(Steps&)>& body);
 
-    QtSocket& socket_;
+    WindowSocket& socket_;
     Deck& deck_;
     ErrorReporter reporter_{*this};
     std::unique_ptr<FormResizer> resizer_;
@@ -231,7 +230,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
     QSize laidOut_;              // the client area's size at the last layout
     bool wasMyTurn_ = false;
-    std::unique_ptr<RouterDoor> door_;
+    std::unique_ptr<RouterLease> door_;
     int doorsOpened_ = 0;                // a report from a door since closed is not shown
     std::string peerTip_;                // the opponent's program, once it has announced itself
     std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer

@@ -19,7 +19,7 @@
 #include <QVBoxLayout>
 
 #include "engine/transcript.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
 #include "ui/fonts.h"

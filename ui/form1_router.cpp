@@ -4,34 +4,15 @@
 
 #include <QAction>
 #include <QMenu>
-#include <QNetworkInterface>
 #include <numeric>
 
 #include "portmap/address.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_socket.h"
 #include "ui/form1.h"
 
 namespace kelvane {
 
 namespace {
-
-// An address a friend's IPv6 reaches directly: global, neither link- nor site-local, not unique
-// local and not a temporary address that changes while the game is on.
-std::string GlobalIPv6Address() {
-    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
-        const auto flags = nic.flags();
-        if (!flags.testFlag(QNetworkInterface::IsUp) ||
-            flags.testFlag(QNetworkInterface::IsLoopBack))
-            continue;
-        for (const QNetworkAddressEntry& entry : nic.addressEntries()) {
-            const QHostAddress ip = entry.ip();
-            if (ip.protocol() == QAbstractSocket::IPv6Protocol && ip.isGlobal() &&
-                !ip.isUniqueLocalUnicast() && !entry.isTemporary())
-                return ip.toString().toStdString();
-        }
-    }
-    return {};
-}
 
 std::string IPv6Sentence(const std::string& address, int port) {
     return "This machine's IPv6 address: a friend with IPv6 connects to " +
@@ -57,7 +38,7 @@ void Form1::BuildRouterMenus(QMenu* connectMenu, QMenu* options) {
 void Form1::StartHosting() {
     StopHosting();
     const int port = socket_.LocalPort(0);
-    if (const std::string v6 = GlobalIPv6Address(); !v6.empty()) {
+    if (const std::string v6 = socket_.GlobalIPv6Address(); !v6.empty()) {
         hostTips_.push_back(IPv6Sentence(v6, port));
         AddHistory(hostTips_.back());
         friendAddress_ = FormatServerAddress(v6, port);
@@ -67,7 +48,7 @@ void Form1::StartHosting() {
     if (!mnuOpenRouter_->isChecked()) return;
     const int opened = ++doorsOpened_;
     // Told from the door's thread; shown on the window's, unless hosting has stopped since.
-    door_ = std::make_unique<RouterDoor>(port, [this, opened](const DoorReport& report) {
+    door_ = socket_.OpenRouter(port, [this, opened](const DoorReport& report) {
         QMetaObject::invokeMethod(
             this,
             [this, opened, report] {

@@ -6,10 +6,10 @@
 #include <QIcon>
 #include <QPointer>
 
-#include "qtnet/qt_socket.h"
 #include "ui/deck.h"
 #include "ui/fonts.h"
 #include "ui/form1.h"
+#include "ui/lazy_socket.h"
 
 namespace kelvane {
 
@@ -53,7 +53,7 @@ int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>&
     if (const double points = QApplication::font().pointSizeF(); points > 0)
         QApplication::setFont(DesignFont(points));
     Deck deck;
-    QtSocket socket;
+    LazySocket socket(LazySocket::DefaultModules());
     Form1 window(socket, deck);
     const IconAfterFirstFrame icon(window);
     if (beforeShow) beforeShow(window);

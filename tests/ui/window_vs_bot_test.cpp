@@ -40,6 +40,7 @@
 #include "ui/card_image.h"
 #include "ui/computer_opponent.h"
 #include "ui/deck.h"
+#include "ui/lazy_socket.h"
 #include "ui/table_keys.h"
 #include "ui/texts.h"
 #include "ui/welcome_panel.h"
@@ -187,7 +188,9 @@ class WindowAgainstBot : public ::testing::Test {
     }
 
     Deck deck;
-    std::unique_ptr<QtSocket> socket = std::make_unique<QtSocket>();
+    // The program's own socket: the network side loaded when the session starts.
+    std::unique_ptr<WindowSocket> socket =
+        std::make_unique<LazySocket>(QStringList{KELVANE_NETWORK_MODULE});
     std::unique_ptr<test::UnattendedWindow> window =
         std::make_unique<test::UnattendedWindow>(*socket, deck, [] { return SeededRandom(11); });
     sim::RandomPolicy player{5};
@@ -277,13 +280,15 @@ TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWi
     window->UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     Key(Qt::Key_Space);
     ASSERT_TRUE(window->computerOpponent());
+    int botPort = 0;
+    QObject::connect(window->computerOpponent(), &ComputerOpponent::listening, [&](int port) { botPort = port; });
     const auto dealt = [&] {
         return window->table().KelvaneOpponent() && s().Role == kRoleClient && s().LocalCount > 0 &&
                !window->table().WaitingForOpponent();
     };
     ASSERT_TRUE(QTest::qWaitFor(dealt, test::kStalledAfterMs)) << "the computer never dealt";
     const qint64 first = window->computerOpponent()->processId();
-    const QStringList listening = ListeningOn(socket->findChild<QTcpSocket*>()->peerPort());
+    const QStringList listening = ListeningOn(static_cast<quint16>(botPort));
     ASSERT_EQ(listening.size(), 1) << listening.join(' ').toStdString();
     EXPECT_TRUE(listening[0].startsWith("0100007F:")) << listening[0].toStdString();
     EXPECT_FALSE(window->welcomePanel()->isVisible());

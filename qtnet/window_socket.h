@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "engine/ports.h"
+#include "portmap/address.h"  // DoorReport
+
+namespace kelvane {
+
+// The router's forwarded port, held for as long as this object lives.
+class RouterLease {
+  public:
+    virtual ~RouterLease() = default;
+};
+
+// The window's socket: the session's sockets and the events they raise, and what serving a friend
+// in another home needs besides. The game's window reaches it through a stand-in that loads the
+// network side of the program only when a session first needs it (ui/lazy_socket.h).
+class WindowSocket : public Socket {
+  public:
+    // A client knocks on listening socket 0; the callback must Accept or Refuse it before it
+    // returns, or the request is turned away.
+    std::function<void(int index, long requestId)> onConnectionRequest;
+    // Bytes are waiting on socket `index`; they stay there until Read, however late.
+    std::function<void(int index)> onDataArrival;
+    // The peer closed the connection on socket `index`. Our own Close raises nothing.
+    std::function<void(int index)> onClose;
+    // A connection attempt that had started failed later: refused, unreachable or timed out.
+    std::function<void()> onConnectFailed;
+    // The connection attempt of socket `index` has completed.
+    std::function<void(int index)> onConnected;
+
+    // Listen on this numeric address only (127.0.0.1: this machine alone); empty, the default,
+    // for every address of the machine.
+    virtual void ListenOn(const std::string& address) = 0;
+    // The local port of socket `index`: after Listen(0, 0), the one the system chose.
+    virtual int LocalPort(int index) const = 0;
+    // An address a friend's IPv6 reaches directly, or empty when this machine has none.
+    virtual std::string GlobalIPv6Address() = 0;
+    // Asks the home router to forward `port`; `tell` is called once, on a thread of its own, with
+    // what the router said.
+    virtual std::unique_ptr<RouterLease> OpenRouter(int port,
+                                                    std::function<void(const DoorReport&)> tell) = 0;
+};
+
+}  // namespace kelvane
