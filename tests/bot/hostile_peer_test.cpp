@@ -56,19 +56,13 @@ struct Session {
         return received.find("(" + prefix) != std::string::npos;
     }
 
-    // The port the serving bot said it waits on; 0 before it has.
-    quint16 Port() const {
-        static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
-        return listening.match(bot.err()).captured(1).toUShort();
-    }
-
     // The bot serves and deals; the test connects, reads the deal and holds the client's seat,
     // whose turn opens the first deal.
     void BotServes() {
         bot.Start(KELVANE_BOT_PATH, {"--serve", "--port", "0", "--delay", "0", "--seed", "3"});
-        ASSERT_TRUE(Until([&] { return Port() != 0; })) << bot.Story();
+        ASSERT_TRUE(Until([&] { return test::ListeningPort(bot) != 0; })) << bot.Story();
         peer = std::make_unique<QTcpSocket>();
-        peer->connectToHost("127.0.0.1", Port());
+        peer->connectToHost("127.0.0.1", test::ListeningPort(bot));
         ASSERT_TRUE(peer->waitForConnected(kWaitMs));
         // The bot announces itself first; a peer that speaks only the game's messages, as this
         // one does, passes over that and reads the deal.
@@ -170,7 +164,7 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
         // The game goes on: a stranger knocking is turned away, the bot answers a whole turn of
         // ours with its own, and our vanishing is the opponent leaving.
         QTcpSocket stranger;
-        stranger.connectToHost("127.0.0.1", s.Port());
+        stranger.connectToHost("127.0.0.1", test::ListeningPort(s.bot));
         EXPECT_TRUE(stranger.state() == QAbstractSocket::UnconnectedState ||
                     stranger.waitForDisconnected(kWaitMs));
         s.Send(s.Turn());
@@ -192,8 +186,8 @@ TEST(HostilePeer, WhileTheBotWaitsForItsClientNobodyElseTakesTheGame) {
     s.peer->abort();
     ASSERT_TRUE(s.Until([&] { return s.bot.err().contains("the connection was lost"); }));
     test::Program newcomer{"a new player", ""};
-    newcomer.Start(KELVANE_BOT_PATH,
-                   {"--connect", "127.0.0.1", "--port", QString::number(s.Port())});
+    newcomer.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port",
+                                      QString::number(test::ListeningPort(s.bot))});
     ASSERT_TRUE(newcomer.process().waitForFinished(kWaitMs));
     newcomer.Gather();
     EXPECT_EQ(newcomer.exitCode(), 1);

@@ -68,14 +68,14 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
         for (test::Program* bot : {&server, &client})
             if (bot->running()) bot->process().waitForReadyRead(line ? 1 : 20);
     };
-    static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
     const std::string stopped = test::Watch(
-        {&server}, [&] { return listening.match(server.err()).hasMatch(); }, wait);
+        {&server}, [&] { return test::ListeningPort(server) != 0; }, wait);
     if (!stopped.empty()) return stopped;
-    QString port = listening.match(server.err()).captured(1);
-    if (!dropAt.empty()) port = QString::number(line.emplace(port.toUShort(), dropAt).port());
+    quint16 port = test::ListeningPort(server);
+    if (!dropAt.empty()) port = line.emplace(port, dropAt).port();
     client.Start(KELVANE_BOT_PATH,
-                 QStringList{"--connect", (pairing.overIPv6 ? "[::1]:" : "127.0.0.1:") + port,
+                 QStringList{"--connect",
+                             (pairing.overIPv6 ? "[::1]:" : "127.0.0.1:") + QString::number(port),
                              "--delay", "0", "--seed", QString::number(pairing.clientSeed)} +
                      level +
                      (pairing.clientCounts ? QStringList{"--rounds", rounds} : QStringList{}) +

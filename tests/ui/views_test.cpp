@@ -26,6 +26,7 @@
 #include <optional>
 #include <vector>
 
+#include "dropping_line.h"
 #include "fakes.h"
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"

@@ -59,16 +59,13 @@ class WindowAgainstBot : public ::testing::Test {
     const GameState& s() const { return window->table().state(); }
     static void Pump() { QCoreApplication::processEvents(QEventLoop::AllEvents, 5); }
 
-    // Starts `bot` serving; returns the port it tells on standard error once it listens, perhaps
-    // in pieces.
+    // Starts `bot` serving; returns the port it tells on standard error once it listens.
     static quint16 Serve(test::Program& bot, const QStringList& more = {}) {
         bot.Start(KELVANE_BOT_PATH,
                   QStringList{"--serve", "--port", "0", "--delay", "0", "--seed", "3"} + more);
-        static const QRegularExpression listening("on port (\\d+)\n");
-        const std::string stopped = test::Watch(
-            {&bot}, [&] { return listening.match(bot.err()).hasMatch(); }, Pump);
-        EXPECT_EQ(stopped, "");
-        return listening.match(bot.err()).captured(1).toUShort();
+        const auto listening = [&] { return test::ListeningPort(bot) != 0; };
+        EXPECT_EQ(test::Watch({&bot}, listening, Pump), "");
+        return test::ListeningPort(bot);
     }
     static void Call(test::Program& bot, quint16 port) {
         bot.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
