@@ -12,6 +12,7 @@
 #include <ostream>
 #include <random>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -165,30 +166,27 @@ TEST(FastRound, AgreesWithTheEngineOnEveryStateAndEveryLegalMove) {
 TEST(FastRound, GreedyPlayerMeldsOutWhileTheStackLastsAndKeepsLivePairs) {
     const CardSet run = Bit(3) | Bit(4) | Bit(5);       // three, four and five of spades
     const CardSet kings = Bit(13) | Bit(26) | Bit(28);  // two kings and a two
-    struct Case {
-        CardSet hand;
-        int stack;
-        bool live;
-        FastMove::Kind kind;
-        int thrown;
+    // The hand, the cards in the stack, whether pairs are kept only while live; the move, the card.
+    const std::tuple<CardSet, int, bool, FastMove::Kind, int> cases[] = {
+        {run, 5, false, FastMove::kDiscard, 3},
+        {run, 6, false, FastMove::kMeld, 0},
+        {kings, 30, false, FastMove::kDiscard, 28},
+        {kings, 30, true, FastMove::kDiscard, 13},
     };
-    for (const Case& c : {Case{run, 5, false, FastMove::kDiscard, 3},
-                          {run, 6, false, FastMove::kMeld, 0},
-                          {kings, 30, false, FastMove::kDiscard, 28},
-                          {kings, 30, true, FastMove::kDiscard, 13}}) {
+    for (const auto& [hand, stack, live, kind, thrown] : cases) {
         FastRound r = FastRound::From(Dealt(1));
-        r.hand[0] = c.hand;
+        r.hand[0] = hand;
         r.up = {39, 52, 5};
         r.upCount = 3;
         r.myTurn = true;
         r.hasDrawn = true;
         r.takenUp = {0, 0};
-        r.stackCount = c.stack;
+        r.stackCount = stack;
         MeldBuffer scratch;
         FastMove m;
-        ASSERT_TRUE(r.GreedyMove(scratch, m, c.live));
-        EXPECT_EQ(m.kind, c.kind) << c.stack << " cards in the stack";
-        EXPECT_EQ(m.card, c.thrown) << (c.live ? "live" : "plain");
+        ASSERT_TRUE(r.GreedyMove(scratch, m, live));
+        EXPECT_EQ(m.kind, kind) << stack << " cards in the stack";
+        EXPECT_EQ(m.card, thrown) << (live ? "live" : "plain");
     }
 }
 

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "game/cards.h"
 #include "game/stock.h"
@@ -110,13 +111,9 @@ const char* const kTooLong = "a message longer than 8192 bytes";
 TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTheRest) {
     const std::string deal = DealMessage(ShuffleOrder(SeededRandom(9)));
     const auto fixed = [](std::string bytes) { return [=](const Session&) { return bytes; }; };
-    struct Case {
-        bool botServes;
-        const char* what;
-        std::function<std::string(const Session&)> bytes;
-        const char* why;  // empty: the game goes on
-    };
-    const Case cases[] = {
+    // Whether the bot serves, what the peer sends, and why the bot refuses it (empty: it does not).
+    using Bytes = std::function<std::string(const Session&)>;
+    const std::tuple<bool, const char*, Bytes, const char*> cases[] = {
         {true, "a discard before drawing",
          [](auto& s) { return "(M:D:" + nformat(s.game.LocalHand[0]) + ")"; }, "before drawing"},
         {true, "a discard of 53", fixed("(M:D:53)"), kUnreadable},
@@ -151,13 +148,13 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
          "that does not hold each card once"},
         {false, "a second deal", fixed("(" + deal + ")(" + deal + ")"), "in the middle of a round"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [botServes, what, bytes, why] : cases) {
+        SCOPED_TRACE(what);
         Session s;
-        ASSERT_NO_FATAL_FAILURE(c.botServes ? s.BotServes() : s.PeerServes());
-        s.Send(c.bytes(s));
-        if (*c.why) {
-            s.ExpectRefused(c.why);
+        ASSERT_NO_FATAL_FAILURE(botServes ? s.BotServes() : s.PeerServes());
+        s.Send(bytes(s));
+        if (*why) {
+            s.ExpectRefused(why);
             ASSERT_FALSE(HasFailure()) << "one case failing is enough to wait for";
             continue;
         }

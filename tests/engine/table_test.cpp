@@ -443,10 +443,8 @@ TEST(Session, LosingTheOpponentEndsTheGame) {
 // A typed line goes out escaped and shows as typed; the other side shows it without its leading
 // spaces. The hidden phrase turns the opponent's known cards up and never leaves the table.
 TEST(Chat, EscapedOnTheWireShownAsTyped) {
-    struct Case {
-        std::string typed, sent, shownThere;  // nothing sent: the hidden phrase
-    };
-    const Case cases[] = {
+    // Typed, sent (nothing: the hidden phrase), shown on the other side.
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"hi (again)", "(C:hi {LPAREN}again{RPAREN})", "hi (again)"},
         {"", "(C:)", ""},
         {"   hello ", "(C:   hello )", "hello "},
@@ -455,16 +453,16 @@ TEST(Chat, EscapedOnTheWireShownAsTyped) {
         {" peekatthehands", "(C: peekatthehands)", "peekatthehands"},
         {"peekatthehands", "", ""},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.typed);
+    for (const auto& [typed, sent, shownThere] : cases) {
+        SCOPED_TRACE(typed);
         Opponent o;
-        o.table.cmdSend_Click(c.typed);
-        const bool hidden = c.sent.empty();
-        EXPECT_EQ(o.socket.sent, std::vector<std::string>(hidden ? 0 : 1, c.sent));
+        o.table.cmdSend_Click(typed);
+        const bool hidden = sent.empty();
+        EXPECT_EQ(o.socket.sent, std::vector<std::string>(hidden ? 0 : 1, sent));
         EXPECT_EQ(o.s.RevealOpponent, hidden);
-        o.Arrive(c.sent);
+        o.Arrive(sent);
         EXPECT_EQ(o.table.transcript().text(),
-                  hidden ? "" : "YOU: " + c.typed + "\r\nOPPONENT: " + c.shownThere);
+                  hidden ? "" : "YOU: " + typed + "\r\nOPPONENT: " + shownThere);
     }
 }
 

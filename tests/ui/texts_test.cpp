@@ -31,9 +31,7 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
         s.RemoteFloating = remote;
         return ScoreBoardText(s).floating;
     };
-    const struct {
-        std::string got, said;
-    } texts[] = {
+    const std::pair<std::string, std::string> texts[] = {
         {ScoreBoardText(s).scores, "Your Melded Score: 25     Opponent's Melded Score: 10"},
         {ScoreBoardText(s).gamesPlayed, "Total Games Played: 0"},
         {floating(false, false), ""},
@@ -59,7 +57,7 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
         {StackName(0), "the stack, empty"},
         {MeldName(second, s), "meld 2: Ten of Clubs, Jack of Clubs, Queen of Clubs"},
     };
-    for (const auto& t : texts) EXPECT_EQ(t.got, t.said);
+    for (const auto& [got, said] : texts) EXPECT_EQ(got, said);
 }
 
 }  // namespace

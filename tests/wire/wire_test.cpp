@@ -47,9 +47,8 @@ TEST(WireMessages, WhatThisProgramWritesIsExactAndReadsBack) {
     EXPECT_EQ(ReadMessage(ChallengeMessage(hello.key)).nonce, hello.key);
     const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
     EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
-    const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
-    EXPECT_EQ(sync.sync.applied, 3);
-    EXPECT_EQ(sync.sync.state, 0x1ULL);
+    const Sync sync = ReadMessage(SyncMessage({3, 4, 0x1ULL})).sync;
+    EXPECT_EQ(std::pair(sync.applied, sync.state), std::pair(3L, std::uint64_t{1}));
     EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
     for (const char* message : {"M:D:05", "X:new", "K:ROUND:"}) EXPECT_TRUE(Counted(message));
     for (const char* message :
