@@ -23,9 +23,7 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
     s.MeldCredit[Card("KH")] = 10;
     s.MeldCredit[Card("QS")] = -10;
     s.TableMelds.AddColumn();
-    const Int16 second = s.TableMelds.AddColumn();
-    int slot = 0;
-    for (const char* card : {"TC", "JC", "QC"}) s.TableMelds.Column(second)[slot++] = Card(card);
+    const Int16 second = test::AddTableMelds(s, "TC JC QC");
     auto floating = [s](bool local, bool remote) mutable {
         s.LocalFloating = local;
         s.RemoteFloating = remote;

@@ -24,6 +24,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "dropping_line.h"
@@ -115,12 +116,9 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
     window.RefreshUpPile();
     for (int column = 0; column < 3; ++column) window.CreateMeldColumn(column);
     CardImage* meld = window.imgMeld(2 * 13 + 3);
-    const struct {
-        const char* what;
-        double got;
-        double expected;
-        std::optional<int> shown;  // where the window put the card, in pixels
-    } cases[] = {
+    // What, the figure the layout gives and the one worked out, where the window put the card in
+    // pixels.
+    const std::tuple<const char*, double, double, std::optional<int>> cases[] = {
         {"fan of 7 starts", LocalFanLeft(11295, 1095, 7, 0), 4279, window.imgLocal(0)->x()},
         {"second fan card", LocalFanLeft(11295, 1095, 7, 1), 4552.75, window.imgLocal(1)->x()},
         {"38 cards still start inside", LocalFanLeft(11295, 1095, 38, 0), 36, {}},
@@ -139,9 +137,9 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
         {"meld column 2", MeldLeft(11295, 735, 2), 1885.9, meld->x()},
         {"meld row 3", MeldTop(3375, 3), 1003.8, meld->y()},
     };
-    for (const auto& c : cases) {
-        EXPECT_NEAR(c.got, c.expected, 0.05) << c.what;
-        EXPECT_EQ(c.shown.value_or(Px(c.expected)), Px(c.expected)) << c.what;
+    for (const auto& [what, got, expected, shown] : cases) {
+        EXPECT_NEAR(got, expected, 0.05) << what;
+        EXPECT_EQ(shown.value_or(Px(expected)), Px(expected)) << what;
     }
 }
 

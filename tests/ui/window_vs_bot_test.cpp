@@ -25,6 +25,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "dropping_line.h"
@@ -160,16 +161,14 @@ class WindowAgainstBot : public ::testing::Test {
     // neither engine having refused a move of the other's; the window reported no failure and
     // asked nothing but to discard and to quit.
     void PlayToTheEndAndClose(test::Program& bot, const std::function<void()>& move = {}) {
-        ASSERT_EQ(PlayUntil(
-                      bot, [&] { return bot.out().contains("Game:"); }, move),
-                  "");
+        const auto over = [&] { return bot.out().contains("Game:"); };
+        ASSERT_EQ(PlayUntil(bot, over, move), "");
         window->close();
         const std::vector<std::string> boxes = window->boxes, failures = window->failures;
         window.reset();
         socket.reset();
-        ASSERT_EQ(test::Watch(
-                      {&bot}, [&] { return !bot.running(); }, Pump),
-                  "");
+        const auto gone = [&] { return !bot.running(); };
+        ASSERT_EQ(test::Watch({&bot}, gone, Pump), "");
         const std::string out = bot.out().toStdString();
         EXPECT_TRUE(bot.out().contains(QRegularExpression("^Game: you (won|lost) \\d+ to \\d+\\.$",
                                                           QRegularExpression::MultilineOption)))
@@ -374,10 +373,8 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
     s.StackCount = test::Fill(s.Stack, "3C 4C 5C 6C 7C 8C TC JC QC KC");
     window->RefreshHands('B');
     window->RefreshUpPile();
-    const struct {
-        std::string message, marked;
-        const char* line;
-    } turn[] = {
+    // The message, the marks it leaves and its line in the history.
+    const std::tuple<std::string, std::string, const char*> turn[] = {
         {UpPileMessage(2), "6D | | ", "Your opponent took the Six of Diamonds from the up pile"},
         {NewMeldMessage(test::Meld("7S 8S 9S")), "6D | | 7S 8S 9S ",
          "Your opponent laid down 7\u2660 8\u2660 9\u2660"},
@@ -386,11 +383,11 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
         {DiscardMessage(test::Card("QD")), "6D | QD | 7S 8S 9S TS ",
          "Your opponent discarded the Queen of Diamonds"},
     };
-    for (const auto& move : turn) {
-        window->table().Data_Process(move.message);
-        ASSERT_TRUE(window->boxes.empty()) << move.message << ": " << window->boxes.front();
-        EXPECT_EQ(MarksOf(*window), move.marked) << move.message;
-        EXPECT_EQ(window->historyLines().back().toStdString(), move.line);
+    for (const auto& [message, marked, line] : turn) {
+        window->table().Data_Process(message);
+        ASSERT_TRUE(window->boxes.empty()) << message << ": " << window->boxes.front();
+        EXPECT_EQ(MarksOf(*window), marked) << message;
+        EXPECT_EQ(window->historyLines().back().toStdString(), line);
     }
     ASSERT_TRUE(s.MyTurn);
     QTest::mouseClick(window->imgStack(), Qt::LeftButton);
