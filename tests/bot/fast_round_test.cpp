@@ -77,24 +77,24 @@ std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
 void ExpectSameMoves(const GameState& s, const FastRound& r, const Moves& moves, int n) {
     const int seat = r.Mover();
     const Seat which = kSeat[seat];
+    // A draw from the stack as -100, from the up pile as minus one less its position, a discard as
+    // the card.
     std::set<MeldKey> melds;
-    std::set<int> draws, discards;
+    std::set<int> steps, engineSteps;
     for (int i = 0; i < n; ++i) {
         const FastMove& m = moves[static_cast<std::size_t>(i)];
-        if (m.kind == FastMove::kStack) draws.insert(-1);
-        if (m.kind == FastMove::kUpPile) draws.insert(m.position);
+        if (m.kind == FastMove::kStack) steps.insert(-100);
+        if (m.kind == FastMove::kUpPile) steps.insert(-1 - m.position);
         if (m.kind == FastMove::kMeld) melds.insert({m.meld.cards, m.meld.column});
-        if (m.kind == FastMove::kDiscard) discards.insert(m.card);
+        if (m.kind == FastMove::kDiscard) steps.insert(m.card);
     }
-    std::set<int> engineDraws, engineDiscards;
-    if (CanDrawFromStack(s, which).ok()) engineDraws.insert(-1);
+    if (CanDrawFromStack(s, which).ok()) engineSteps.insert(-100);
     for (Int16 p = 0; p < s.UpCount; ++p)
-        if (CanTakeFromUpPile(s, which, p).ok()) engineDraws.insert(p.value());
+        if (CanTakeFromUpPile(s, which, p).ok()) engineSteps.insert(-1 - p.value());
     for (Int16 i = 0; i < HandCount(s, which); ++i)
         if (CanDiscard(s, which, Hand(s, which)[i]).ok())
-            engineDiscards.insert(Hand(s, which)[i].value());
-    EXPECT_EQ(draws, engineDraws);
-    EXPECT_EQ(discards, engineDiscards);
+            engineSteps.insert(Hand(s, which)[i].value());
+    EXPECT_EQ(steps, engineSteps);
     EXPECT_EQ(melds, s.HasDrawn ? EngineMelds(s, seat) : std::set<MeldKey>{});
 }
 

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -34,19 +33,16 @@ struct Session {
     std::string received;
     GameState game;  // from the test's seat, once dealt
 
-    // Reads what the bot sends and prints until `done` holds, the bot has left, or 5 s passed.
+    // Reads what the bot sends and prints until `done` holds, the bot has left, or nothing has
+    // come for a while.
     bool Until(const std::function<bool()>& done) {
-        const QDeadlineTimer deadline(kWaitMs);
-        for (;;) {
-            if (peer && peer->isOpen()) {
-                peer->waitForReadyRead(5);
+        const auto read = [&] {
+            if (peer && peer->isOpen() && peer->waitForReadyRead(5))
                 received += peer->readAll().toStdString();
-            }
             bot.process().waitForReadyRead(5);
-            bot.Gather();
-            if (done()) return true;
-            if (deadline.hasExpired() || !bot.running()) return bot.Gather(), done();
-        }
+        };
+        test::Watch({&bot}, done, read, [&] { return received; });
+        return done();
     }
     void Send(const std::string& bytes) {
         peer->write(bytes.data(), static_cast<qint64>(bytes.size()));

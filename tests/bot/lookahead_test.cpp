@@ -88,10 +88,10 @@ std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
     return level == 1 ? text + " for " + std::to_string(plan->value) : text;
 }
 
-// Every level plays through the engine's handlers without one refused gesture (the duel fails on
-// any), and what its seat cannot see never changes a decision, while the seed of levels 2 and 3
-// does change some: their play-outs matter. The first level takes a card from below the top of
-// the up pile, paying with every card above it, only to meld it this turn.
+// Every level plays through the engine's handlers without one refused gesture or a turn left
+// unplayed (the duel fails on either: a card taken from below the top of the up pile and not
+// melded is one), and what its seat cannot see never changes a decision, while the seed of levels
+// 2 and 3 does change some: their play-outs matter.
 TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
     for (const int level : {1, 2, 3}) {
         SCOPED_TRACE("level " + std::to_string(level));
@@ -109,29 +109,14 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
         }
         ASSERT_GT(states.size(), 100u);
         std::mt19937_64 random(17);
-        int changedBySeed = 0, deepTakes = 0;
+        int changedBySeed = 0;
         for (std::size_t i = 0; i < states.size(); i += 2) {
             const GameState& s = states[i];
             const std::string decision = Decision(s, level);
             ASSERT_EQ(decision, Decision(Rescrambled(s, random), level)) << "state " << i;
-            if (level > 1) {
-                changedBySeed += decision != Decision(s, level, 6);
-                continue;
-            }
-            const GameState seen = SeatView(s);
-            const std::optional<Draw> d = seen.HasDrawn ? std::nullopt : ChooseDraw(seen);
-            if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;
-            ++deepTakes;
-            GameState after = seen;
-            TakeFromUpPile(after, Seat::kLocal, d->position);
-            const std::optional<TurnPlan> plan = PlanTurn(after);
-            ASSERT_TRUE(plan);
-            EXPECT_TRUE(
-                std::any_of(plan->melds.begin(), plan->melds.end(),
-                            [&](const auto& m) { return m.Contains(seen.UpPile[d->position]); }))
-                << "took from " << d->position.value() << " and does not meld it";
+            if (level > 1) changedBySeed += decision != Decision(s, level, 6);
         }
-        EXPECT_GT(level == 1 ? deepTakes : changedBySeed, 0);
+        EXPECT_TRUE(level == 1 || changedBySeed > 0);
     }
 }
 

@@ -345,11 +345,10 @@ struct Player {
             if (window.imgLocal(i)->tag() == test::Card(card).value()) return window.imgLocal(i);
         return nullptr;
     }
-    void Select(const char* cards) {
-        for (Int16 card : test::Cards(cards)) {
-            CardImage* slot = Holding(GetCardName(card, false).c_str());
-            ASSERT_NE(slot, nullptr) << cards;
-            QTest::mouseClick(slot, Qt::LeftButton);
+    void Select(const std::vector<const char*>& cards) {
+        for (const char* card : cards) {
+            ASSERT_NE(Holding(card), nullptr) << card;
+            QTest::mouseClick(Holding(card), Qt::LeftButton);
         }
     }
     // A click on the table's own cloth, below and right of every meld.
@@ -402,15 +401,15 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     ASSERT_TRUE(WaitFor([&] { return server.state().RemoteCount == 8; }));
     EXPECT_EQ(server.Theirs(), "Your Opponent's Hand (8)");
     EXPECT_EQ(server.Label("lblCardsleft"), "Deck (36)");
-    client->Select("5S 3S 4S");
+    client->Select({"5S", "3S", "4S"});
     client->ClickTable();
     ASSERT_TRUE(WaitFor([&] { return server.window.imgMeld(2) != nullptr; }));
     EXPECT_EQ(server.window.imgMeld(2)->tag(), test::Card("5S").value());
-    client->Select("9H 9D 9C");
+    client->Select({"9H", "9D", "9C"});
     client->ClickTable();
     ASSERT_TRUE(WaitFor([&] { return server.window.meldSlotCount() == 26; }));
     // Laying off: the selected card and a click anywhere in the run's column.
-    client->Select("6S");
+    client->Select({"6S"});
     QTest::mouseClick(client->window.imgMeld(7), Qt::LeftButton);
     ASSERT_TRUE(
         WaitFor([&] { return server.window.imgMeld(3)->tag() == test::Card("6S").value(); }));
