@@ -68,10 +68,6 @@ class WindowAgainstBot : public ::testing::Test {
         EXPECT_EQ(test::Watch({&bot}, listening, Pump), "");
         return test::ListeningPort(bot);
     }
-    static void Call(test::Program& bot, quint16 port) {
-        bot.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
-                                     "--delay", "0", "--seed", "3"});
-    }
 
     // Plays until `done`, making `move` (by default the random player's) whenever the window may.
     // Whose turn it is says which side stopped, should the game stop; any change is progress.
@@ -229,7 +225,8 @@ TEST_F(WindowAgainstBot, ServingWaitsForItsClientThenPlaysAWholeGameWithANewCall
     window->table().UsePort(port);
     window->table().mnuServer_Click();
     test::Program bot("the bot", "");
-    Call(bot, port);
+    bot.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
+                                 "--delay", "0", "--seed", "3"});
     ASSERT_EQ(PlayUntil(bot, [&] { return MidRound(); }), "");
     window->boxes.clear();  // the discards' questions
     ::kill(static_cast<pid_t>(bot.process().processId()), SIGKILL);
@@ -238,7 +235,8 @@ TEST_F(WindowAgainstBot, ServingWaitsForItsClientThenPlaysAWholeGameWithANewCall
               "Connection lost: waiting for your opponent to come back");
     EXPECT_TRUE(window->table().WaitingForOpponent());
     test::Program newcomer("a new player", "Your opponent left.");
-    Call(newcomer, port);
+    newcomer.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
+                                      "--delay", "0", "--seed", "3"});
     ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
     EXPECT_EQ(window->boxes, std::vector{QuestionBox({QuestionKind::kNewGameWithCaller}).text});
     window->boxes.clear();
