@@ -9,6 +9,13 @@
 
 namespace kelvane::test {
 
+// A loopback port the system handed out a moment ago and took back: nothing listens there.
+inline quint16 FreePort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
 // A loopback line between a caller and the program listening on port `to`, which the test can
 // drop as when a router goes down: both ends are reset, and what the line held is lost. It drops
 // when told, and each time the bytes it has carried from the listening end reach the next of

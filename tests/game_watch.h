@@ -5,6 +5,7 @@
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QString>
 #include <QStringList>
 #include <algorithm>
@@ -70,6 +71,12 @@ class Program {
     QProcess process_;
     QString out_, err_;
 };
+
+// The port a serving kelvane-bot says it waits on, once the whole line has come; 0 before.
+inline quint16 ListeningPort(const Program& bot) {
+    static const QRegularExpression listening("waiting for an opponent on port (\\d+)\n");
+    return listening.match(bot.err()).captured(1).toUShort();
+}
 
 // Waits until `done` holds, calling `step` each time round: it drives whatever the test plays
 // itself and waits briefly for the programs' output. New output, or a change in `seen` (what the

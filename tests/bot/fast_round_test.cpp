@@ -12,6 +12,7 @@
 #include <ostream>
 #include <random>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -76,24 +77,24 @@ std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
 void ExpectSameMoves(const GameState& s, const FastRound& r, const Moves& moves, int n) {
     const int seat = r.Mover();
     const Seat which = kSeat[seat];
+    // A draw from the stack as -100, from the up pile as minus one less its position, a discard as
+    // the card.
     std::set<MeldKey> melds;
-    std::set<int> draws, discards;
+    std::set<int> steps, engineSteps;
     for (int i = 0; i < n; ++i) {
         const FastMove& m = moves[static_cast<std::size_t>(i)];
-        if (m.kind == FastMove::kStack) draws.insert(-1);
-        if (m.kind == FastMove::kUpPile) draws.insert(m.position);
+        if (m.kind == FastMove::kStack) steps.insert(-100);
+        if (m.kind == FastMove::kUpPile) steps.insert(-1 - m.position);
         if (m.kind == FastMove::kMeld) melds.insert({m.meld.cards, m.meld.column});
-        if (m.kind == FastMove::kDiscard) discards.insert(m.card);
+        if (m.kind == FastMove::kDiscard) steps.insert(m.card);
     }
-    std::set<int> engineDraws, engineDiscards;
-    if (CanDrawFromStack(s, which).ok()) engineDraws.insert(-1);
+    if (CanDrawFromStack(s, which).ok()) engineSteps.insert(-100);
     for (Int16 p = 0; p < s.UpCount; ++p)
-        if (CanTakeFromUpPile(s, which, p).ok()) engineDraws.insert(p.value());
+        if (CanTakeFromUpPile(s, which, p).ok()) engineSteps.insert(-1 - p.value());
     for (Int16 i = 0; i < HandCount(s, which); ++i)
         if (CanDiscard(s, which, Hand(s, which)[i]).ok())
-            engineDiscards.insert(Hand(s, which)[i].value());
-    EXPECT_EQ(draws, engineDraws);
-    EXPECT_EQ(discards, engineDiscards);
+            engineSteps.insert(Hand(s, which)[i].value());
+    EXPECT_EQ(steps, engineSteps);
     EXPECT_EQ(melds, s.HasDrawn ? EngineMelds(s, seat) : std::set<MeldKey>{});
 }
 
@@ -165,30 +166,27 @@ TEST(FastRound, AgreesWithTheEngineOnEveryStateAndEveryLegalMove) {
 TEST(FastRound, GreedyPlayerMeldsOutWhileTheStackLastsAndKeepsLivePairs) {
     const CardSet run = Bit(3) | Bit(4) | Bit(5);       // three, four and five of spades
     const CardSet kings = Bit(13) | Bit(26) | Bit(28);  // two kings and a two
-    struct Case {
-        CardSet hand;
-        int stack;
-        bool live;
-        FastMove::Kind kind;
-        int thrown;
+    // The hand, the cards in the stack, whether pairs are kept only while live; the move, the card.
+    const std::tuple<CardSet, int, bool, FastMove::Kind, int> cases[] = {
+        {run, 5, false, FastMove::kDiscard, 3},
+        {run, 6, false, FastMove::kMeld, 0},
+        {kings, 30, false, FastMove::kDiscard, 28},
+        {kings, 30, true, FastMove::kDiscard, 13},
     };
-    for (const Case& c : {Case{run, 5, false, FastMove::kDiscard, 3},
-                          {run, 6, false, FastMove::kMeld, 0},
-                          {kings, 30, false, FastMove::kDiscard, 28},
-                          {kings, 30, true, FastMove::kDiscard, 13}}) {
+    for (const auto& [hand, stack, live, kind, thrown] : cases) {
         FastRound r = FastRound::From(Dealt(1));
-        r.hand[0] = c.hand;
+        r.hand[0] = hand;
         r.up = {39, 52, 5};
         r.upCount = 3;
         r.myTurn = true;
         r.hasDrawn = true;
         r.takenUp = {0, 0};
-        r.stackCount = c.stack;
+        r.stackCount = stack;
         MeldBuffer scratch;
         FastMove m;
-        ASSERT_TRUE(r.GreedyMove(scratch, m, c.live));
-        EXPECT_EQ(m.kind, c.kind) << c.stack << " cards in the stack";
-        EXPECT_EQ(m.card, c.thrown) << (c.live ? "live" : "plain");
+        ASSERT_TRUE(r.GreedyMove(scratch, m, live));
+        EXPECT_EQ(m.kind, kind) << stack << " cards in the stack";
+        EXPECT_EQ(m.card, thrown) << (live ? "live" : "plain");
     }
 }
 

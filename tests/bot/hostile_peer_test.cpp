@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -14,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "game/cards.h"
 #include "game/stock.h"
@@ -33,19 +33,16 @@ struct Session {
     std::string received;
     GameState game;  // from the test's seat, once dealt
 
-    // Reads what the bot sends and prints until `done` holds, the bot has left, or 5 s passed.
+    // Reads what the bot sends and prints until `done` holds, the bot has left, or nothing has
+    // come for a while.
     bool Until(const std::function<bool()>& done) {
-        const QDeadlineTimer deadline(kWaitMs);
-        for (;;) {
-            if (peer && peer->isOpen()) {
-                peer->waitForReadyRead(5);
+        const auto read = [&] {
+            if (peer && peer->isOpen() && peer->waitForReadyRead(5))
                 received += peer->readAll().toStdString();
-            }
             bot.process().waitForReadyRead(5);
-            bot.Gather();
-            if (done()) return true;
-            if (deadline.hasExpired() || !bot.running()) return bot.Gather(), done();
-        }
+        };
+        test::Watch({&bot}, done, read, [&] { return received; });
+        return done();
     }
     void Send(const std::string& bytes) {
         peer->write(bytes.data(), static_cast<qint64>(bytes.size()));
@@ -56,19 +53,13 @@ struct Session {
         return received.find("(" + prefix) != std::string::npos;
     }
 
-    // The port the serving bot said it waits on; 0 before it has.
-    quint16 Port() const {
-        static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
-        return listening.match(bot.err()).captured(1).toUShort();
-    }
-
     // The bot serves and deals; the test connects, reads the deal and holds the client's seat,
     // whose turn opens the first deal.
     void BotServes() {
         bot.Start(KELVANE_BOT_PATH, {"--serve", "--port", "0", "--delay", "0", "--seed", "3"});
-        ASSERT_TRUE(Until([&] { return Port() != 0; })) << bot.Story();
+        ASSERT_TRUE(Until([&] { return test::ListeningPort(bot) != 0; })) << bot.Story();
         peer = std::make_unique<QTcpSocket>();
-        peer->connectToHost("127.0.0.1", Port());
+        peer->connectToHost("127.0.0.1", test::ListeningPort(bot));
         ASSERT_TRUE(peer->waitForConnected(kWaitMs));
         // The bot announces itself first; a peer that speaks only the game's messages, as this
         // one does, passes over that and reads the deal.
@@ -116,13 +107,9 @@ const char* const kTooLong = "a message longer than 8192 bytes";
 TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTheRest) {
     const std::string deal = DealMessage(ShuffleOrder(SeededRandom(9)));
     const auto fixed = [](std::string bytes) { return [=](const Session&) { return bytes; }; };
-    struct Case {
-        bool botServes;
-        const char* what;
-        std::function<std::string(const Session&)> bytes;
-        const char* why;  // empty: the game goes on
-    };
-    const Case cases[] = {
+    // Whether the bot serves, what the peer sends, and why the bot refuses it (empty: it does not).
+    using Bytes = std::function<std::string(const Session&)>;
+    const std::tuple<bool, const char*, Bytes, const char*> cases[] = {
         {true, "a discard before drawing",
          [](auto& s) { return "(M:D:" + nformat(s.game.LocalHand[0]) + ")"; }, "before drawing"},
         {true, "a discard of 53", fixed("(M:D:53)"), kUnreadable},
@@ -157,20 +144,20 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
          "that does not hold each card once"},
         {false, "a second deal", fixed("(" + deal + ")(" + deal + ")"), "in the middle of a round"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [botServes, what, bytes, why] : cases) {
+        SCOPED_TRACE(what);
         Session s;
-        ASSERT_NO_FATAL_FAILURE(c.botServes ? s.BotServes() : s.PeerServes());
-        s.Send(c.bytes(s));
-        if (*c.why) {
-            s.ExpectRefused(c.why);
+        ASSERT_NO_FATAL_FAILURE(botServes ? s.BotServes() : s.PeerServes());
+        s.Send(bytes(s));
+        if (*why) {
+            s.ExpectRefused(why);
             ASSERT_FALSE(HasFailure()) << "one case failing is enough to wait for";
             continue;
         }
         // The game goes on: a stranger knocking is turned away, the bot answers a whole turn of
         // ours with its own, and our vanishing is the opponent leaving.
         QTcpSocket stranger;
-        stranger.connectToHost("127.0.0.1", s.Port());
+        stranger.connectToHost("127.0.0.1", test::ListeningPort(s.bot));
         EXPECT_TRUE(stranger.state() == QAbstractSocket::UnconnectedState ||
                     stranger.waitForDisconnected(kWaitMs));
         s.Send(s.Turn());
@@ -192,8 +179,8 @@ TEST(HostilePeer, WhileTheBotWaitsForItsClientNobodyElseTakesTheGame) {
     s.peer->abort();
     ASSERT_TRUE(s.Until([&] { return s.bot.err().contains("the connection was lost"); }));
     test::Program newcomer{"a new player", ""};
-    newcomer.Start(KELVANE_BOT_PATH,
-                   {"--connect", "127.0.0.1", "--port", QString::number(s.Port())});
+    newcomer.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port",
+                                      QString::number(test::ListeningPort(s.bot))});
     ASSERT_TRUE(newcomer.process().waitForFinished(kWaitMs));
     newcomer.Gather();
     EXPECT_EQ(newcomer.exitCode(), 1);

@@ -59,6 +59,13 @@ GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
 
 constexpr LookaheadBudget kRepeatable{24, 0};
 
+// The cards the player cannot see: the opponent's hand and the stock.
+CardSet Hidden(const FastRound& r) {
+    CardSet cards = r.hand[1];
+    for (int p = 0; p < r.stackCount; ++p) cards |= Bit(r.stack[static_cast<std::size_t>(p)]);
+    return cards;
+}
+
 // What a level would do next in words, with what the first level judges its plan worth.
 std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
     const LookaheadSearch search = level == 3 ? kLevel3Search : LookaheadSearch{};
@@ -81,10 +88,10 @@ std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
     return level == 1 ? text + " for " + std::to_string(plan->value) : text;
 }
 
-// Every level plays through the engine's handlers without one refused gesture (the duel fails on
-// any), and what its seat cannot see never changes a decision, while the seed of levels 2 and 3
-// does change some: their play-outs matter. The first level takes a card from below the top of
-// the up pile, paying with every card above it, only to meld it this turn.
+// Every level plays through the engine's handlers without one refused gesture or a turn left
+// unplayed (the duel fails on either: a card taken from below the top of the up pile and not
+// melded is one), and what its seat cannot see never changes a decision, while the seed of levels
+// 2 and 3 does change some: their play-outs matter.
 TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
     for (const int level : {1, 2, 3}) {
         SCOPED_TRACE("level " + std::to_string(level));
@@ -102,29 +109,14 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
         }
         ASSERT_GT(states.size(), 100u);
         std::mt19937_64 random(17);
-        int changedBySeed = 0, deepTakes = 0;
+        int changedBySeed = 0;
         for (std::size_t i = 0; i < states.size(); i += 2) {
             const GameState& s = states[i];
             const std::string decision = Decision(s, level);
             ASSERT_EQ(decision, Decision(Rescrambled(s, random), level)) << "state " << i;
-            if (level > 1) {
-                changedBySeed += decision != Decision(s, level, 6);
-                continue;
-            }
-            const GameState seen = SeatView(s);
-            const std::optional<Draw> d = seen.HasDrawn ? std::nullopt : ChooseDraw(seen);
-            if (!d || d->fromStack || d->position == seen.UpCount - 1) continue;
-            ++deepTakes;
-            GameState after = seen;
-            TakeFromUpPile(after, Seat::kLocal, d->position);
-            const std::optional<TurnPlan> plan = PlanTurn(after);
-            ASSERT_TRUE(plan);
-            EXPECT_TRUE(
-                std::any_of(plan->melds.begin(), plan->melds.end(),
-                            [&](const auto& m) { return m.Contains(seen.UpPile[d->position]); }))
-                << "took from " << d->position.value() << " and does not meld it";
+            if (level > 1) changedBySeed += decision != Decision(s, level, 6);
         }
-        EXPECT_GT(level == 1 ? deepTakes : changedBySeed, 0);
+        EXPECT_TRUE(level == 1 || changedBySeed > 0);
     }
 }
 
@@ -135,21 +127,19 @@ TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
     Watched<BotPolicy> a(states), b(states);
     ASSERT_EQ(sim::PlayDuel(9, a, b, 1).failure, "");
     const GameState& s = states.at(states.size() / 2);
-    struct Case {
-        std::size_t count, better;  // `better` gains 5 points a deal, count for none
-        std::size_t chosen;
-    };
-    for (const Case& c : std::initializer_list<Case>{
-             {2, 1, 1}, {3, 2, 2}, {6, 5, 5}, {16, 0, 0}, {16, 9, 9}, {16, 16, 0}, {17, 16, 16}}) {
+    // How many candidates, the one that gains 5 points a deal (`count` for none), the one chosen.
+    const std::size_t cases[][3] = {{2, 1, 1},  {3, 2, 2},   {6, 5, 5},   {16, 0, 0},
+                                    {16, 9, 9}, {16, 16, 0}, {17, 16, 16}};
+    for (const auto& [count, better, expected] : cases) {
         long long played = 0;
         const std::size_t chosen =
-            HalvingPlayOuts(s, {}, kRepeatable, 1, c.count, [&](FastRound& round, std::size_t i) {
+            HalvingPlayOuts(s, {}, kRepeatable, 1, count, [&](FastRound& round, std::size_t i) {
                 ++played;
-                if (i == c.better) round.melded[0] += 5;
+                if (i == better) round.melded[0] += 5;
             });
-        EXPECT_EQ(chosen, c.chosen) << c.count << " candidates, better " << c.better;
-        EXPECT_LE(played, static_cast<long long>(c.count) * kRepeatable.playouts) << c.count;
-        EXPECT_GT(played, static_cast<long long>(c.count) * kRepeatable.playouts / 2) << c.count;
+        EXPECT_EQ(chosen, expected) << count << " candidates, better " << better;
+        EXPECT_LE(played, static_cast<long long>(count) * kRepeatable.playouts) << count;
+        EXPECT_GT(played, static_cast<long long>(count) * kRepeatable.playouts / 2) << count;
     }
 }
 
@@ -176,19 +166,13 @@ TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
                     EXPECT_EQ(HiddenDeals(s, {true, 0}).Deal(before), HiddenDeals(s).Deal(plain));
             }
             holdingMelds[read] += dealt.HoldsMeld(1);
-            EXPECT_EQ(dealt.hand[0], seen.hand[0]);
-            EXPECT_EQ(dealt.up, seen.up);
-            EXPECT_EQ(dealt.column, seen.column);
+            // Only his hand and the stock change, sharing out the same cards as before.
+            FastRound rest = dealt;
+            rest.hand[1] = seen.hand[1];
+            rest.stack = seen.stack;
+            EXPECT_TRUE(rest == seen);
             EXPECT_EQ(std::popcount(dealt.hand[1]), std::popcount(seen.hand[1]));
-            EXPECT_EQ(dealt.stackCount, seen.stackCount);
-            CardSet all = dealt.hand[0] | dealt.hand[1];
-            for (int p = 0; p < dealt.stackCount; ++p)
-                all |= Bit(dealt.stack[static_cast<std::size_t>(p)]);
-            for (int p = 0; p < dealt.upCount; ++p)
-                all |= Bit(dealt.up[static_cast<std::size_t>(p)]);
-            for (int c = 0; c < dealt.columns; ++c)
-                all |= dealt.column[static_cast<std::size_t>(c)];
-            EXPECT_EQ(all, (CardSet{1} << kCardsInDeck) - 1);
+            EXPECT_EQ(Hidden(dealt), Hidden(seen));
             const CardSet held = seen.known & seen.hand[1];
             EXPECT_EQ(dealt.hand[1] & held, held);
             knownKept += held != 0;

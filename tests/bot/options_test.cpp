@@ -33,11 +33,8 @@ std::string Summary(const ParsedOptions& parsed) {
 }
 
 TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
-    struct Case {
-        std::vector<std::string> args;
-        std::string expected;  // for a refusal, how its message begins
-    };
-    const Case cases[] = {
+    // The arguments, and the options they give or how the refusal's message begins.
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
         {{"--delay=0", "--seed", "0", "--serve", "--port", "0"}, " serve port=0 seed=0 delay=0"},
         {{"--connect", "10.0.0.2", "--port=65535", "--rounds", "1", "--seed",
           "18446744073709551615", "--delay", "60000"},
@@ -76,14 +73,14 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
         {{"--connect", "--plain"}, "refused: --connect needs a host, not '--plain'"},
         {{"--connect", "h", "--port", "0"}, "refused: --connect needs a port"},
     };
-    for (const Case& c : cases) {
+    for (const auto& [args, expected] : cases) {
         std::string line;
-        for (const std::string& arg : c.args) line += " '" + arg + "'";
-        const std::string got = Summary(ParseOptions(c.args));
-        if (c.expected.starts_with("refused"))
-            EXPECT_TRUE(got.starts_with(c.expected)) << line << " gave " << got;
+        for (const std::string& arg : args) line += " '" + arg + "'";
+        const std::string got = Summary(ParseOptions(args));
+        if (expected.starts_with("refused"))
+            EXPECT_TRUE(got.starts_with(expected)) << line << " gave " << got;
         else
-            EXPECT_EQ(got, c.expected) << line;
+            EXPECT_EQ(got, expected) << line;
     }
 }
 

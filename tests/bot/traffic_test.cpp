@@ -23,14 +23,11 @@ namespace {
 // side. Leaving out Kelvane's own messages, every side sends the same bytes all three ways: what
 // Kelvane adds never changes a move, and a program that knows nothing of it is spoken to exactly
 // as before.
-struct Recorded {
-    const char* server;  // "random" or "bot"
-    const char* client;
-    std::uint64_t seed;
-    int rounds;
-    std::size_t serverBytes, clientBytes;
-    std::uint64_t serverDigest, clientDigest;
-};
+// Each game: the server's player and the client's ("random" or "bot"), the seed, and what each
+// side sent: how many bytes, and their digest.
+using Recorded = std::tuple<std::string, std::string, std::uint64_t, std::size_t, std::size_t,
+                            std::uint64_t, std::uint64_t>;
+constexpr int kRounds = 100;
 
 std::unique_ptr<Policy> Player(const std::string& kind, std::uint64_t seed) {
     if (kind == "bot") return std::make_unique<bot::BotPolicy>();
@@ -42,28 +39,29 @@ std::unique_ptr<Policy> Player(const std::string& kind, std::uint64_t seed) {
 TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
     // Recorded from the engine before its moves were gathered into one place.
     const Recorded recorded[] = {
-        {"random", "random", 1, 100, 15249, 11495, 0x20360003ab0c3965ULL, 0x910b4269ef62696eULL},
-        {"random", "random", 2, 100, 63722, 47982, 0x45d7763a9668171eULL, 0xf93c5147143d446fULL},
-        {"random", "random", 3, 100, 6418, 4864, 0x79b0cdbd700d576fULL, 0xf73a26774a479636ULL},
-        {"random", "random", 4, 100, 67406, 50467, 0xaa19265db7c318d4ULL, 0xf645d143db68dadeULL},
-        {"random", "random", 5, 100, 6088, 4941, 0x8c7ee4cebf1334b0ULL, 0xd66b63f70ddaf25dULL},
-        {"random", "random", 6, 100, 22385, 17525, 0x337f2fb70fcfd204ULL, 0x68ce824c446a7c69ULL},
-        {"bot", "random", 7, 100, 47605, 28515, 0x3d9f186a56db7d05ULL, 0x460a91b8275bc472ULL},
-        {"bot", "random", 8, 100, 49588, 29968, 0xd3ef378d349a52f6ULL, 0xe75b9017749d6c99ULL},
-        {"random", "bot", 9, 100, 44673, 31348, 0x6b410fef91b57858ULL, 0x2de08d94ac532a7bULL},
-        {"random", "bot", 10, 100, 46241, 32341, 0x135baa5adeacb2aULL, 0xd753738ae9e2db52ULL},
-        {"bot", "bot", 11, 100, 38430, 22690, 0xa8bca288b0f9c421ULL, 0xfda3dbc8247d8657ULL},
-        {"bot", "bot", 12, 100, 39085, 22527, 0x19adae01d666eaa9ULL, 0x3a304bbf227b987aULL},
+        {"random", "random", 1, 15249, 11495, 0x20360003ab0c3965ULL, 0x910b4269ef62696eULL},
+        {"random", "random", 2, 63722, 47982, 0x45d7763a9668171eULL, 0xf93c5147143d446fULL},
+        {"random", "random", 3, 6418, 4864, 0x79b0cdbd700d576fULL, 0xf73a26774a479636ULL},
+        {"random", "random", 4, 67406, 50467, 0xaa19265db7c318d4ULL, 0xf645d143db68dadeULL},
+        {"random", "random", 5, 6088, 4941, 0x8c7ee4cebf1334b0ULL, 0xd66b63f70ddaf25dULL},
+        {"random", "random", 6, 22385, 17525, 0x337f2fb70fcfd204ULL, 0x68ce824c446a7c69ULL},
+        {"bot", "random", 7, 47605, 28515, 0x3d9f186a56db7d05ULL, 0x460a91b8275bc472ULL},
+        {"bot", "random", 8, 49588, 29968, 0xd3ef378d349a52f6ULL, 0xe75b9017749d6c99ULL},
+        {"random", "bot", 9, 44673, 31348, 0x6b410fef91b57858ULL, 0x2de08d94ac532a7bULL},
+        {"random", "bot", 10, 46241, 32341, 0x135baa5adeacb2aULL, 0xd753738ae9e2db52ULL},
+        {"bot", "bot", 11, 38430, 22690, 0xa8bca288b0f9c421ULL, 0xfda3dbc8247d8657ULL},
+        {"bot", "bot", 12, 39085, 22527, 0x19adae01d666eaa9ULL, 0x3a304bbf227b987aULL},
     };
     long long botRounds = 0, botLead = 0;
     const std::pair<bool, bool> extensions[] = {{true, true}, {false, true}, {true, false}};
-    for (const Recorded& r : recorded) {
+    for (const auto& [serverKind, clientKind, seed, serverBytes, clientBytes, serverDigest,
+                      clientDigest] : recorded) {
         for (const auto& [serverKelvane, clientKelvane] : extensions) {
-            auto server = Player(r.server, r.seed * 31);
-            auto client = Player(r.client, r.seed * 37);
-            sim::Duel duel(r.seed, *server, *client,
+            auto server = Player(serverKind, seed * 31);
+            auto client = Player(clientKind, seed * 37);
+            sim::Duel duel(seed, *server, *client,
                            {.serverExtensions = serverKelvane, .clientExtensions = clientKelvane});
-            const sim::DuelResult result = duel.Play(r.rounds);
+            const sim::DuelResult result = duel.Play(kRounds);
             ASSERT_EQ(result.failure, "");
             const auto& link = duel.link();
             // Where the game was recorded stuck in a round nobody could draw in, two Kelvane
@@ -72,17 +70,17 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
             // length.
             const bool bothKelvane = serverKelvane && clientKelvane;
             while (bothKelvane &&
-                   (link.GameText(sim::Side::kServer).size() < r.serverBytes ||
-                    link.GameText(sim::Side::kClient).size() < r.clientBytes) &&
+                   (link.GameText(sim::Side::kServer).size() < serverBytes ||
+                    link.GameText(sim::Side::kClient).size() < clientBytes) &&
                    duel.Step()) {
             }
-            SCOPED_TRACE(std::string(r.server) + " vs " + r.client + ", seed " +
-                         std::to_string(r.seed) + (serverKelvane ? "" : ", server plain") +
+            SCOPED_TRACE(serverKind + " vs " + clientKind + ", seed " + std::to_string(seed) +
+                         (serverKelvane ? "" : ", server plain") +
                          (clientKelvane ? "" : ", client plain"));
             EXPECT_FALSE(bothKelvane && result.stuck);
             for (const auto& [side, kelvane, bytes, digest] :
-                 {std::tuple{sim::Side::kServer, serverKelvane, r.serverBytes, r.serverDigest},
-                  std::tuple{sim::Side::kClient, clientKelvane, r.clientBytes, r.clientDigest}}) {
+                 {std::tuple{sim::Side::kServer, serverKelvane, serverBytes, serverDigest},
+                  std::tuple{sim::Side::kClient, clientKelvane, clientBytes, clientDigest}}) {
                 const std::string& game = link.GameText(side);
                 // A plain program sends nothing else at all; a Kelvane one announces itself.
                 EXPECT_EQ(link.SentBytes(side) == game.size(), !kelvane);
@@ -90,10 +88,9 @@ TEST(Traffic, SeededGamesSendTheRecordedBytesAndTheBotOutscoresRandomPlay) {
                     << game.size();
                 EXPECT_EQ(Fnv1a(std::string_view(game).substr(0, bytes)), digest);
             }
-            if (std::string(r.server) == r.client || !serverKelvane || !clientKelvane) continue;
+            if (serverKind == clientKind || !serverKelvane || !clientKelvane) continue;
             botRounds += result.rounds;
-            botLead += (std::string(r.server) == "bot" ? 1 : -1) *
-                       (result.serverPoints - result.clientPoints);
+            botLead += (serverKind == "bot" ? 1 : -1) * (result.serverPoints - result.clientPoints);
         }
     }
     // The bot leads by 52.5 points a round here; over twenty 400-round arena runs

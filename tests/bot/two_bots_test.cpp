@@ -68,14 +68,14 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
         for (test::Program* bot : {&server, &client})
             if (bot->running()) bot->process().waitForReadyRead(line ? 1 : 20);
     };
-    static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
     const std::string stopped = test::Watch(
-        {&server}, [&] { return listening.match(server.err()).hasMatch(); }, wait);
+        {&server}, [&] { return test::ListeningPort(server) != 0; }, wait);
     if (!stopped.empty()) return stopped;
-    QString port = listening.match(server.err()).captured(1);
-    if (!dropAt.empty()) port = QString::number(line.emplace(port.toUShort(), dropAt).port());
+    quint16 port = test::ListeningPort(server);
+    if (!dropAt.empty()) port = line.emplace(port, dropAt).port();
     client.Start(KELVANE_BOT_PATH,
-                 QStringList{"--connect", (pairing.overIPv6 ? "[::1]:" : "127.0.0.1:") + port,
+                 QStringList{"--connect",
+                             (pairing.overIPv6 ? "[::1]:" : "127.0.0.1:") + QString::number(port),
                              "--delay", "0", "--seed", QString::number(pairing.clientSeed)} +
                      level +
                      (pairing.clientCounts ? QStringList{"--rounds", rounds} : QStringList{}) +
@@ -86,7 +86,8 @@ std::string PlayTwoBots(const Pairing& pairing, test::Program& server, test::Pro
 
 class TwoBots : public ::testing::TestWithParam<Pairing> {};
 
-// Both leave cleanly after their rounds, the client that plays on on seeing the server leave;
+// Both leave cleanly after their rounds (with status 0 and their last line, or the watch calls the
+// game off), the client that plays on on seeing the server leave;
 // nothing was refused or failed on either side, and each printed the other's story mirrored. A
 // line that drops is told on both sides each time, both resume where they were, and their story
 // is that of bots with the same seeds whose line never dropped.
@@ -98,7 +99,6 @@ TEST_P(TwoBots, PlayTheirRoundsAndTellOneStory) {
     ASSERT_EQ(PlayTwoBots(pairing, server, client, pairing.dropAt), "");
     QStringList told[2];
     for (const test::Program* bot : {&server, &client}) {
-        EXPECT_EQ(bot->exitCode(), 0) << bot->Story();
         for (const char* trouble : {"engine failure", "the table", "no move", "sent a"})
             EXPECT_FALSE(bot->err().contains(trouble)) << bot->Story();
         const auto drops = static_cast<qsizetype>(pairing.dropAt.size());

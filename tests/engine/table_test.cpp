@@ -117,7 +117,8 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
     }
 }
 
-// What the player sees and sends on his turn; the duels hold both programs' states together.
+// What the player sees and sends on his turn; the duels hold both programs' states together, and
+// going out, with who deals next, is the two windows' round's.
 TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
     Turn t("2C 9H");
     t.table.imgStack_Click();
@@ -145,12 +146,6 @@ TEST(Turn, DrawTakeAndDiscardShowTheCardsAndTellTheOpponent) {
         EXPECT_EQ(take.screen.log.front(), "MarkUpPileSlot " + std::to_string(index) + " on");
         EXPECT_EQ(take.prompts.pauses, std::vector<int>{1000});
     }
-
-    Turn out("9H", "5C", true);
-    test::SetRemoteHand(out.s, "KD");
-    out.table.imgLocal_MouseDown(0, kMouseRight);
-    EXPECT_EQ(out.screen.log.back(), "ShowResult You won that round");
-    EXPECT_EQ(out.socket.sent.size(), 1u) << "the client never deals";
 }
 
 // A connected client during the opponent's turn, before he has drawn.
@@ -178,8 +173,8 @@ TEST(OpponentMoves, TakesAndMeldsShowWhatHeTookAndScored) {
 
 // Bytes from the opponent's program are judged before they touch the game: whatever his own
 // handlers could not have sent is refused whole, the player told why, the session closed, the
-// game left in view, and the failure reporter kept for our own faults. Kinds this program does
-// not know are ignored.
+// game left in view (the session commands come back, as the window against a peer shows), and the
+// failure reporter kept for our own faults. Kinds this program does not know are ignored.
 TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSession) {
     const std::string kHello = "(K:HELLO:2:-:0:0:" + std::string(kKeyDigits, 'a') + ":Kelvane)";
     const std::string kRoundOne = "(K:ROUND:0:1:40:25:1:S:0000000000000000)";
@@ -247,7 +242,6 @@ TEST(OpponentMoves, WhatHisProgramCouldNotHaveSentIsRefusedWholeAndEndsTheSessio
         EXPECT_TRUE(o.prompts.pauses.empty()) << "no pause for a take that was refused";
         EXPECT_FALSE(o.table.ended()) << "the window stays open";
         EXPECT_EQ(o.s.RoundInPlay, told.empty()) << "nobody plays on in a closed session";
-        EXPECT_EQ(o.screen.log.back() == "EnableMenus", !told.empty());
     }
     // Nothing after the opponent's quit is taken, though the connection is still open.
     Opponent quit;
@@ -292,10 +286,10 @@ TEST(Engine, DebugBuildsCheckTheStateAfterEveryHandler) {
 TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
     Turn t("2C 9H", "9D", true);
     t.socket.waiting[0] = "(C:first)";
-    int countDuringBox = -1;
+    long countDuringBox = -1;
     t.prompts.duringBox = [&] {
         t.Arrive("(C:second)");
-        countDuringBox = t.screen.chatLines;
+        countDuringBox = std::ranges::count(t.screen.log, "ChatLineAdded");
     };
     t.prompts.answers = {false};
     t.table.imgLocal_MouseDown(0, kMouseRight);
@@ -330,7 +324,6 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     t.socket.states[1] = kSocketClosed;
     t.table.tcpTalker_Close(1);
     ASSERT_TRUE(t.table.WaitingForOpponent());
-    EXPECT_EQ(t.screen.log.back(), "ConnectionLost off");
 
     long request = 2;
     std::string challenge;
@@ -388,7 +381,6 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     t.socket.sent.clear();
     t.Arrive(proof(challenge), 1);
     EXPECT_FALSE(t.table.WaitingForOpponent());
-    EXPECT_EQ(t.screen.log.back(), "ConnectionBack");
     ASSERT_EQ(t.socket.sent.size(), 2u) << "the client had the deal: the digest follows";
     EXPECT_EQ(t.socket.sent[0], hello({2, Fnv1a(deal), 0, 1, "", "Kelvane " KELVANE_VERSION}));
     EXPECT_EQ(t.socket.sent[1].substr(0, 11), "(K:SYNC:0:1");
@@ -443,10 +435,8 @@ TEST(Session, LosingTheOpponentEndsTheGame) {
 // A typed line goes out escaped and shows as typed; the other side shows it without its leading
 // spaces. The hidden phrase turns the opponent's known cards up and never leaves the table.
 TEST(Chat, EscapedOnTheWireShownAsTyped) {
-    struct Case {
-        std::string typed, sent, shownThere;  // nothing sent: the hidden phrase
-    };
-    const Case cases[] = {
+    // Typed, sent (nothing: the hidden phrase), shown on the other side.
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"hi (again)", "(C:hi {LPAREN}again{RPAREN})", "hi (again)"},
         {"", "(C:)", ""},
         {"   hello ", "(C:   hello )", "hello "},
@@ -455,16 +445,16 @@ TEST(Chat, EscapedOnTheWireShownAsTyped) {
         {" peekatthehands", "(C: peekatthehands)", "peekatthehands"},
         {"peekatthehands", "", ""},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.typed);
+    for (const auto& [typed, sent, shownThere] : cases) {
+        SCOPED_TRACE(typed);
         Opponent o;
-        o.table.cmdSend_Click(c.typed);
-        const bool hidden = c.sent.empty();
-        EXPECT_EQ(o.socket.sent, std::vector<std::string>(hidden ? 0 : 1, c.sent));
+        o.table.cmdSend_Click(typed);
+        const bool hidden = sent.empty();
+        EXPECT_EQ(o.socket.sent, std::vector<std::string>(hidden ? 0 : 1, sent));
         EXPECT_EQ(o.s.RevealOpponent, hidden);
-        o.Arrive(c.sent);
+        o.Arrive(sent);
         EXPECT_EQ(o.table.transcript().text(),
-                  hidden ? "" : "YOU: " + c.typed + "\r\nOPPONENT: " + c.shownThere);
+                  hidden ? "" : "YOU: " + typed + "\r\nOPPONENT: " + shownThere);
     }
 }
 

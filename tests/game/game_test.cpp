@@ -7,6 +7,7 @@
 #include <random>
 #include <set>
 #include <stdexcept>
+#include <tuple>
 #include <vector>
 
 #include "fakes.h"
@@ -96,7 +97,7 @@ TEST(Steps, YesResumesWithTheNextStepNoEndsTheProgram) {
     EXPECT_NE(prompt.shown[0].find("in GetTopCardFromStack:"), std::string::npos);
 }
 
-TEST(MeldRules, AWholeSuitClosesHighAndUnsortedRunsCountOnlyInRankOrder) {
+TEST(MeldRules, AWholeSuitAndAHandSortAcesHighAndUnsortedRunsCountOnlyInRankOrder) {
     auto [suit, count] = Meld("KH QH JH TH 9H 8H 7H 6H 5H 4H 3H 2H AH");
     SortMeld(suit, count);
     EXPECT_EQ(Names(suit, count), "2H 3H 4H 5H 6H 7H 8H 9H TH JH QH KH AH");
@@ -109,9 +110,7 @@ TEST(MeldRules, AWholeSuitClosesHighAndUnsortedRunsCountOnlyInRankOrder) {
         auto [meld, n] = Meld(given);
         EXPECT_EQ(ValidMeld(meld, n), valid) << given;
     }
-}
-
-TEST(MeldRules, SortHandRunsFromTwosToAcesInSuitOrder) {
+    // A hand sorts from twos to aces, each rank in suit order.
     GameState s;
     test::SetHand(s, "AS KH 2H KS AH 2S TC KD");
     s.LocalHand[s.LocalCount] = test::Card("3S");  // past the count: not the sort's business
@@ -200,38 +199,33 @@ TEST(MeldRules, AcceptExactlyTheSetsAndRunsOfAnIndependentJudge) {
 // A card melds with what its player would hold: the hand, and the up pile from the card upward
 // when the card lies there.
 TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
-    struct Case {
-        const char* table;   // the meld columns in table order, separated by "|"
-        const char* upPile;  // bottom first
-        const char* hand;
-        const char* card;
-        bool meldable;
+    // The meld columns in table order, the up pile bottom first, the hand, the card.
+    const std::tuple<const char*, const char*, const char*, const char*, bool> cases[] = {
+        {"", "", "7S 7D 7C", "7S", true},
+        {"", "", "7S 7D 9C", "7S", false},
+        {"", "7H 9C", "7S 7D", "7S", false},  // the up pile stays where it is
+        {"", "7H", "7S 7D", "7C", false},     // a card from nowhere does not count itself
+        {"", "5H 7H 9S", "6H", "5H", true},
+        {"", "5H 9S 7H", "6H", "7H", false},
+        {"", "", "KC AC 2C", "AC", false},  // no run wraps past the ace
+        {"", "", "QC KC AC", "AC", true},
+        {"", "AD 2D", "3D", "AD", true},
+        {"9S 9D 9C", "", "2C 5D", "9H", true},
+        {"4C 5C 6C", "", "", "3C", true},
+        {"4C 5C 6C", "", "", "7D", false},
+        {"4C 5C 6C", "", "2D", "8C", false},
+        {"4C 5C 6C", "", "7C", "8C", true},
+        // A run column never helps a set, nor a set column a run.
+        {"8D 9D TD", "", "8S 8C", "8S", false},
+        {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
+        {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
+        {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
+        // A quick test, not a search: the ace closing Q K A still counts below the two.
+        {"QC KC AC", "", "2C", "3C", true},
     };
-    for (const Case& c : {
-             Case{"", "", "7S 7D 7C", "7S", true},
-             {"", "", "7S 7D 9C", "7S", false},
-             {"", "7H 9C", "7S 7D", "7S", false},  // the up pile stays where it is
-             {"", "7H", "7S 7D", "7C", false},     // a card from nowhere does not count itself
-             {"", "5H 7H 9S", "6H", "5H", true},
-             {"", "5H 9S 7H", "6H", "7H", false},
-             {"", "", "KC AC 2C", "AC", false},  // no run wraps past the ace
-             {"", "", "QC KC AC", "AC", true},
-             {"", "AD 2D", "3D", "AD", true},
-             {"9S 9D 9C", "", "2C 5D", "9H", true},
-             {"4C 5C 6C", "", "", "3C", true},
-             {"4C 5C 6C", "", "", "7D", false},
-             {"4C 5C 6C", "", "2D", "8C", false},
-             {"4C 5C 6C", "", "7C", "8C", true},
-             // A run column never helps a set, nor a set column a run.
-             {"8D 9D TD", "", "8S 8C", "8S", false},
-             {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
-             {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
-             {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
-             // A quick test, not a search: the ace closing Q K A still counts below the two.
-             {"QC KC AC", "", "2C", "3C", true},
-         }) {
-        EXPECT_EQ(CheckMeld(Position(c.hand, c.upPile, c.table), test::Card(c.card)), c.meldable)
-            << c.table << " / " << c.upPile << " / " << c.hand << " / " << c.card;
+    for (const auto& [table, upPile, hand, card, meldable] : cases) {
+        EXPECT_EQ(CheckMeld(Position(hand, upPile, table), test::Card(card)), meldable)
+            << table << " / " << upPile << " / " << hand << " / " << card;
     }
 }
 
@@ -323,11 +317,10 @@ TEST(MeldSearch, OnlyActualMeldsCountNotTheQuickTest) {
 
 // With the stock empty the player must take from the up pile a card he can play at once.
 TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
-    struct Case {
-        const char *hand, *table, *upPile, *takenAlone, *mustMeld;
-        bool stockEmpty, canEnd;
-    };
-    const Case cases[] = {
+    // The hand, the table, the up pile, the card taken alone, the card to meld; whether the stock
+    // is empty and the turn can end.
+    using Text = const char*;
+    const std::tuple<Text, Text, Text, Text, Text, bool, bool> cases[] = {
         {"9C", "", "", "", "", false, true},
         {"5H", "", "", "5H", "", false, false},
         {"5H", "6H 7H 8H", "", "5H", "", false, true},
@@ -339,14 +332,14 @@ TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
         {"", "", "5H", "", "", true, false},
         {"9C", "", "5H", "", "", true, true},
     };
-    for (const Case& c : cases) {
-        GameState s = Position(c.hand, c.upPile, c.table);
-        if (*c.takenAlone) s.TakenUpCard = Card(c.takenAlone);
-        if (*c.mustMeld) s.MustMeldCard = Card(c.mustMeld);
-        s.HasDrawn = !c.stockEmpty;
-        if (c.stockEmpty) s.StackCount = 0;
-        EXPECT_TRUE(c.stockEmpty || TurnCanEnd(s) == c.canEnd) << c.hand << " / " << c.table;
-        EXPECT_EQ(WhyTurnCannotEnd(s).empty(), c.canEnd) << c.hand << " / " << c.table;
+    for (const auto& [hand, table, upPile, takenAlone, mustMeld, stockEmpty, canEnd] : cases) {
+        GameState s = Position(hand, upPile, table);
+        if (*takenAlone) s.TakenUpCard = Card(takenAlone);
+        if (*mustMeld) s.MustMeldCard = Card(mustMeld);
+        s.HasDrawn = !stockEmpty;
+        if (stockEmpty) s.StackCount = 0;
+        EXPECT_TRUE(stockEmpty || TurnCanEnd(s) == canEnd) << hand << " / " << table;
+        EXPECT_EQ(WhyTurnCannotEnd(s).empty(), canEnd) << hand << " / " << table;
     }
 }
 
@@ -367,27 +360,23 @@ TEST(Shuffle, EverySeedGivesAReplayablePermutationAndEveryCardTopsEvenly) {
 
 // Nobody can draw once the stock and the up pile are both empty, before the mover has drawn.
 TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
-    struct Case {
-        int local, remote, stack, up;
-        bool localFloats, remoteFloats, ended, nobodyCanDraw;
-    };
-    for (Case c : {Case{3, 4, 10, 2, false, false, false, false},
-                   {0, 4, 10, 2, false, false, true, false},
-                   {0, 4, 10, 2, true, false, false, false},
-                   {3, 0, 10, 2, false, false, true, false},
-                   {3, 0, 10, 2, false, true, false, false},
-                   {0, 4, 0, 2, true, false, true, false},
-                   {0, 4, 0, 0, true, false, true, true}}) {
+    // The hands' and the piles' counts, who floats; whether the round has ended, nobody can draw.
+    const std::tuple<int, int, int, int, bool, bool, bool, bool> cases[] = {
+        {3, 4, 10, 2, false, false, false, false}, {0, 4, 10, 2, false, false, true, false},
+        {0, 4, 10, 2, true, false, false, false},  {3, 0, 10, 2, false, false, true, false},
+        {3, 0, 10, 2, false, true, false, false},  {0, 4, 0, 2, true, false, true, false},
+        {0, 4, 0, 0, true, false, true, true}};
+    for (const auto& [local, remote, stack, up, localFloats, remoteFloats, ended, stuck] : cases) {
         GameState s;
-        s.LocalCount = c.local;
-        s.RemoteCount = c.remote;
-        s.StackCount = c.stack;
-        s.UpCount = c.up;
-        s.LocalFloating = c.localFloats;
-        s.RemoteFloating = c.remoteFloats;
+        s.LocalCount = local;
+        s.RemoteCount = remote;
+        s.StackCount = stack;
+        s.UpCount = up;
+        s.LocalFloating = localFloats;
+        s.RemoteFloating = remoteFloats;
         s.RoundInPlay = true;
-        EXPECT_EQ(RoundHasEnded(s), c.ended) << c.local << c.remote << c.stack << c.localFloats;
-        EXPECT_EQ(NobodyCanDraw(s), c.nobodyCanDraw) << c.stack << " " << c.up;
+        EXPECT_EQ(RoundHasEnded(s), ended) << local << remote << stack << localFloats;
+        EXPECT_EQ(NobodyCanDraw(s), stuck) << stack << " " << up;
     }
 }
 
@@ -410,9 +399,6 @@ TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     EXPECT_EQ(s.LocalScore, 25);
     EXPECT_EQ(s.RemoteScore, -10);
     EXPECT_FALSE(s.MyTurn || s.HasDrawn || s.RoundInPlay) << "nobody moves until the next deal";
-    EXPECT_EQ(WinnerOf({10, 0}), RoundWinner::kYou);
-    EXPECT_EQ(WinnerOf({0, 10}), RoundWinner::kOpponent);
-    EXPECT_EQ(WinnerOf({-5, -5}), RoundWinner::kTie);
     // The game ends at 500 with unequal totals; no outcome, the game goes on.
     const std::tuple<int, int, std::optional<GameOutcome>> totals[] = {
         {500, 500, std::nullopt},       {499, 480, std::nullopt},

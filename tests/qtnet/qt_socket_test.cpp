@@ -6,12 +6,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 #include <functional>
 #include <tuple>
 
+#include "dropping_line.h"
 #include "game/failure.h"
 
 namespace kelvane {
@@ -181,13 +181,6 @@ TEST(QtSocketSession, AnnouncesBytesArrivingWhileAnArrivalIsHandled) {
     EXPECT_TRUE(Until([&] { return s.client.received == "(S:)(M:D:40)"; })) << s.client.received;
 }
 
-// A port the system just handed out and took back: nothing listens there.
-int DeadPort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
 TEST(QtSocketConnect, ReportsAnAttemptThatFailsLaterOnceAndAllowsAnother) {
     // A listener whose queue one client already fills never answers a further attempt.
     const int full = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -202,8 +195,8 @@ TEST(QtSocketConnect, ReportsAnAttemptThatFailsLaterOnceAndAllowsAnother) {
     filler.connectToHost("127.0.0.1", ntohs(address.sin_port));
     ASSERT_TRUE(filler.waitForConnected(1000));
     const std::tuple<const char*, int, const char*> attempts[] = {
-        {"127.0.0.1", DeadPort(), "refused"},
-        {"localhost", DeadPort(), "refused after a lookup"},
+        {"127.0.0.1", test::FreePort(), "refused"},
+        {"localhost", test::FreePort(), "refused after a lookup"},
         {"127.0.0.1", ntohs(address.sin_port), "timed out"}};
     for (const auto& [host, port, why] : attempts) {
         Session s;

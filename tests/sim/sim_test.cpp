@@ -35,7 +35,7 @@ TEST(Duel, RandomPlayersKeepBothProgramsInStepForTwoThousandRounds) {
     const std::pair<bool, bool> pairings[] = {{true, true}, {false, true}, {true, false}};
     for (const auto& [serverKelvane, clientKelvane] : pairings) {
         const bool both = serverKelvane && clientKelvane;
-        int rounds = 0, duels = 0, stuck = 0, games = 0, scoredFrozen = 0;
+        int rounds = 0, stuck = 0, games = 0, scoredFrozen = 0;
         for (std::uint64_t seed = 1; rounds < kRounds; ++seed) {
             RandomPolicy server(seed * 2), client(seed * 2 + 1);
             Duel duel(seed, server, client,
@@ -60,13 +60,12 @@ TEST(Duel, RandomPlayersKeepBothProgramsInStepForTwoThousandRounds) {
             games += result.games;
             stuck += result.stuck ? 1 : 0;
             scoredFrozen += result.roundsNobodyCouldDraw;
-            ++duels;
         }
         EXPECT_GT(games, kRounds / 50) << "games reach 500 points and are decided";
         // Rare, but it happens in these seeds, both ways.
         EXPECT_GT(both ? scoredFrozen : stuck, 0);
         EXPECT_EQ(both ? stuck : scoredFrozen, 0);
-        EXPECT_LT(stuck * 10, rounds) << stuck << " of " << duels << " duels stuck";
+        EXPECT_LT(stuck * 10, rounds) << stuck << " duels stuck";
     }
 }
 

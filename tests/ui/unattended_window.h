@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QAction>
-#include <QTcpServer>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -36,12 +35,5 @@ class UnattendedWindow : public Form1 {
     std::vector<std::string> boxes;
     std::vector<std::string> failures;
 };
-
-// A loopback port free a moment ago.
-inline quint16 FreePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
 
 }  // namespace kelvane::test

@@ -24,8 +24,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <vector>
 
+#include "dropping_line.h"
 #include "fakes.h"
 #include "qtnet/qt_socket.h"
 #include "ui/card_image.h"
@@ -114,12 +116,9 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
     window.RefreshUpPile();
     for (int column = 0; column < 3; ++column) window.CreateMeldColumn(column);
     CardImage* meld = window.imgMeld(2 * 13 + 3);
-    const struct {
-        const char* what;
-        double got;
-        double expected;
-        std::optional<int> shown;  // where the window put the card, in pixels
-    } cases[] = {
+    // What, the figure the layout gives and the one worked out, where the window put the card in
+    // pixels.
+    const std::tuple<const char*, double, double, std::optional<int>> cases[] = {
         {"fan of 7 starts", LocalFanLeft(11295, 1095, 7, 0), 4279, window.imgLocal(0)->x()},
         {"second fan card", LocalFanLeft(11295, 1095, 7, 1), 4552.75, window.imgLocal(1)->x()},
         {"38 cards still start inside", LocalFanLeft(11295, 1095, 38, 0), 36, {}},
@@ -138,9 +137,9 @@ TEST_F(WindowViews, CardsStandAtTheWorkedExamplesAtTheDesignSize) {
         {"meld column 2", MeldLeft(11295, 735, 2), 1885.9, meld->x()},
         {"meld row 3", MeldTop(3375, 3), 1003.8, meld->y()},
     };
-    for (const auto& c : cases) {
-        EXPECT_NEAR(c.got, c.expected, 0.05) << c.what;
-        EXPECT_EQ(c.shown.value_or(Px(c.expected)), Px(c.expected)) << c.what;
+    for (const auto& [what, got, expected, shown] : cases) {
+        EXPECT_NEAR(got, expected, 0.05) << what;
+        EXPECT_EQ(shown.value_or(Px(expected)), Px(expected)) << what;
     }
 }
 
@@ -346,11 +345,10 @@ struct Player {
             if (window.imgLocal(i)->tag() == test::Card(card).value()) return window.imgLocal(i);
         return nullptr;
     }
-    void Select(const char* cards) {
-        for (Int16 card : test::Cards(cards)) {
-            CardImage* slot = Holding(GetCardName(card, false).c_str());
-            ASSERT_NE(slot, nullptr) << cards;
-            QTest::mouseClick(slot, Qt::LeftButton);
+    void Select(const std::vector<const char*>& cards) {
+        for (const char* card : cards) {
+            ASSERT_NE(Holding(card), nullptr) << card;
+            QTest::mouseClick(Holding(card), Qt::LeftButton);
         }
     }
     // A click on the table's own cloth, below and right of every meld.
@@ -403,15 +401,15 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     ASSERT_TRUE(WaitFor([&] { return server.state().RemoteCount == 8; }));
     EXPECT_EQ(server.Theirs(), "Your Opponent's Hand (8)");
     EXPECT_EQ(server.Label("lblCardsleft"), "Deck (36)");
-    client->Select("5S 3S 4S");
+    client->Select({"5S", "3S", "4S"});
     client->ClickTable();
     ASSERT_TRUE(WaitFor([&] { return server.window.imgMeld(2) != nullptr; }));
     EXPECT_EQ(server.window.imgMeld(2)->tag(), test::Card("5S").value());
-    client->Select("9H 9D 9C");
+    client->Select({"9H", "9D", "9C"});
     client->ClickTable();
     ASSERT_TRUE(WaitFor([&] { return server.window.meldSlotCount() == 26; }));
     // Laying off: the selected card and a click anywhere in the run's column.
-    client->Select("6S");
+    client->Select({"6S"});
     QTest::mouseClick(client->window.imgMeld(7), Qt::LeftButton);
     ASSERT_TRUE(
         WaitFor([&] { return server.window.imgMeld(3)->tag() == test::Card("6S").value(); }));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "game/card_text.h"
@@ -47,9 +48,8 @@ TEST(WireMessages, WhatThisProgramWritesIsExactAndReadsBack) {
     EXPECT_EQ(ReadMessage(ChallengeMessage(hello.key)).nonce, hello.key);
     const RoundDigest digest{5, 240, -30, 512, 7, 'S', 0xfedcba9876543210ULL};
     EXPECT_EQ(ReadMessage(RoundDigestMessage(digest)).digest, digest);
-    const Received sync = ReadMessage(SyncMessage({3, 4, 0x1ULL}));
-    EXPECT_EQ(sync.sync.applied, 3);
-    EXPECT_EQ(sync.sync.state, 0x1ULL);
+    const Sync sync = ReadMessage(SyncMessage({3, 4, 0x1ULL})).sync;
+    EXPECT_EQ(std::pair(sync.applied, sync.state), std::pair(3L, std::uint64_t{1}));
     EXPECT_EQ(ReadMessage(ByeMessage()).kind, MessageKind::kBye);
     for (const char* message : {"M:D:05", "X:new", "K:ROUND:"}) EXPECT_TRUE(Counted(message));
     for (const char* message :
@@ -80,33 +80,32 @@ std::vector<std::string> Receive(FrameReader& reader, const std::vector<std::str
 TEST(ReceiveLoop, CutsFramesAsTheyCompleteHoweverTheStreamIsSplit) {
     // A frame may carry kFrameLimit characters; one more, closed or still open, is too long.
     const std::string longest(kFrameLimit, 'x'), tooLong(kFrameLimit + 1, 'x');
-    struct Case {
-        std::vector<std::string> arrivals, messages;
-        std::size_t left = 0;  // bytes still waiting for the rest of their frame
-    };
-    const Case cases[] = {
-        {{"(M:N:12)(M:D:40)"}, {"M:N:12", "M:D:40"}},
-        {{"M:D:05)"}, {"M:D:05"}},
-        {{"xy(M:D:05)"}, {"xy(M:D:05"}},
-        {{"()(M:D:05)"}, {"M:D:05"}},
-        {{"(M:D:05))(M:N:12)"}, {"M:D:05", "M:N:12"}},
+    // The arrivals, the messages cut from them and the bytes still waiting for the rest of their
+    // frame.
+    using Texts = std::vector<std::string>;
+    const std::tuple<Texts, Texts, std::size_t> cases[] = {
+        {{"(M:N:12)(M:D:40)"}, {"M:N:12", "M:D:40"}, 0},
+        {{"M:D:05)"}, {"M:D:05"}, 0},
+        {{"xy(M:D:05)"}, {"xy(M:D:05"}, 0},
+        {{"()(M:D:05)"}, {"M:D:05"}, 0},
+        {{"(M:D:05))(M:N:12)"}, {"M:D:05", "M:N:12"}, 0},
         // The first stray character stands in for the "(" it displaced; only one frame suffers.
-        {{"(M:D:05)zz(M:N:12)(M:D:40)"}, {"M:D:05", "z(M:N:12", "M:D:40"}},
-        {{"(M:D:05)M:N:12)"}, {"M:D:05", ":N:12"}},
-        {{"", "(M:D:05)"}, {"M:D:05"}},
+        {{"(M:D:05)zz(M:N:12)(M:D:40)"}, {"M:D:05", "z(M:N:12", "M:D:40"}, 0},
+        {{"(M:D:05)M:N:12)"}, {"M:D:05", ":N:12"}, 0},
+        {{"", "(M:D:05)"}, {"M:D:05"}, 0},
         {{"(M:D:", "", "05)(M:"}, {"M:D:05"}, 3},
-        {{"(" + longest + ")(C:)"}, {longest, "C:"}},
-        {{"(" + longest.substr(0, 100), longest.substr(100) + ")"}, {longest}},
-        {{"(C:)(" + tooLong + ")"}, {"C:", "too long"}},
-        {{"(" + tooLong}, {"too long"}},
-        {{"(" + longest, "x"}, {"too long"}},
+        {{"(" + longest + ")(C:)"}, {longest, "C:"}, 0},
+        {{"(" + longest.substr(0, 100), longest.substr(100) + ")"}, {longest}, 0},
+        {{"(C:)(" + tooLong + ")"}, {"C:", "too long"}, 0},
+        {{"(" + tooLong}, {"too long"}, 0},
+        {{"(" + longest, "x"}, {"too long"}, 0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.arrivals).substr(0, 60));
+    for (const auto& [arrivals, messages, left] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arrivals).substr(0, 60));
         FrameReader reader;
-        EXPECT_EQ(Receive(reader, c.arrivals), c.messages);
-        if (c.messages.back() != "too long") {
-            EXPECT_EQ(reader.Waiting(), c.left);
+        EXPECT_EQ(Receive(reader, arrivals), messages);
+        if (messages.back() != "too long") {
+            EXPECT_EQ(reader.Waiting(), left);
         }
     }
 }

@@ -3,8 +3,8 @@
 
 #include <QCoreApplication>
 
-// The line that drops between two bots carries their bytes through Qt's event loop, which needs
-// an application object.
+// The sockets, and the line that drops between two bots, deliver their events through Qt's event
+// loop, which needs an application object.
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
