@@ -42,8 +42,8 @@ class WindowSocket : public Socket {
     virtual std::string GlobalIPv6Address() = 0;
     // Asks the home router to forward `port`; `tell` is called once, on a thread of its own, with
     // what the router said.
-    virtual std::unique_ptr<RouterLease> OpenRouter(int port,
-                                                    std::function<void(const DoorReport&)> tell) = 0;
+    virtual std::unique_ptr<RouterLease> OpenRouter(
+        int port, std::function<void(const DoorReport&)> tell) = 0;
 };
 
 }  // namespace kelvane

@@ -40,7 +40,8 @@ const QString kAppTitle = QStringLiteral("Kelvane");
 const std::string kLoopbackHost = "127.0.0.1";
 }  // namespace
 
-Form1::Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shuffles, QWidget* parent)
+Form1::Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shuffles,
+             QWidget* parent)
     : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
     setObjectName("Form1");
     table_ =

@@ -44,8 +44,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
   public:
     // `socket` is the session's socket; the window wires its events to the engine. `shuffles`
     // gives the server's shuffles: the clock by default, a fixed order where a test needs one.
-    Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shuffles = ClockSeededRandom,
-          QWidget* parent = nullptr);
+    Form1(WindowSocket& socket, Deck& deck,
+          std::function<RandomSource()> shuffles = ClockSeededRandom, QWidget* parent = nullptr);
     ~Form1() override;
 
     Table& table() { return *table_; }

@@ -158,10 +158,11 @@ void Form1::RefreshUpPile() {
                 }
                 slot->setPicture(s.UpPile[i].value());
                 slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
-                slot->setGeometry(QRect(QPoint(Px(layout::UpPileLeft(Tw(frUpPile_->width()),
-                                                                      Tw(imgUpPile_[0]->width()), i)),
-                                               Px(layout::kUpPileTop)),
-                                        imgUpPile_[0]->size()));
+                slot->setGeometry(
+                    QRect(QPoint(Px(layout::UpPileLeft(Tw(frUpPile_->width()),
+                                                       Tw(imgUpPile_[0]->width()), i)),
+                                 Px(layout::kUpPileTop)),
+                          imgUpPile_[0]->size()));
                 slot->show();
             });
         }

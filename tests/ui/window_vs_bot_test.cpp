@@ -274,7 +274,8 @@ TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWi
     Key(Qt::Key_Space);
     ASSERT_TRUE(window->computerOpponent());
     int botPort = 0;
-    QObject::connect(window->computerOpponent(), &ComputerOpponent::listening, [&](int port) { botPort = port; });
+    QObject::connect(window->computerOpponent(), &ComputerOpponent::listening,
+                     [&](int port) { botPort = port; });
     const auto dealt = [&] {
         return window->table().KelvaneOpponent() && s().Role == kRoleClient && s().LocalCount > 0 &&
                !window->table().WaitingForOpponent();
