@@ -185,8 +185,12 @@ void Form1::Form_Resize() {
 }
 
 bool Form1::event(QEvent* e) {
-    if (e->type() == QEvent::Paint && imgLocal_.size() == 1)
-        QTimer::singleShot(0, this, [this] { MakeCardSlots(); });
+    // What the first frame does not show is made right after it.
+    if (e->type() == QEvent::Paint && (imgLocal_.size() == 1 || !history_))
+        QTimer::singleShot(0, this, [this] {
+            MakeCardSlots();
+            MakeHistory();
+        });
     if (e->type() == QEvent::WindowActivate && !closing_) {
         Procedure("Form_Activate", [&](Steps& steps) {
             steps([&] {

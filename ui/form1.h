@@ -140,6 +140,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void BuildControls();
     void BuildMenus();
     void BuildHistory();
+    void MakeHistory();
     void AddHistory(const std::string& line);
     // Draws the marks of the opponent's last move on every slot that shows one of its cards.
     void ShowLastMoveMarks();

@@ -225,6 +225,21 @@ void Form1::BuildMenus() {
 }
 
 void Form1::BuildHistory() {
+    mnuHistory_ = new QAction("Move &History", this);
+    mnuHistory_->setObjectName("mnuHistory");
+    mnuHistory_->setCheckable(true);
+    mnuHistory_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
+    for (QAction* menu : menuBar()->actions())
+        if (menu->text() == "&Options") menu->menu()->addAction(mnuHistory_);
+    connect(mnuHistory_, &QAction::triggered, this, [this](bool open) {
+        MakeHistory();
+        history_->setVisible(open);
+    });
+}
+
+// The panel, like the card slots, is made once the first frame is drawn or at its first line.
+void Form1::MakeHistory() {
+    if (history_) return;
     // Below the table, not over it: the window's layout gives way while the panel is open. Below
     // rather than beside, because the layout's fonts follow the height: a narrower table would
     // cut its texts, a lower one only makes them smaller.
@@ -252,12 +267,8 @@ void Form1::BuildHistory() {
         });
     });
     history_->hide();
-    mnuHistory_ = history_->toggleViewAction();
-    mnuHistory_->setObjectName("mnuHistory");
-    mnuHistory_->setText("Move &History");
-    mnuHistory_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
-    for (QAction* menu : menuBar()->actions())
-        if (menu->text() == "&Options") menu->menu()->addAction(mnuHistory_);
+    // The menu's check mark follows the panel, closed by its own button as well.
+    connect(history_->toggleViewAction(), &QAction::toggled, mnuHistory_, &QAction::setChecked);
 }
 
 void Form1::ShowHelp() {

@@ -280,10 +280,12 @@ void Form1::AskForAttention() {
 }
 
 void Form1::AddHistory(const std::string& line) {
+    MakeHistory();
     historyText_->appendPlainText(QString::fromStdString(line));
 }
 
 QStringList Form1::historyLines() const {
+    if (!historyText_) return {};
     const QString text = historyText_->toPlainText();
     return text.isEmpty() ? QStringList() : text.split('\n');
 }
@@ -302,7 +304,7 @@ void Form1::RepositionMelds() {
 void Form1::ClearTable() {
     // A new deal: the last round's moves are over, and only the history keeps them.
     lastMove_.clear();
-    if (!historyText_->document()->isEmpty()) AddHistory(NewRoundText());
+    if (historyText_ && !historyText_->document()->isEmpty()) AddHistory(NewRoundText());
     Clear(imgMeld_[0]);
     imgMeld_[0]->hide();
     for (std::size_t j = 1; j < imgMeld_.size(); ++j) delete imgMeld_[j];
