@@ -18,4 +18,9 @@ inline QFont DesignFont(double points, bool bold = false) {
     return font;
 }
 
+// The table's captions, labels and buttons: the small face the design's measures were made for.
+inline QFont TableFont() {
+    return DesignFont(8.25);
+}
+
 }  // namespace kelvane

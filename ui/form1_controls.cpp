@@ -103,7 +103,7 @@ void Form1::BuildControls() {
     client_->setObjectName("client");
     // The design's measures were made for a small 8.25-point face; at the desktop's larger default
     // the captions and scores would outgrow their places.
-    client_->setFont(DesignFont(8.25));
+    client_->setFont(TableFont());
     setCentralWidget(client_);
 
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));

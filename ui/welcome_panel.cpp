@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 
+#include "ui/fonts.h"
 #include "ui/texts.h"
 
 namespace kelvane {
@@ -35,14 +36,14 @@ WelcomePanel::WelcomePanel(QAction* computerMenu, QAction* server, QAction* clie
     setObjectName("WelcomePanel");
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);
+    // The table's face, as the table's own texts and buttons around it, and the heading bold at
+    // the status line's size: the first frame draws the panel with faces it draws anyway.
+    setFont(TableFont());
     const WelcomeTexts words = WelcomeText();
     setAccessibleName(QString::fromStdString(words.heading));
 
     auto* heading = new QLabel(QString::fromStdString(words.heading), this);
-    QFont big = heading->font();
-    big.setPointSizeF(big.pointSizeF() * 1.6);
-    big.setBold(true);
-    heading->setFont(big);
+    heading->setFont(DesignFont(10, true));
     auto* howTo = new QLabel(QString::fromStdString(words.howToPlay), this);
     howTo->setWordWrap(true);
 
