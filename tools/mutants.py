@@ -187,6 +187,15 @@ MUTANTS = [
     ("M77", "bot/main.cpp", "round.remote.value(),\n                               s.LocalScore.value(), s.RemoteScore.value())",
      "round.remote.value(),\n                               s.RemoteScore.value(), s.LocalScore.value())",
      "the bot's round line gives the totals the wrong way round"),
+    # What the window makes after its first frame, and its socket before the network is loaded.
+    ("M78", "ui/form1_views.cpp", "                              imgLocal_[0]->size()));",
+     "                              slot->size()));",
+     "a hand's later cards keep the size they were made with when the window grows"),
+    ("M79", "ui/form1_views.cpp",
+     "        if ((local && s.LocalCount > 1) || (remote && s.RemoteCount > 1)) MakeCardSlots();\n",
+     "", "a hand dealt before the first frame has no slots for its cards"),
+    ("M80", "ui/lazy_socket.cpp", "if (onClose) onClose(index);", "(void)index;",
+     "the window never hears that the peer closed the line"),
     # Level 3's successive halving.
     ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });",
      "return margin[a] < margin[b]; });",

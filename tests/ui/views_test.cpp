@@ -202,8 +202,6 @@ int Overflow(const QLabel* label, const QString& text) {
 // font size whatever the window's and is drawn smaller below the design size, so it is measured
 // from the design size up.
 TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
-    test::SetHand(state(), "AS 2S 3S AD AC");
-    test::SetUpPile(state(), "AH");
     for (int column = 0; column < 2; ++column) window.CreateMeldColumn(column);
     std::vector<std::pair<QWidget*, QRect>> controls;
     for (QWidget* control :
@@ -227,6 +225,9 @@ TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
     const QSize design(Px(11490), Px(8715));
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    // Dealt once the window stands: the later cards' slots are made after its layout was taken.
+    test::SetHand(state(), "AS 2S 3S AD AC");
+    test::SetUpPile(state(), "AH");
     for (const auto& [sx, sy] : {std::pair{2.0, 2.0}, {2.0, 1.0}, {0.5, 0.5}, {1.0, 1.0}}) {
         window.showNormal();
         window.resize(Round(design.width() * sx),
@@ -244,6 +245,7 @@ TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
         EXPECT_EQ(window.imgLocal(4)->x(),
                   Px(layout::LocalFanLeft(Tw(window.findChild<QGroupBox*>("frLocalHand")->width()),
                                           Tw(window.imgLocal(0)->width()), 5, 4)));
+        EXPECT_EQ(window.imgLocal(4)->size(), window.imgLocal(0)->size()) << rx << " x " << ry;
         const QGroupBox* table = window.frTable();
         const CardImage* meld = window.imgMeld(0);
         EXPECT_EQ(window.imgMeld(13 + 3)->geometry(),
