@@ -30,6 +30,7 @@
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "ui/results_dialog.h"
+#include "ui/run_window.h"
 #include "ui/table_keys.h"
 
 namespace kelvane {
@@ -76,6 +77,7 @@ int main(int argc, char** argv) {
     const QDir out(argc > 1 ? argv[1] : ".");
     const QString prefix = argc > 2 ? argv[2] : "";
     const QString delay = argc > 3 ? argv[3] : "300";
+    UseTheWindowsFace();
     Deck deck;
     QtSocket socket;
     Player window(socket, deck);

@@ -43,15 +43,17 @@ class IconAfterFirstFrame : public QObject {
 
 }  // namespace
 
+void UseTheWindowsFace() {
+    if (const double points = QApplication::font().pointSizeF(); points > 0)
+        QApplication::setFont(DesignFont(points));
+}
+
 int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>& beforeShow) {
     QApplication app(argc, argv);
     QApplication::setApplicationName("Kelvane");
     // Lets a desktop match the window to its menu entry, and so to the installed icon.
     QApplication::setDesktopFileName("org.kelvane.kelvane");
-    // The whole window in the table's face, at the size the desktop asks for: the menus and the
-    // welcome read like the table, and the first frame has one face to find and draw, not two.
-    if (const double points = QApplication::font().pointSizeF(); points > 0)
-        QApplication::setFont(DesignFont(points));
+    UseTheWindowsFace();
     Deck deck;
     LazySocket socket(LazySocket::DefaultModules());
     Form1 window(socket, deck);
