@@ -22,6 +22,20 @@ namespace {
 constexpr qint64 kReadBufferBytes = 64 * 1024;
 // How long a closing program waits for its peer to close in turn.
 constexpr int kLingerMs = 500;
+
+// The first address of an interface that is up and not the loopback that `wanted` takes, or
+// empty: one another machine could reach.
+std::string FirstAddress(const std::function<bool(const QNetworkAddressEntry&)>& wanted) {
+    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
+        const auto flags = nic.flags();
+        if (!flags.testFlag(QNetworkInterface::IsUp) ||
+            flags.testFlag(QNetworkInterface::IsLoopBack))
+            continue;
+        for (const QNetworkAddressEntry& entry : nic.addressEntries())
+            if (wanted(entry)) return entry.ip().toString().toStdString();
+    }
+    return {};
+}
 }  // namespace
 
 namespace {
@@ -123,18 +137,10 @@ void QtSocket::Listen(int index, int port) {
 std::string QtSocket::LocalIP(int index) {
     CheckIndex(index);
     // The address a player on another machine would type, so never the loopback.
-    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
-        const auto flags = nic.flags();
-        if (!flags.testFlag(QNetworkInterface::IsUp) ||
-            flags.testFlag(QNetworkInterface::IsLoopBack))
-            continue;
-        for (const QNetworkAddressEntry& entry : nic.addressEntries()) {
-            const QHostAddress ip = entry.ip();
-            if (ip.protocol() == QAbstractSocket::IPv4Protocol && !ip.isLoopback())
-                return ip.toString().toStdString();
-        }
-    }
-    return "127.0.0.1";
+    const std::string ip = FirstAddress([](const QNetworkAddressEntry& entry) {
+        return entry.ip().protocol() == QAbstractSocket::IPv4Protocol && !entry.ip().isLoopback();
+    });
+    return ip.empty() ? "127.0.0.1" : ip;
 }
 
 void QtSocket::Connect(int index, const std::string& host, int port) {
@@ -223,19 +229,11 @@ int QtSocket::LocalPort(int index) const {
 // Global, neither link- nor site-local, not unique local and not a temporary address that changes
 // while the game is on.
 std::string QtSocket::GlobalIPv6Address() {
-    for (const QNetworkInterface& nic : QNetworkInterface::allInterfaces()) {
-        const auto flags = nic.flags();
-        if (!flags.testFlag(QNetworkInterface::IsUp) ||
-            flags.testFlag(QNetworkInterface::IsLoopBack))
-            continue;
-        for (const QNetworkAddressEntry& entry : nic.addressEntries()) {
-            const QHostAddress ip = entry.ip();
-            if (ip.protocol() == QAbstractSocket::IPv6Protocol && ip.isGlobal() &&
-                !ip.isUniqueLocalUnicast() && !entry.isTemporary())
-                return ip.toString().toStdString();
-        }
-    }
-    return {};
+    return FirstAddress([](const QNetworkAddressEntry& entry) {
+        const QHostAddress ip = entry.ip();
+        return ip.protocol() == QAbstractSocket::IPv6Protocol && ip.isGlobal() &&
+               !ip.isUniqueLocalUnicast() && !entry.isTemporary();
+    });
 }
 
 std::unique_ptr<RouterLease> QtSocket::OpenRouter(int port,
