@@ -188,8 +188,8 @@ MUTANTS = [
      "round.remote.value(),\n                               s.RemoteScore.value(), s.LocalScore.value())",
      "the bot's round line gives the totals the wrong way round"),
     # What the window makes after its first frame, and its socket before the network is loaded.
-    ("M78", "ui/form1_views.cpp", "                              imgLocal_[0]->size()));",
-     "                              slot->size()));",
+    ("M78", "ui/form1_views.cpp", "slot->setGeometry(QRect(QPoint(x, y), first.size()));",
+     "(void)first;\n    slot->move(x, y);",
      "a hand's later cards keep the size they were made with when the window grows"),
     ("M79", "ui/form1_views.cpp",
      "        if ((local && s.LocalCount > 1) || (remote && s.RemoteCount > 1)) MakeCardSlots();\n",

@@ -143,7 +143,7 @@ void Form1::showEvent(QShowEvent* event) {
     // already left its design size. The first showing is the window's first visible size.
     if (std::exchange(shown_, true)) return;
     Form_Resize();
-
+    // Recorded at the design size; only now may the window give way to a smaller screen.
     if (const QScreen* where = screen()) FitInto(where->availableGeometry());
 }
 

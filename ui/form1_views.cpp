@@ -26,6 +26,12 @@ namespace kelvane {
 
 namespace {
 
+// A card's place in its row, at the size of the row's first slot: slots made after the window took
+// its layout are not in the resizer's recording, and the first slot is.
+void PlaceInRow(CardImage* slot, const CardImage& first, int x, int y) {
+    slot->setGeometry(QRect(QPoint(x, y), first.size()));
+}
+
 void Clear(CardImage* slot) {
     slot->clearPicture();
     slot->setToolTip(QString());
@@ -62,13 +68,12 @@ void Form1::RefreshHands(char which) {
                     }
                     const Int16 card = s.LocalHand[i];
                     Show(slot, card, true);
-                    slot->setGeometry(
-                        QRect(QPoint(Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
-                                                             Tw(imgLocal_[0]->width()),
-                                                             s.LocalCount.value(), i)),
-                                     Px(layout::LocalTop(Tw(frLocalHand_->height()),
-                                                         GetCardName(card, false).back()))),
-                              imgLocal_[0]->size()));
+                    PlaceInRow(slot, *imgLocal_[0],
+                               Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
+                                                       Tw(imgLocal_[0]->width()),
+                                                       s.LocalCount.value(), i)),
+                               Px(layout::LocalTop(Tw(frLocalHand_->height()),
+                                                   GetCardName(card, false).back())));
                     slot->setSelected(false);
                     slot->show();
                 });
@@ -86,11 +91,10 @@ void Form1::RefreshHands(char which) {
                     // the hidden mode turns them up.
                     const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
                     Show(slot, faceUp ? card : Int16(kBackPicture), false);
-                    slot->setGeometry(
-                        QRect(QPoint(Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
-                                                           Tw(imgRemote_[0]->width()), n, i)),
-                                     Px(layout::RemoteTop(Tw(frRemoteHand_->height())))),
-                              imgRemote_[0]->size()));
+                    PlaceInRow(slot, *imgRemote_[0],
+                               Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
+                                                     Tw(imgRemote_[0]->width()), n, i)),
+                               Px(layout::RemoteTop(Tw(frRemoteHand_->height()))));
                     slot->show();
                 });
         }
@@ -158,11 +162,10 @@ void Form1::RefreshUpPile() {
                 }
                 slot->setPicture(s.UpPile[i].value());
                 slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
-                slot->setGeometry(
-                    QRect(QPoint(Px(layout::UpPileLeft(Tw(frUpPile_->width()),
-                                                       Tw(imgUpPile_[0]->width()), i)),
-                                 Px(layout::kUpPileTop)),
-                          imgUpPile_[0]->size()));
+                PlaceInRow(
+                    slot, *imgUpPile_[0],
+                    Px(layout::UpPileLeft(Tw(frUpPile_->width()), Tw(imgUpPile_[0]->width()), i)),
+                    Px(layout::kUpPileTop));
                 slot->show();
             });
         }
