@@ -77,6 +77,7 @@ class CountingSocket : public Socket {
     }
     std::string Read(int index) override { return inner_.Read(index); }
     void Close(int index) override { inner_.Close(index); }
+    std::string PeerAddress(int index) override { return inner_.PeerAddress(index); }
 
   private:
     QtSocket& inner_;
@@ -101,11 +102,23 @@ class BotScreen : public HeadlessScreen {
     }
     void ShowConnectionLost(bool reconnecting) override { onLost(reconnecting); }
     void ShowConnectionBack() override { onBack(); }
-    void ShowPeerProgram(const std::string& program) override { Say("playing " + program); }
-    void ChatLineAdded(const Transcript& transcript, Speaker speaker) override {
-        if (speaker == Speaker::kOpponent)
-            std::cerr << transcript.text().substr(transcript.lastLineStart()) << std::endl;
+    void ShowPeerProgram(const std::string& program) override {
+        Say("playing " + Printable(program));
     }
+    void NoteCallerLeft(const std::string& address) override { Say(CallerLeftText(address)); }
+    // The opponent's words are shown as text, never as the terminal's commands, and only so
+    // much of them: a program that chats without end cannot fill the bot's log.
+    void ChatLineAdded(const Transcript& transcript, Speaker speaker) override {
+        if (speaker != Speaker::kOpponent || chatLinesLeft_ == 0) return;
+        std::string line = transcript.text().substr(transcript.lastLineStart());
+        if (line.size() > kChatLineShown) line = line.substr(0, kChatLineShown) + " [...]";
+        std::cerr << Printable(line) << std::endl;
+        if (--chatLinesLeft_ == 0) Say("the opponent's chat is no longer shown: too much of it");
+    }
+
+  private:
+    static constexpr std::size_t kChatLineShown = 300;
+    int chatLinesLeft_ = 1000;
 };
 
 std::function<RandomSource()> Shuffles(const BotOptions& options) {
@@ -178,6 +191,12 @@ class Session {
             table_.Reconnect();
             AfterEvent();
         });
+        // The engine's clock: callers who do not prove themselves in time are turned away.
+        QObject::connect(&ticks_, &QTimer::timeout, [this] {
+            table_.Tick();
+            AfterEvent();
+        });
+        ticks_.start(1000);
         giveUp_.setSingleShot(true);
         QObject::connect(&giveUp_, &QTimer::timeout, [this] {
             Say("the opponent did not come back within " + std::to_string(options_.resumeSeconds) +
@@ -234,6 +253,7 @@ class Session {
         mover_.stop();
         recall_.stop();
         giveUp_.stop();
+        ticks_.stop();
         // A Kelvane opponent is told, so that it ends too instead of waiting for us to return.
         table_.Quit();
         door_.reset();
@@ -281,7 +301,8 @@ class Session {
                 Say(std::string("the table refused a move: ") +
                     RefusalName(notice.refusal.refusal));
             if (notice.kind == NoticeKind::kServerWaitsForItsClient) Say(NoticeBox(notice).text);
-            if (notice.kind == NoticeKind::kServerKeptItsGame) {
+            if (notice.kind == NoticeKind::kServerKeptItsGame ||
+                notice.kind == NoticeKind::kServerGameGone) {
                 Say(NoticeBox(notice).text);
                 sessionClosed = true;
             }
@@ -351,6 +372,7 @@ class Session {
     QTimer mover_;
     QTimer recall_;
     QTimer giveUp_;
+    QTimer ticks_;
     int roundsFinished_ = 0;
     bool left_ = false;
     // Declared after the timers: its thread has ended before the timer it posts through goes.

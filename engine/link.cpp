@@ -108,40 +108,91 @@ void Table::TakeAnnouncement(const Hello& hello) {
     screen_.ShowPeerProgram(hello.program);
 }
 
-// The server, waiting for its client: the caller in the slot must answer the challenge with the
-// keyed hash only the client that left can make. Whoever cannot is closed without a word and
-// learns nothing of the game; a Kelvane program starting a new session is the player's to take.
-void Table::HearCaller(const std::string& message) {
+// The server, waiting for its client: whatever a caller sends is read on his own socket, and
+// nothing of it reaches the game before he has proved himself.
+void Table::HearCallers(int socket) {
+    Enter([&] {
+        CallerRoom::Caller* caller = callers_.On(socket);
+        // A caller turned away while his bytes were on their way: they are nobody's.
+        if (!caller) {
+            if (socket_.State(socket) == kSocketConnected) socket_.Read(socket);
+            return;
+        }
+        caller->reader.Accept(socket_.Read(socket));
+        std::string message;
+        for (CallerRoom::Caller* c = caller; c && !ended_; c = callers_.On(socket)) {
+            const FrameReader::Cut cut = c->reader.Next(message);
+            if (cut == FrameReader::Cut::kNone) break;
+            // A flood is only turned away, whatever it holds.
+            if (cut == FrameReader::Cut::kTooLong) return TurnAway(socket);
+            if (cut == FrameReader::Cut::kMessage) HearCaller(socket, message);
+        }
+    });
+}
+
+// The caller must answer his challenge with the keyed hash only the client that left can make.
+// Whoever cannot is closed without a word and learns nothing of the game; a Kelvane program
+// starting a new session is the player's to take, once for each address while the game waits.
+void Table::HearCaller(int socket, const std::string& message) {
+    const CallerRoom::Caller& caller = *callers_.On(socket);
     const Received r = ReadMessage(message);
     if (r.readable && r.kind == MessageKind::kProof) {
         const Proof& p = r.proof;
         const std::string expected =
-            ProofMac(link_.ourKey, link_.theirKey, link_.challenge, p.applied, p.sent);
-        if (!SameProof(p.mac, expected)) return TurnAway();
-        link_.challenge.clear();
+            ProofMac(link_.ourKey, link_.theirKey, caller.challenge, p.applied, p.sent);
+        if (!SameProof(p.mac, expected)) return TurnAway(socket);
+        TakeOver(socket);
         Announce();
         link_.down = false;
         return Resumed(p.applied, p.sent);
     }
     if (r.readable && r.kind == MessageKind::kHello && !r.hello.game && !r.hello.key.empty() &&
-        r.hello.version == kExtensionVersion)
-        return OfferNewGame(r.hello);
-    TurnAway();
+        r.hello.version == kExtensionVersion && link_.down &&
+        !link_.askedAbout.contains(caller.address))
+        return OfferNewGame(socket, r.hello);
+    TurnAway(socket);
+}
+
+// The connection the server still believes up, or the lost one, leaves for the caller who
+// proved himself; the game's traffic goes on over his.
+void Table::TakeOver(int socket) {
+    CallerRoom::Caller& caller = *callers_.On(socket);
+    FrameReader reader = std::move(caller.reader);
+    connectionAddress_ = caller.address;
+    callers_.Forget(socket);
+    if (!link_.down) {
+        // The old connection is dead although nothing said so: it is lost now, quietly, as the
+        // client is already back.
+        link_.down = true;
+        link_.syncAt.reset();
+    }
+    socket_.Close(connection_);
+    arrivalWaiting_[static_cast<std::size_t>(connection_)] = false;
+    closeWaiting_[static_cast<std::size_t>(connection_)] = false;
+    connection_ = socket;
+    reader_ = std::move(reader);
 }
 
 // A Kelvane program calls with no game: often the opponent, started again. The player decides
 // whether the game that waits is given up for a new one with him.
-void Table::OfferNewGame(const Hello& hello) {
-    const long caller = link_.callers;
-    const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller});
-    // Someone else may have called while the player was deciding: the answer was about another.
-    if (caller != link_.callers || link_.challenge.empty()) return;
-    if (!yes) return TurnAway();
+void Table::OfferNewGame(int socket, const Hello& hello) {
+    const CallerRoom::Caller& caller = *callers_.On(socket);
+    const long order = caller.order;
+    link_.askedAbout.insert(caller.address);
+    const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller, 0, caller.address});
+    // He may have left, or been replaced, while the player was deciding.
+    const CallerRoom::Caller* still = callers_.On(socket);
+    if (!still || still->order != order || !link_.down || sessionOver_) return;
+    if (!yes) return TurnAway(socket);
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
+        TakeOver(socket);
+        CloseCallers();
+        const int connection = connection_;
         link_ = Link{};
         link_.peerKnown = true;
         ClearGame();
+        connection_ = connection;
         state_.Role = kRoleServer;
         screen_.ShowWaitOver();
     });
@@ -161,6 +212,13 @@ void Table::HearServerAgain(const std::string& message) {
         Proof proof{link_.applied, link_.sent, ""};
         proof.mac = ProofMac(link_.theirKey, link_.ourKey, r.nonce, proof.applied, proof.sent);
         return SendNow(ProofMessage(proof));
+    }
+    // A Kelvane server that announces a new session of its own was started again since: the
+    // game it served is gone with its old program, and nothing of it can be resumed.
+    if (link_.awaitingChallenge && r.readable && r.kind == MessageKind::kHello && !r.hello.game &&
+        !r.hello.key.empty()) {
+        prompts_.Tell({NoticeKind::kServerGameGone});
+        return CloseSession();
     }
     if (!link_.awaitingHello || !r.readable || r.kind != MessageKind::kHello || !r.hello.game ||
         r.hello.game != link_.game)
@@ -186,13 +244,20 @@ void Table::Resumed(long theirApplied, long theirSent) {
     SyncIfDue();
 }
 
-// Someone else answered. The server keeps waiting for its own client; a client that reached a
-// program not playing this game cannot resume it.
-void Table::TurnAway() {
+void Table::TurnAway(int socket) {
     if (state_.Role != kRoleServer) return FailLink(PeerFaultKind::kNotThisGame);
-    link_.challenge.clear();
-    reader_.Clear();
-    socket_.Close(1);
+    callers_.Forget(socket);
+    socket_.Close(socket);
+}
+
+void Table::CloseCallers() {
+    for (int socket : callers_.Clear()) socket_.Close(socket);
+}
+
+void Table::Tick() {
+    Enter([&] {
+        for (int socket : callers_.Tick()) socket_.Close(socket);
+    });
 }
 
 void Table::CompareRound(const RoundDigest& theirs) {
@@ -245,31 +310,34 @@ void Table::TellRoundDigest() {
 // client, and the client's shell calls the server again through Reconnect.
 void Table::LinkLost() {
     const bool first = !std::exchange(link_.down, true);
-    link_.challenge.clear();
     link_.awaitingChallenge = link_.awaitingHello = false;
     link_.syncAt.reset();
     reader_.Clear();
-    arrivalWaiting_.fill(false);
+    arrivalWaiting_[static_cast<std::size_t>(ConnectionSocket())] = false;
     // Closed even when it reads closed: the dead connection must leave its slot.
     socket_.Close(ConnectionSocket());
     if (first) screen_.ShowConnectionLost(state_.Role == kRoleClient);
 }
 
-// While the game waits for its client, whoever knocks is let in and challenged, to be kept only
-// if he proves he is the client that left. A newer knock replaces one that has not answered yet:
-// a caller who says nothing cannot hold the slot against the client.
+// While the game waits for its client, or may have lost him unawares, whoever knocks is let in
+// on a socket of his own and challenged, to be kept only if he proves he is the client that left.
+// A full room makes way for the newest caller by turning away the oldest; one address holds only
+// its share, so a stranger knocking without end only replaces his own earlier knocks.
 void Table::TakeBackClient(long requestId) {
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
-        reader_.Clear();
-        // The lost connection, or a caller who never answered, leaves the slot.
-        socket_.Close(1);
-        socket_.Accept(1, requestId);
-        ++link_.callers;
+        std::optional<int> socket = callers_.FreeSocket(connection_);
+        if (!socket) {
+            socket = callers_.OldestSocket();
+            TurnAway(*socket);
+        }
+        socket_.Accept(*socket, requestId);
         // A fresh challenge for every caller, so no answer heard once opens the door again.
-        link_.challenge = RandomKey();
+        const std::string challenge = RandomKey();
+        if (const auto leaving = callers_.Admit(*socket, socket_.PeerAddress(*socket), challenge))
+            socket_.Close(*leaving);
+        socket_.Send(*socket, Frame(ChallengeMessage(challenge)));
     });
-    steps([&] { SendNow(ChallengeMessage(link_.challenge)); });
 }
 
 void Table::FailLink(PeerFaultKind kind) {

@@ -26,7 +26,7 @@ void Table::imgLocal_MouseDown(Int16 index, Int16 button) {
             if (!verdict.ok()) return TellRefusal(verdict);
             const bool warn = warnMeld_ && CheckMeld(state_, card);
             if (prompts_.Ask(
-                    {warn ? QuestionKind::kDiscardMeldable : QuestionKind::kDiscard, card}))
+                    {warn ? QuestionKind::kDiscardMeldable : QuestionKind::kDiscard, card, {}}))
                 Discard(card);
         });
     });

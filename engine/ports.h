@@ -82,6 +82,10 @@ class Screen {
     virtual void CloseWindow() = 0;
     // An opponent's move has been applied and drawn. Only the window marks and tells it.
     virtual void OpponentMoved(const OpponentMove&) {}
+    // Someone called the waiting server and left before his program said a word: he never
+    // played, the deal he was given is forgotten and the server waits again, as ShowListening
+    // said. `address` is where he called from, empty when the socket cannot tell.
+    virtual void NoteCallerLeft(const std::string& address) { (void)address; }
 };
 
 // Why a message from the opponent's program cannot be played. Nothing of it was applied, and the
@@ -122,6 +126,9 @@ enum class NoticeKind {
     // player is asked whether to start a new game instead; and he chose to keep waiting.
     kServerWaitsForItsClient,
     kServerKeptItsGame,
+    // Calling the server back after a dropped connection, a new session answered: its program
+    // was started again, and the game in progress is gone with the old one.
+    kServerGameGone,
 };
 struct Notice {
     NoticeKind kind = NoticeKind::kRefused;
@@ -141,6 +148,7 @@ enum class QuestionKind {
 struct Question {
     QuestionKind kind = QuestionKind::kDiscard;
     Int16 card = 0;
+    std::string address;  // kNewGameWithCaller: where the caller calls from, empty if unknown
     friend bool operator==(const Question&, const Question&) = default;
 };
 
@@ -172,7 +180,12 @@ enum SocketState : int {
 };
 
 // The sockets of the session, by index: 0 is the client's connection or the server's listener,
-// 1 the server's accepted connection. Operations that cannot be done throw a Failure.
+// 1 the server's accepted connection, and from kFirstCallerSocket on, the callers a server waiting
+// for its client to come back holds while they prove themselves; a caller who does becomes the
+// server's connection on his own socket. Operations that cannot be done throw a Failure.
+inline constexpr int kFirstCallerSocket = 2;
+inline constexpr int kCallerSockets = 6;
+inline constexpr int kSockets = kFirstCallerSocket + kCallerSockets;
 class Socket {
   public:
     virtual ~Socket() = default;
@@ -189,6 +202,12 @@ class Socket {
     // Every byte waiting on the socket.
     virtual std::string Read(int index) = 0;
     virtual void Close(int index) = 0;
+    // Where the peer of a connected socket calls from, as a player would type it; empty when it
+    // cannot be told.
+    virtual std::string PeerAddress(int index) {
+        (void)index;
+        return {};
+    }
 };
 
 }  // namespace kelvane

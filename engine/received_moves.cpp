@@ -56,9 +56,7 @@ void Table::Data_Process(const std::string& message) {
         const bool extension = IsExtension(kind) || message.starts_with(kExtensionPrefix);
         // A program that speaks only the game's messages passes over Kelvane's.
         if (!extensions_ && extension) return;
-        // A connection that may resume the game begins with the handshake, and nothing of the
-        // caller's is read as the game's before it has passed.
-        if (!link_.challenge.empty()) return HearCaller(message);
+        // A client calling his server again hears the handshake first.
         if (link_.awaitingChallenge || link_.awaitingHello) return HearServerAgain(message);
         // A new client that reached a server waiting for its own client hears so, and the
         // server's player decides; his announcement still counts as the server's first message.

@@ -9,7 +9,10 @@ void Table::mnuServer_Click() {
     Enter([&] {
         Steps steps(reporter_, "mnuServer_Click");
         steps([&] { StartAfresh(); });
-        steps([&] { link_ = Link{}; });
+        steps([&] {
+            link_ = Link{};
+            connection_ = 1;
+        });
         steps([&] { socket_.Listen(0, port_); });
         steps([&] { screen_.ShowListening(socket_.LocalIP(0)); });
         steps([&] { screen_.EnableSessionMenus(false); });
@@ -51,28 +54,43 @@ void Table::tcpTalker_ConnectionRequest(int index, long requestId) {
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_ConnectionRequest");
         if (index != 0) return;
-        if (link_.down && state_.Role == kRoleServer) return TakeBackClient(requestId);
+        // Between two Kelvane programs a caller may be the client coming back, even before this
+        // side has noticed that his connection died.
+        if (state_.Role == kRoleServer && (link_.down || CanResume()))
+            return TakeBackClient(requestId);
         // The connection slot serves the first client for the whole session: anyone knocking
         // later is turned away at once, and the game and its players notice nothing.
         if (state_.Role == kRoleServer) {
             steps([&] { socket_.Refuse(index, requestId); });
             return;
         }
-        steps([&] { socket_.Accept(1, requestId); });
+        steps([&] {
+            connection_ = 1;
+            socket_.Accept(1, requestId);
+            connectionAddress_ = socket_.PeerAddress(1);
+        });
         steps([&] { state_.Role = kRoleServer; });
         steps([&] { Announce(); });
         steps([&] { ShuffleStack(); });
     });
 }
 
-void Table::tcpTalker_Close(int) {
+void Table::tcpTalker_Close(int index) {
+    if (index < 0 || index >= kSockets) return;
     // Like data, the peer's going away waits for the handler in progress, box and all.
     if (depth_ > 0) {
-        closeWaiting_ = true;
+        closeWaiting_[static_cast<std::size_t>(index)] = true;
         return;
     }
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_Close");
+        // A caller who leaves before proving himself takes nothing with him.
+        if (CallerRoom::IsCallerSocket(index) && index != ConnectionSocket()) {
+            steps([&] {
+                if (callers_.On(index)) TurnAway(index);
+            });
+            return;
+        }
         steps([&] { LoseConnection(); });
     });
 }
@@ -81,6 +99,7 @@ void Table::LoseConnection() {
     if (ended_ || sessionOver_) return;
     // Between two Kelvane programs a connection lost without a quit is not the end of the game.
     if (CanResume()) return LinkLost();
+    if (state_.Role == kRoleServer && !link_.peerKnown) return ForgetCaller();
     // A server waiting for its own client chose not to start a new game with this one.
     if (link_.calledWaitingServer && !link_.peerKnown) {
         prompts_.Tell({NoticeKind::kServerKeptItsGame});
@@ -90,6 +109,21 @@ void Table::LoseConnection() {
     // What follows in the current handler still runs, but nothing opens the window again.
     ended_ = true;
     screen_.CloseWindow();
+}
+
+void Table::ForgetCaller() {
+    Steps steps(reporter_, "ForgetCaller");
+    const std::string address = connectionAddress_;
+    steps([&] {
+        socket_.Close(connection_);
+        reader_.Clear();
+        arrivalWaiting_.fill(false);
+        closeWaiting_.fill(false);
+        link_ = Link{};
+        connection_ = 1;
+        ClearGame();
+    });
+    steps([&] { screen_.NoteCallerLeft(address); });
 }
 
 void Table::EndSession(const PeerFault& fault) {
@@ -112,12 +146,12 @@ void Table::CloseSession() {
     steps([&] {
         sessionOver_ = true;
         link_.down = link_.awaitingChallenge = link_.awaitingHello = false;
-        link_.challenge.clear();
         reader_.Clear();
         state_.Role = kRoleNotConnected;
         state_.RoundInPlay = state_.MyTurn = false;
     });
-    for (int index : {1, 0})
+    steps([&] { CloseCallers(); });
+    for (int index : {connection_, 1, 0})
         steps([&] {
             if (socket_.State(index) != kSocketClosed) socket_.Close(index);
         });
@@ -161,13 +195,14 @@ void Table::TalkToRemote(const std::string& text) {
 }
 
 void Table::tcpTalker_DataArrival(int index) {
-    if (index < 0 || index > 1) return;
+    if (index < 0 || index >= kSockets) return;
     // Data arriving in the middle of another handler waits on its socket until that handler is
     // over, so no message is ever applied half-way through another.
     if (depth_ > 0) {
         arrivalWaiting_[static_cast<std::size_t>(index)] = true;
         return;
     }
+    if (CallerRoom::IsCallerSocket(index) && index != ConnectionSocket()) return HearCallers(index);
     Enter([&] {
         Steps steps(reporter_, "tcpTalker_DataArrival");
         if (sessionOver_) return;
@@ -177,11 +212,6 @@ void Table::tcpTalker_DataArrival(int index) {
             FrameReader::Cut cut = FrameReader::Cut::kNone;
             steps([&] { cut = reader_.Next(message); });
             if (cut == FrameReader::Cut::kNone) break;
-            // A caller who has not proved himself is only turned away, whatever he sends.
-            if (cut == FrameReader::Cut::kTooLong && !link_.challenge.empty()) {
-                TurnAway();
-                continue;
-            }
             if (cut == FrameReader::Cut::kTooLong) {
                 PeerFault fault;
                 fault.kind = PeerFaultKind::kTooLong;

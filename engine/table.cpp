@@ -34,15 +34,17 @@ void Table::Enter(const std::function<void()>& handler) {
 void Table::ProcessArrivals() {
     for (bool more = true; more && !ended_;) {
         more = false;
-        for (int index = 0; index < 2 && !ended_; ++index) {
+        for (int index = 0; index < kSockets && !ended_; ++index) {
             if (!arrivalWaiting_[static_cast<std::size_t>(index)]) continue;
             arrivalWaiting_[static_cast<std::size_t>(index)] = false;
             more = true;
             tcpTalker_DataArrival(index);
         }
-        if (!more && closeWaiting_ && !ended_) {
-            closeWaiting_ = false;
-            tcpTalker_Close(0);
+        // A close is heard once everything its socket sent before it has been applied.
+        for (int index = 0; !more && index < kSockets && !ended_; ++index) {
+            if (!std::exchange(closeWaiting_[static_cast<std::size_t>(index)], false)) continue;
+            more = true;
+            tcpTalker_Close(index);
         }
     }
 }
@@ -81,7 +83,7 @@ void Table::TellRefusal(const Verdict& verdict) {
 }
 
 int Table::ConnectionSocket() const {
-    return state_.Role == kRoleServer ? 1 : 0;
+    return state_.Role == kRoleServer ? connection_ : 0;
 }
 
 void Table::ShuffleStack() {

@@ -6,9 +6,11 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
+#include "engine/caller_room.h"
 #include "engine/ports.h"
 #include "engine/report_error.h"
 #include "engine/steps.h"
@@ -93,6 +95,9 @@ class Table {
     // The shell knows the opponent's program has stopped for good (the computer player it
     // started): the session ends at once, the game stays in view, nobody waits for it.
     void OpponentStopped();
+    // About once a second, from the shell's clock: callers who have not proved themselves in
+    // time are turned away.
+    void Tick();
     // The player quits. A Kelvane opponent is told first, so that it ends as the game ends on
     // the opponent's leaving instead of waiting for him to come back.
     void Quit();
@@ -126,10 +131,9 @@ class Table {
         // The session's secret: our half and his, each told once on the first connection.
         std::string ourKey, theirKey;
         bool down = false;  // lost: waiting for the opponent's program to come back
-        // The server: the challenge put to the caller in the slot, who has not yet proved he is
-        // the client that left; `callers` counts who came.
-        std::string challenge;
-        long callers = 0;
+        // The server: the addresses whose callers its player was asked about while the game
+        // waits, each asked once.
+        std::set<std::string> askedAbout;
         // The client calling again: the server's challenge comes first, then its announcement.
         bool awaitingChallenge = false;
         bool awaitingHello = false;
@@ -151,11 +155,20 @@ class Table {
     void ApplyExtension(const Received& r);
     void TakeAnnouncement(const Hello& hello);
     // The resume's handshake, before anything else of a connection that may resume the game.
-    void HearCaller(const std::string& message);
+    void HearCallers(int socket);
+    void HearCaller(int socket, const std::string& message);
     void HearServerAgain(const std::string& message);
-    void OfferNewGame(const Hello& hello);
+    void OfferNewGame(int socket, const Hello& hello);
+    // The caller on `socket` proved he is the client that left: his connection becomes the game's.
+    void TakeOver(int socket);
     void Resumed(long theirApplied, long theirSent);
-    void TurnAway();
+    // The server turns the caller on `socket` away; a client that reached a program not playing
+    // its game cannot resume it.
+    void TurnAway(int socket);
+    // The server's caller left, or said what no player's program says, before he played: he
+    // ends nothing, and the server waits for a player again.
+    void ForgetCaller();
+    void CloseCallers();
     void CompareRound(const RoundDigest& theirs);
     void CompareSync(const Sync& theirs);
     void SyncIfDue();
@@ -223,8 +236,13 @@ class Table {
     bool sessionOver_ = false;  // closed on the opponent's fault; the menus may start another
     bool checkState_ = true;
     int depth_ = 0;
-    std::array<bool, 2> arrivalWaiting_{};
-    bool closeWaiting_ = false;
+    std::array<bool, kSockets> arrivalWaiting_{};
+    std::array<bool, kSockets> closeWaiting_{};
+    CallerRoom callers_;
+    // The server's connection to its opponent: socket 1, or the socket of a caller who proved
+    // he is the client that left. Where it was accepted from.
+    int connection_ = 1;
+    std::string connectionAddress_;
     bool ended_ = false;
     int port_ = kGamePort;
     bool extensions_ = true;

@@ -30,7 +30,7 @@ void ColorizeRTB(std::string_view text, std::size_t base, std::vector<ColourRun>
 }
 
 void Transcript::AddLine(std::string_view line) {
-    if (lines_ == kMostLines) DropOlderHalf();
+    if (lines_ == kMostLines || text_.size() + line.size() > kMostBytes) DropOlderLines();
     ++lines_;
     if (!text_.empty()) text_ += "\r\n";
     lastLineStart_ = text_.size();
@@ -40,13 +40,15 @@ void Transcript::AddLine(std::string_view line) {
     ColorizeRTB(line, lastLineStart_, runs_);
 }
 
-void Transcript::DropOlderHalf() {
-    // Past the CR LF that ends the last line dropped; no run crosses a line break.
+void Transcript::DropOlderLines() {
+    // Past the CR LF that ends the last line dropped; no run crosses a line break. The newest
+    // line stays whatever its length.
     std::size_t cut = 0;
-    for (std::size_t dropped = 0; dropped < kMostLines / 2; ++dropped)
+    while (lines_ > 1 && (lines_ > kMostLines / 2 || text_.size() - cut > kMostBytes / 2)) {
         cut = text_.find("\r\n", cut) + 2;
+        --lines_;
+    }
     text_.erase(0, cut);
-    lines_ -= kMostLines / 2;
     const auto kept = std::find_if(runs_.begin(), runs_.end(),
                                    [cut](const ColourRun& run) { return run.start >= cut; });
     runs_.erase(runs_.begin(), kept);

@@ -31,9 +31,11 @@ struct ColourRun {
 // are not limited to 16 bits: the transcript keeps working past 32,767 characters.
 class Transcript {
   public:
-    // The lines kept: past this many, the older half is dropped, so an opponent's program that
-    // chats without end cannot grow the transcript without bound. A line is at most a frame long.
+    // What is kept: past this many lines, or this many bytes, the older lines are dropped until
+    // half of each is left, so an opponent's program that chats without end, in lines as long
+    // as a frame, cannot grow the transcript, or the view that shows it, without bound.
     static constexpr std::size_t kMostLines = 2000;
+    static constexpr std::size_t kMostBytes = 256 * 1024;
 
     // Appends one line (CR LF in front unless the transcript is empty) and colours it.
     void AddLine(std::string_view line);
@@ -45,7 +47,7 @@ class Transcript {
     std::size_t lastLineFirstRun() const { return lastLineFirstRun_; }
 
   private:
-    void DropOlderHalf();
+    void DropOlderLines();
 
     std::string text_;
     std::size_t lines_ = 0;

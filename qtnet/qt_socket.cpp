@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "qtnet/qt_socket.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <QDeadlineTimer>
@@ -42,6 +44,25 @@ namespace {
 
 constexpr std::chrono::seconds kConnectTimeout{10};
 
+// A line that died without a close (a Wi-Fi change, a laptop's suspend, a router that forgot the
+// connection) must be noticed within seconds, so that between two Kelvane programs the client
+// calls back while both players are still there; with a plain opponent, so the player learns he
+// is gone. The peer sees nothing of it but empty probes its system answers by itself.
+constexpr int kIdleBeforeProbeS = 5, kProbeEveryS = 2, kProbesUnanswered = 3;
+// Data the peer has not acknowledged for this long means the line is dead.
+constexpr unsigned kUnacknowledgedMs = 15000;
+
+void KeepAlive(QTcpSocket& socket) {
+    const int fd = static_cast<int>(socket.socketDescriptor());
+    if (fd < 0) return;
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPIDLE, &kIdleBeforeProbeS, sizeof kIdleBeforeProbeS);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPINTVL, &kProbeEveryS, sizeof kProbeEveryS);
+    setsockopt(fd, IPPROTO_TCP, TCP_KEEPCNT, &kProbesUnanswered, sizeof kProbesUnanswered);
+    setsockopt(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, &kUnacknowledgedMs, sizeof kUnacknowledgedMs);
+}
+
 [[noreturn]] void Fail(const std::string& description) {
     throw Failure(kInvalidProcedureCall, description);
 }
@@ -51,7 +72,7 @@ std::string SocketName(int index) {
 }
 
 void CheckIndex(int index) {
-    if (index < 0 || index > 1) Fail("There is no socket " + std::to_string(index));
+    if (index < 0 || index >= kSockets) Fail("There is no socket " + std::to_string(index));
 }
 
 void CheckPort(int port, int lowest) {
@@ -170,19 +191,20 @@ int QtSocket::State(int index) {
 }
 
 void QtSocket::Accept(int index, long requestId) {
-    if (index != 1) Fail("Connections are accepted on socket 1 only");
-    // The connection slot serves one client at a time; a game resumed after a dropped
-    // connection takes its client back into it once the lost connection is closed.
-    if (connections_[1]) Fail("Socket 1 already exists");
+    CheckIndex(index);
+    if (index == 0) Fail("Socket 0 listens and accepts nothing");
+    // Each socket serves one connection at a time: a new one takes a socket once the one before
+    // it is closed.
+    if (connections_[static_cast<std::size_t>(index)]) Fail(SocketName(index) + " already exists");
     const auto request = requests_.find(requestId);
     if (request == requests_.end()) Fail("No connection request " + std::to_string(requestId));
     QTcpSocket* socket = request->second;
     requests_.erase(request);
-    Attach(1, socket);
+    Attach(index, socket);
     // Bytes the client sent before it was accepted arrived while nobody listened for them.
     if (socket->bytesAvailable() > 0) {
         QMetaObject::invokeMethod(
-            this, [this] { RaiseDataArrival(1); }, Qt::QueuedConnection);
+            this, [this, index] { RaiseDataArrival(index); }, Qt::QueuedConnection);
     }
 }
 
@@ -217,6 +239,20 @@ void QtSocket::Close(int index) {
         while (!requests_.empty()) DropRequest(requests_.begin()->first);
     }
     Drop(index);
+}
+
+std::string QtSocket::PeerAddress(int index) {
+    CheckIndex(index);
+    const QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
+    if (!socket) return {};
+    // A listener open to both families sees an IPv4 caller at an IPv4-mapped IPv6 address; the
+    // player knows it by its IPv4 form.
+    QHostAddress address = socket->peerAddress();
+    bool isV4 = false;
+    const quint32 v4 = address.toIPv4Address(&isV4);
+    if (isV4) address = QHostAddress(v4);
+    address.setScopeId({});
+    return address.isNull() ? std::string() : address.toString().toStdString();
 }
 
 int QtSocket::LocalPort(int index) const {
@@ -270,6 +306,7 @@ void QtSocket::Attach(int index, QTcpSocket* socket) {
     // of the same turn would wait for the first one's acknowledgement, up to 40 ms each time.
     const auto sendAtOnce = [socket] {
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        KeepAlive(*socket);
     };
     if (socket->state() == QAbstractSocket::ConnectedState) sendAtOnce();
     connect(socket, &QAbstractSocket::connected, socket, sendAtOnce);

@@ -37,6 +37,7 @@ class QtSocket : public QObject, public WindowSocket {
     void Send(int index, const std::string& bytes) override;
     std::string Read(int index) override;
     void Close(int index) override;
+    std::string PeerAddress(int index) override;
 
     void ListenOn(const std::string& address) override { listenAddress_ = address; }
     int LocalPort(int index) const override;
@@ -47,7 +48,6 @@ class QtSocket : public QObject, public WindowSocket {
     void SetConnectTimeout(std::chrono::milliseconds timeout);
 
   private:
-    static constexpr int kSockets = 2;
     std::string listenAddress_;
 
     QTcpSocket* Connection(int index) const;

@@ -46,6 +46,8 @@ std::string Told(const Notice& notice) {
         case NoticeKind::kServerWaitsForItsClient:
         case NoticeKind::kServerKeptItsGame:
             return "the server waits for another client";
+        case NoticeKind::kServerGameGone:
+            return "the server's game is gone";
     }
     return "?";
 }
@@ -120,7 +122,7 @@ bool Duel::Step() {
 void Duel::RaiseSocketEvents() {
     for (Side side : {Side::kServer, Side::kClient}) {
         if (!link_.TakeCloseEvent(side)) continue;
-        Guarded([&] { table(side).tcpTalker_Close(LinkedSockets::ConnectionIndex(side)); });
+        Guarded([&] { table(side).tcpTalker_Close(link_.ConnectionIndex(side)); });
         CheckQuiet(SeatOf(side), "on losing the connection");
     }
     if (client_.table.WaitingForOpponent()) Guarded([&] { client_.table.Reconnect(); });
@@ -162,7 +164,7 @@ Duel::Seat* Duel::Mover() {
 void Duel::Deliver(Side from, std::size_t count) {
     link_.Deliver(from, count);
     Seat& to = SeatOf(Other(from));
-    Guarded([&] { to.table.tcpTalker_DataArrival(LinkedSockets::ConnectionIndex(to.side)); });
+    Guarded([&] { to.table.tcpTalker_DataArrival(link_.ConnectionIndex(to.side)); });
 }
 
 void Duel::DeliverPiece(Side from) {

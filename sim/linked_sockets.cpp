@@ -43,12 +43,12 @@ void LinkedSockets::Cut() {
 }
 
 int& LinkedSockets::Sockets::StateOf(int index) {
-    if (index < 0 || index > 1) Raise(kSubscriptOutOfRange);
+    if (index < 0 || index >= kSockets) Raise(kSubscriptOutOfRange);
     return link_.Of(side_).states[static_cast<std::size_t>(index)];
 }
 
 void LinkedSockets::Sockets::RequireConnection(int index) const {
-    if (index != ConnectionIndex(side_)) Raise(kInvalidProcedureCall);
+    if (index != link_.ConnectionIndex(side_)) Raise(kInvalidProcedureCall);
 }
 
 void LinkedSockets::Sockets::Listen(int index, int) {
@@ -80,19 +80,21 @@ int LinkedSockets::Sockets::State(int index) {
 
 void LinkedSockets::Sockets::Accept(int index, long requestId) {
     if (side_ != Side::kServer || link_.pending_ != requestId) Raise(kInvalidProcedureCall);
-    RequireConnection(index);
-    if (StateOf(index) != kSocketClosed) Raise(kInvalidProcedureCall);
+    if (index == kListener || StateOf(index) != kSocketClosed) Raise(kInvalidProcedureCall);
+    // One client at a time is wired to the server: the socket it is accepted on carries it.
+    link_.serverConnection_ = index;
     link_.pending_.reset();
     StateOf(index) = kSocketConnected;
     End& client = link_.Of(Side::kClient);
-    client.states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] = kSocketConnected;
+    client.states[static_cast<std::size_t>(link_.ConnectionIndex(Side::kClient))] =
+        kSocketConnected;
     client.connectEvent = true;
 }
 
 void LinkedSockets::Sockets::Refuse(int, long requestId) {
     if (side_ != Side::kServer || link_.pending_ != requestId) Raise(kInvalidProcedureCall);
     link_.pending_.reset();
-    link_.Of(Side::kClient).states[static_cast<std::size_t>(ConnectionIndex(Side::kClient))] =
+    link_.Of(Side::kClient).states[static_cast<std::size_t>(link_.ConnectionIndex(Side::kClient))] =
         kSocketError;
 }
 
@@ -115,12 +117,12 @@ std::string LinkedSockets::Sockets::Read(int index) {
 
 void LinkedSockets::Sockets::Close(int index) {
     int& state = StateOf(index);
-    const bool wasConnected = index == ConnectionIndex(side_) && state == kSocketConnected;
+    const bool wasConnected = index == link_.ConnectionIndex(side_) && state == kSocketConnected;
     state = kSocketClosed;
     if (side_ == Side::kServer && index == kListener) link_.pending_.reset();
     if (!wasConnected) return;
     End& peer = link_.Of(Other(side_));
-    peer.states[static_cast<std::size_t>(ConnectionIndex(Other(side_)))] = kSocketClosing;
+    peer.states[static_cast<std::size_t>(link_.ConnectionIndex(Other(side_)))] = kSocketClosing;
     peer.closeEvent = true;
 }
 

@@ -29,8 +29,9 @@ class LinkedSockets {
     LinkedSockets& operator=(const LinkedSockets&) = delete;
 
     Socket& socket(Side side) { return side == Side::kServer ? server_ : client_; }
-    // The socket on which that side's game traffic arrives.
-    static int ConnectionIndex(Side side) { return side == Side::kServer ? 1 : 0; }
+    // The socket on which that side's game traffic arrives: the server's is the one it accepted
+    // the client on last.
+    int ConnectionIndex(Side side) const { return side == Side::kServer ? serverConnection_ : 0; }
 
     // Bytes `from` has sent that the other side has not received yet, oldest first.
     const std::string& InFlight(Side from) const { return Of(from).inFlight; }
@@ -59,7 +60,7 @@ class LinkedSockets {
 
   private:
     struct End {
-        std::array<int, 2> states{kSocketClosed, kSocketClosed};
+        std::array<int, kSockets> states{};  // all kSocketClosed
         std::string inFlight;
         std::string received;
         std::size_t sent = 0;
@@ -99,6 +100,7 @@ class LinkedSockets {
     Sockets client_{*this, Side::kClient};
     std::optional<long> pending_;
     long nextRequest_ = 1;
+    int serverConnection_ = 1;
 };
 
 }  // namespace kelvane::sim

@@ -65,6 +65,7 @@ class RecordingScreen : public HeadlessScreen {
         Log("SetStatus", ListeningText(address));
     }
     void ChatLineAdded(const Transcript&, Speaker) override { Log("ChatLineAdded"); }
+    void NoteCallerLeft(const std::string& address) override { Log("CallerLeft", address); }
 
   private:
     static std::string Text(const std::string& s) { return s; }
@@ -130,6 +131,8 @@ class MemorySocket : public Socket {
         calls.push_back("Close " + std::to_string(i));
         states[i] = kSocketClosed;
     }
+    std::map<int, std::string> addresses;
+    std::string PeerAddress(int i) override { return addresses[i]; }
 };
 
 // One engine with recording ports, not connected until a test says so.

@@ -233,8 +233,15 @@ void Form1::CloseWindow() {
 }
 
 void Form1::ShowListening(const std::string& localAddress) {
-    SetStatusText(QString::fromStdString(ListeningText(localAddress)));
+    listeningText_ = QString::fromStdString(ListeningText(localAddress));
+    SetStatusText(listeningText_);
     StartHosting();
+}
+
+// The server waits on, as it did before the caller came; the router's door stays as it is.
+void Form1::NoteCallerLeft(const std::string& address) {
+    AddHistory(CallerLeftText(address));
+    SetStatusText(listeningText_);
 }
 
 void Form1::EnableSessionMenus(bool enabled) {
@@ -305,6 +312,8 @@ bool Form1::Ask(const Question& question) {
 bool Form1::ShowBox(const BoxText& b) {
     QMessageBox box(this);
     box.setWindowTitle(b.title.empty() ? kAppTitle : QString::fromStdString(b.title));
+    // Some sentences carry what the opponent's program sent: never read as markup.
+    box.setTextFormat(Qt::PlainText);
     box.setText(FromCodePage(b.text));
     box.setIcon(b.icon == Icon::kExclamation ? QMessageBox::Warning
                 : b.icon == Icon::kCritical  ? QMessageBox::Critical

@@ -111,6 +111,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ClearChatInput() override;
     void CloseWindow() override;
     void OpponentMoved(const OpponentMove& move) override;
+    void NoteCallerLeft(const std::string& address) override;
 
     // Prompts
     void Tell(const Notice& notice) override;
@@ -236,6 +237,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::string peerTip_;                // the opponent's program, once it has announced itself
     std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer
     std::string friendAddress_;          // what "Copy Address" copies
+    QString listeningText_;              // the waiting text while the server waits
+    std::size_t convoBytes_ = 0;         // the transcript's size the chat view shows
     bool portFromAddress_ = false;       // the table's port was taken from a typed address
 
     int statusFontSize_ = 10;

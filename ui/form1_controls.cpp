@@ -90,6 +90,8 @@ template <typename L = QLabel>
 QLabel* Label(QWidget* parent, const char* name, const char* text, QRect at, double points = 0,
               bool bold = false) {
     auto* label = new L(text, parent);
+    // What a label shows is text, whoever wrote it: never read as markup.
+    label->setTextFormat(Qt::PlainText);
     label->setObjectName(name);
     label->setGeometry(at);
     if (points > 0) label->setFont(DesignFont(points, bold));
@@ -301,6 +303,10 @@ void Form1::WireSocket() {
     socket_.onClose = [this](int index) { table_->tcpTalker_Close(index); };
     socket_.onConnectFailed = [this] { table_->ConnectionFailed(); };
     socket_.onConnected = [this](int index) { table_->tcpTalker_Connect(index); };
+    // The engine's clock: callers who do not prove themselves in time are turned away.
+    auto* ticks = new QTimer(this);
+    connect(ticks, &QTimer::timeout, this, [this] { table_->Tick(); });
+    ticks->start(1000);
 }
 
 QLabel* Form1::label(const char* name) const {

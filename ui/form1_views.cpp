@@ -377,6 +377,10 @@ void AppendColoured(QTextCursor& cursor, const Transcript& t, std::size_t from,
 
 void Form1::ChatLineAdded(const Transcript& t, Speaker speaker) {
     if (speaker == Speaker::kOpponent) AskForAttention();
+    // The transcript dropped its oldest lines to make room: the view follows it whole.
+    const bool dropped = t.lastLineStart() < convoBytes_;
+    convoBytes_ = t.text().size();
+    if (dropped) return ColorizeRTB();
     // Only the new line is written and coloured, so a long conversation costs no more per line.
     rtbConvo_->setUpdatesEnabled(false);
     QTextCursor cursor(rtbConvo_->document());

@@ -35,6 +35,7 @@ class LazySocket : public WindowSocket {
     void Refuse(int index, long requestId) override { Real().Refuse(index, requestId); }
     void Send(int index, const std::string& bytes) override { Real().Send(index, bytes); }
     std::string Read(int index) override { return Real().Read(index); }
+    std::string PeerAddress(int index) override { return Real().PeerAddress(index); }
     void Close(int index) override {
         if (real_) real_->Close(index);
     }

@@ -126,13 +126,6 @@ std::string ReasonText(const PeerFault& f) {
     return RefusalName(v.refusal);
 }
 
-// Only printable characters of what arrived are shown.
-std::string Printable(std::string_view text) {
-    std::string out;
-    for (char c : text) out += c >= ' ' && c <= '~' ? c : '?';
-    return out;
-}
-
 std::string Pair(int a, int b) {
     return std::to_string(a) + " and " + std::to_string(b);
 }
@@ -158,6 +151,12 @@ std::string Difference(const RoundDigest& here, const RoundDigest& there) {
 }
 
 }  // namespace
+
+std::string Printable(std::string_view text) {
+    std::string out;
+    for (char c : text) out += c >= ' ' && c <= '~' ? c : '?';
+    return out;
+}
 
 std::string PeerFaultText(const PeerFault& fault) {
     const std::string sent = "Your opponent's program sent ";
@@ -216,17 +215,23 @@ BoxText NoticeBox(const Notice& notice) {
                 "The server's player is keeping the game in progress for the opponent who "
                 "left, so no new game can start with you now. Try again later.",
                 Buttons::kOk, Icon::kExclamation, ""};
+        case NoticeKind::kServerGameGone:
+            return {
+                "Your opponent's Kelvane was started again, and the game in progress ended with "
+                "it: it cannot be resumed. Start a new game to play again.",
+                Buttons::kOk, Icon::kExclamation, ""};
     }
     return Refused("");
 }
 
 BoxText QuestionBox(const Question& q) {
     if (q.kind == QuestionKind::kNewGameWithCaller)
-        return {
-            "A Kelvane player has connected without the game in progress: perhaps your "
-            "opponent started Kelvane again. Give up the game in progress and start a new "
-            "one with this player?",
-            Buttons::kYesNo, Icon::kExclamation, ""};
+        return {"A Kelvane player " +
+                    (q.address.empty() ? std::string() : "at " + q.address + " ") +
+                    "has connected without the game in progress: perhaps your opponent started "
+                    "Kelvane again. Give up the game in progress and start a new one with this "
+                    "player?",
+                Buttons::kYesNo, Icon::kExclamation, ""};
     if (q.kind == QuestionKind::kDiscardMeldable)
         return {"The " + Name(q.card) + " is meldable. Are you sure?", Buttons::kYesNo,
                 Icon::kExclamation, kConfirmTitle};
@@ -279,6 +284,11 @@ std::string ConnectionLostText(bool reconnecting, bool stillCalling) {
 std::string ConnectionLostStatus(bool reconnecting) {
     return reconnecting ? "Connection lost: calling your opponent again"
                         : "Connection lost: waiting for your opponent to come back";
+}
+
+std::string CallerLeftText(const std::string& address) {
+    return "A caller" + (address.empty() ? std::string() : " from " + address) +
+           " left before playing; still waiting for an opponent.";
 }
 
 std::string PeerProgramText(const std::string& program) {

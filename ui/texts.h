@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "engine/ports.h"
 #include "game/game_state.h"
@@ -28,6 +29,9 @@ BoxText NoticeBox(const Notice& notice);
 // What the player and the bot's log are told when the opponent's program sends what cannot be
 // played: what arrived, why it cannot be played, and that the game cannot go on.
 std::string PeerFaultText(const PeerFault& fault);
+// Only the printable characters of what arrived from the network: every other byte, a terminal's
+// control characters among them, shows as "?".
+std::string Printable(std::string_view text);
 BoxText QuestionBox(const Question& question);
 // The window's own question when the player quits during a session.
 BoxText QuitBox();
@@ -53,6 +57,8 @@ std::string ConnectionLostText(bool reconnecting, bool stillCalling);
 std::string ConnectionLostStatus(bool reconnecting);
 // Where the player finds which program his opponent plays.
 std::string PeerProgramText(const std::string& program);
+// Someone called the waiting server and left before his program said a word.
+std::string CallerLeftText(const std::string& address);
 
 // The move history, in the window's panel: one line per opponent's move, and each round's result
 // in points at its end. Cards by rank and suit sign ("10♠"), one card by its long name.

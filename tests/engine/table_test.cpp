@@ -298,19 +298,20 @@ TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
 }
 
 // The announcement and the deal go out to the first caller; a second one is turned away while the
-// game goes on. While a server waits for its Kelvane client to come back, every caller is
-// challenged and must answer with the keyed hash of the session's secret: a stranger replaying
-// what the first connection showed (the game's identifier, its counts), a wrong or replayed proof,
-// a move, a flood or silence gets nothing but the challenge and is closed; the player decides
-// whether a Kelvane program calling without the game starts a new one; the client itself resumes.
+// game goes on with a program that is not Kelvane. While a server waits for its Kelvane client to
+// come back, every caller is let in on a socket of his own and challenged, and must answer with
+// the keyed hash of the session's secret: a stranger replaying what the first connection showed
+// (the game's identifier, its counts), a wrong or replayed proof, a move, a flood or silence gets
+// nothing but the challenge and is closed; one address holds two callers at most, the oldest
+// making way, and those who do not answer in time are closed; the player is asked once for each
+// address whether a Kelvane program calling without the game starts a new one; the client itself
+// resumes on his own socket.
 TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     test::TableUnderTest t;
     t.table.mnuServer_Click();
     EXPECT_EQ(t.screen.log.front(),
               "SetStatus Waiting for client to connect... (local IP: 192.0.2.7)");
     t.table.tcpTalker_ConnectionRequest(0, 1);
-    t.table.tcpTalker_ConnectionRequest(0, 99);
-    EXPECT_EQ(t.socket.calls.back(), "Refuse 0");
     ASSERT_EQ(t.socket.sent.size(), 2u);
     const auto read = [](const std::string& f) { return ReadMessage(f.substr(1, f.size() - 2)); };
     // Version, game, messages applied and sent, key, program.
@@ -327,10 +328,11 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
 
     long request = 2;
     std::string challenge;
-    const auto call = [&] {
+    const auto call = [&](int socket) {
         t.socket.sent.clear();
         t.table.tcpTalker_ConnectionRequest(0, request++);
-        EXPECT_EQ(t.socket.calls.back(), "Accept 1");
+        const std::vector<std::string> last(t.socket.calls.end() - 2, t.socket.calls.end());
+        EXPECT_EQ(std::ranges::count(last, "Accept " + std::to_string(socket)), 1) << last[0];
         ASSERT_EQ(t.socket.sent.size(), 1u);
         const Received r = read(t.socket.sent[0]);
         ASSERT_EQ(r.kind, MessageKind::kChallenge) << "a caller hears nothing but the challenge";
@@ -346,11 +348,17 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     EXPECT_EQ(ProofMac("00112233445566778899aabbccddeeff", "ffeeddccbbaa99887766554433221100",
                        "0123456789abcdef0123456789abcdef", 5, 7),
               "0153776d5d8cde9bdf57551d2b5e5172b7056ce877ca834c541f538bb371cd32");
-    call();
+    call(2);
     const std::string first = challenge;
+    // He leaves: nothing else happens.
+    t.socket.states[2] = kSocketClosed;
+    t.table.tcpTalker_Close(2);
+    EXPECT_EQ(t.socket.calls.back(), "Close 2");
+    EXPECT_TRUE(t.table.WaitingForOpponent());
     const std::string stranger = hello({2, Fnv1a(deal), 1, 0, "", "a stranger who saw the deal"});
     const std::string newPlayer = hello({2, {}, 0, 0, clientKey, "a new player"});
-    // Each caller's words, once he has heard his challenge; the new player is answered No.
+    // Each caller's words, once he has heard his challenge; the new player is answered No, and
+    // calling again from the same address he is not asked again.
     const std::function<std::string()> callers[] = {
         [&] { return stranger; },
         [&] { return "(K:PROOF:1:0:" + std::string(kProofDigits, 'f') + ")"; },
@@ -360,42 +368,94 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
         [&] { return std::string("(M:N:01)"); },
         [&] { return "(" + std::string(kFrameLimit + 10, 'x'); },
         [&] { return newPlayer; },
+        [&] { return newPlayer; },
     };
     t.prompts.answers = {false};
     for (const auto& caller : callers) {
-        call();
+        call(2);
         const std::string bytes = caller();
         SCOPED_TRACE(bytes.substr(0, 40));
-        t.Arrive(bytes, 1);
-        EXPECT_EQ(t.socket.calls.back(), "Close 1");
+        t.Arrive(bytes, 2);
+        EXPECT_EQ(t.socket.calls.back(), "Close 2");
         EXPECT_EQ(t.socket.sent.size(), 1u);
         EXPECT_TRUE(t.table.WaitingForOpponent());
         EXPECT_EQ(t.s.Role, kRoleServer);
     }
-    EXPECT_EQ(t.prompts.boxes.size(), 1u) << "only the new player's call asks the player";
-    // One who says nothing is replaced by the next caller.
-    call();
-    call();
-    const std::vector<std::string> lastCalls(t.socket.calls.end() - 3, t.socket.calls.end());
-    EXPECT_EQ(lastCalls, (std::vector<std::string>{"Accept 1", "Close 1", "Accept 1"}));
+    ASSERT_EQ(t.prompts.boxes.size(), 1u) << "only the new player's first call asks the player";
+    EXPECT_EQ(t.prompts.boxes.front().text,
+              QuestionBox({QuestionKind::kNewGameWithCaller, 0, ""}).text);
+    // Two who say nothing from one address are held side by side; a third replaces the oldest.
+    call(2);
+    call(3);
+    call(4);
+    EXPECT_EQ(t.socket.calls.back(), "Close 2");
+    // One from another address waits beside them: the client.
+    t.socket.addresses[2] = "198.51.100.9";
+    call(2);
+    const std::string clientsChallenge = challenge;
+    for (int tick = 1; tick < CallerRoom::kTicksToAnswer; ++tick) t.table.Tick();
     t.socket.sent.clear();
-    t.Arrive(proof(challenge), 1);
+    t.Arrive(proof(clientsChallenge), 2);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     ASSERT_EQ(t.socket.sent.size(), 2u) << "the client had the deal: the digest follows";
     EXPECT_EQ(t.socket.sent[0], hello({2, Fnv1a(deal), 0, 1, "", "Kelvane " KELVANE_VERSION}));
     EXPECT_EQ(t.socket.sent[1].substr(0, 11), "(K:SYNC:0:1");
+    // The silent ones' time runs out; the client's socket is the game's now.
+    t.socket.calls.clear();
+    t.table.Tick();
+    std::ranges::sort(t.socket.calls);
+    EXPECT_EQ(t.socket.calls, (std::vector<std::string>{"Close 3", "Close 4"}));
+
+    // His connection dies unnoticed: he calls again, proves himself and takes the game's place.
+    call(3);
+    t.socket.sent.clear();
+    t.Arrive(proof(challenge), 3);
+    EXPECT_EQ(t.socket.calls.back(), "Close 2");
+    EXPECT_FALSE(t.table.WaitingForOpponent());
+    EXPECT_EQ(read(t.socket.sent.at(0)).kind, MessageKind::kHello);
 
     // Lost again, the player gives the game up for a new player's: a new game is dealt to him.
-    t.socket.states[1] = kSocketClosed;
-    t.table.tcpTalker_Close(1);
-    call();
-    t.Arrive(newPlayer, 1);
+    t.socket.states[3] = kSocketClosed;
+    t.table.tcpTalker_Close(3);
+    t.prompts.answers = {true};
+    t.socket.addresses[2] = "203.0.113.5";
+    call(2);
+    t.Arrive(newPlayer, 2);
+    EXPECT_EQ(t.prompts.boxes.back().text,
+              QuestionBox({QuestionKind::kNewGameWithCaller, 0, "203.0.113.5"}).text);
     EXPECT_FALSE(t.table.WaitingForOpponent());
     ASSERT_EQ(t.socket.sent.size(), 3u);
     const Hello dealer = read(t.socket.sent[1]).hello;
     EXPECT_TRUE(!dealer.game && dealer.sent == 0 && !dealer.key.empty()) << t.socket.sent[1];
     EXPECT_NE(dealer.key, serverKey) << "a new game, a new secret";
     EXPECT_EQ(read(t.socket.sent[2]).kind, MessageKind::kDeal);
+}
+
+// A caller who leaves before his program said a word never played: the deal he was given is
+// forgotten and the server waits again, however often it happens; the next caller is dealt anew.
+TEST(Session, ACallerWhoLeavesWithoutAWordEndsNothing) {
+    test::TableUnderTest t;
+    t.table.mnuServer_Click();
+    t.socket.addresses[1] = "198.51.100.4";
+    for (long request = 1; request <= 3; ++request) {
+        t.socket.sent.clear();
+        t.table.tcpTalker_ConnectionRequest(0, request);
+        ASSERT_EQ(t.socket.sent.size(), 2u);
+        EXPECT_EQ(t.s.Role, kRoleServer);
+        t.socket.states[1] = kSocketClosed;
+        t.table.tcpTalker_Close(1);
+        EXPECT_FALSE(t.table.ended());
+        EXPECT_TRUE(t.prompts.boxes.empty());
+        EXPECT_EQ(t.s.Role, kRoleNotConnected);
+        EXPECT_EQ(t.s.StackCount, 0);
+        EXPECT_EQ(t.screen.log.back(), "CallerLeft 198.51.100.4");
+    }
+    // One who spoke is an opponent: his leaving ends the program as before.
+    t.table.tcpTalker_ConnectionRequest(0, 4);
+    t.Arrive("(C:hello)", 1);
+    t.socket.states[1] = kSocketClosed;
+    t.table.tcpTalker_Close(1);
+    EXPECT_TRUE(t.table.ended());
 }
 
 // A host that cannot be reached is told in a box and the socket closed again; no host, no attempt.

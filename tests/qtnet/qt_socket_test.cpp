@@ -104,7 +104,7 @@ TEST(QtSocketSession, CarriesEveryByteBothWaysUntilOneSideCloses) {
             {"read with no connection", [&] { s.server.socket.Read(1); }},
             {"accept a request never made", [&] { s.server.socket.Accept(1, 42); }},
             {"refuse a request never made", [&] { s.server.socket.Refuse(0, 42); }},
-            {"a socket past the array", [&] { s.server.socket.State(2); }},
+            {"a socket past the array", [&] { s.server.socket.State(kSockets); }},
         };
         for (const auto& [name, operation] : operations) EXPECT_THROW(operation(), Failure) << name;
         try {

@@ -241,7 +241,8 @@ TEST_F(WindowAgainstBot, ServingWaitsForItsClientThenPlaysAWholeGameWithANewCall
     newcomer.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
                                       "--delay", "0", "--seed", "3"});
     ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
-    EXPECT_EQ(window->boxes, std::vector{QuestionBox({QuestionKind::kNewGameWithCaller}).text});
+    EXPECT_EQ(window->boxes,
+              std::vector{QuestionBox({QuestionKind::kNewGameWithCaller, 0, "127.0.0.1"}).text});
     window->boxes.clear();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !window->table().WaitingForOpponent(); }, 5000));
     QCoreApplication::processEvents();
