@@ -100,6 +100,10 @@ void Table::LoseConnection() {
     // Between two Kelvane programs a connection lost without a quit is not the end of the game.
     if (CanResume()) return LinkLost();
     if (state_.Role == kRoleServer && !link_.peerKnown) return ForgetCaller();
+    // Whatever ended the computer player, its shell tells it, once, and offers a new game.
+    if (opponentWatched_) return CloseSession();
+    // Whatever ended the computer player, its shell tells it, once, and offers a new game.
+    if (opponentWatched_) return CloseSession();
     // A server waiting for its own client chose not to start a new game with this one.
     if (link_.calledWaitingServer && !link_.peerKnown) {
         prompts_.Tell({NoticeKind::kServerKeptItsGame});

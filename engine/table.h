@@ -48,6 +48,10 @@ class Table {
     // dropped connection) are on unless switched off before a session starts: then this program
     // speaks exactly as one that knows nothing of them, as the tests' stand-in for such a peer.
     void UseExtensions(bool on) { extensions_ = on; }
+    // The shell watches the opponent's program itself (the computer player it started) and tells
+    // its stop: a connection lost to it ends the session quietly, never the program. Set before
+    // each session starts.
+    void WatchOpponent(bool watched) { opponentWatched_ = watched; }
     // The name and version this program announces to a Kelvane opponent.
     void SetProgramName(std::string name) { programName_ = std::move(name); }
 
@@ -246,6 +250,7 @@ class Table {
     bool ended_ = false;
     int port_ = kGamePort;
     bool extensions_ = true;
+    bool opponentWatched_ = false;
     std::string programName_ = "Kelvane " KELVANE_VERSION;
     Link link_;
 };

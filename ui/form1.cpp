@@ -345,6 +345,7 @@ void Form1::PlayAgainstComputer(int level) {
     connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
         pendingHost_ = kLoopbackHost;
         table_->UsePort(port);
+        table_->WatchOpponent(true);
         table_->mnuClient_Click();
         // Should this session end, a later one uses the game's own port again.
         table_->UsePort(kGamePort);

@@ -210,9 +210,13 @@ void Form1::BuildMenus() {
 
     connect(mnuServer_, &QAction::triggered, this, [this] {
         ForgetTypedPort();
+        table_->WatchOpponent(false);
         table_->mnuServer_Click();
     });
-    connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
+    connect(mnuClient_, &QAction::triggered, this, [this] {
+        table_->WatchOpponent(false);
+        table_->mnuClient_Click();
+    });
     connect(level1, &QAction::triggered, this, [this] { PlayAgainstComputer(1); });
     connect(level2, &QAction::triggered, this, [this] { PlayAgainstComputer(2); });
     connect(level3, &QAction::triggered, this, [this] { PlayAgainstComputer(3); });

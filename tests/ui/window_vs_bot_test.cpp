@@ -268,8 +268,8 @@ QStringList ListeningOn(quint16 port) {
 
 // The welcome holds the focus: Space plays the computer, whose bot listens on the loopback alone
 // and announces itself as a Kelvane program does; the welcome goes and the keys reach the table.
-// Killed, the computer is said to have stopped and, on Yes, a new one deals a new game, with no
-// box calling the old one; it goes with the window.
+// Stopped, the computer is said to have stopped and, on Yes, a new one deals a new game, with no
+// other box and no box calling the old one; it goes with the window.
 TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWithTheWindow) {
     window->UseBotProgram(KELVANE_BOT_PATH, {"--delay", "0"});
     Key(Qt::Key_Space);
@@ -290,13 +290,24 @@ TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWi
     EXPECT_EQ(window->focusWidget(), window->tableKeys()) << "the keys do not reach the table";
     EXPECT_EQ(window->historyLines().front(), "Your opponent plays kelvane-bot " KELVANE_VERSION);
     EXPECT_TRUE(window->boxes.empty()) << window->boxes.front();
-    ::kill(static_cast<pid_t>(first), SIGKILL);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
-    EXPECT_EQ(window->boxes, std::vector{ComputerStoppedBox().text});
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return window->computerOpponent()->processId() != first && dealt(); },
-                        test::kStalledAfterMs));
-    EXPECT_EQ(window->linkDialog(), nullptr);
+    // However it stops (a crash, its player's quit, the system's kill), one box tells it, and Yes
+    // deals a game with a new one that goes on.
+    qint64 last = first;
+    for (const int signal : {SIGKILL, SIGTERM, SIGSEGV}) {
+        SCOPED_TRACE(signal);
+        window->boxes.clear();
+        ::kill(static_cast<pid_t>(last), signal);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return window->computerOpponent()->processId() != last && dealt(); },
+            test::kStalledAfterMs));
+        last = window->computerOpponent()->processId();
+        QTest::qWait(300);  // time for a second box or a teardown to show
+        EXPECT_EQ(window->boxes, std::vector{ComputerStoppedBox().text});
+        EXPECT_FALSE(window->table().ended());
+        EXPECT_TRUE(dealt());
+        EXPECT_EQ(window->linkDialog(), nullptr);
+    }
     EXPECT_TRUE(window->failures.empty()) << window->failures.front();
     const qint64 second = window->computerOpponent()->processId();
     window->close();
