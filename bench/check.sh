@@ -39,6 +39,8 @@ check kelvane-arena-level2 "$bench/kelvane-arena" --level 2 --against 1 --rounds
     --playouts 4
 check startup.sh bash "$here/startup.sh" "$build" 1
 check kelvane_flood_window "$bench/kelvane_flood_window" 1
+check kelvane_flood_window_chat "$bench/kelvane_flood_window" chat 1
+check kelvane_knock_resume "$bench/kelvane_knock_resume" "$build/bot/kelvane-bot" 1 50
 check flood_memory.py python3 "$here/flood_memory.py" "$build/bot/kelvane-bot" 1
 check kelvane_screenshots "$bench/kelvane_screenshots" "$scratch" "" 0
 # The router lab needs root and its tools, as its test does; CI has both. Exit 77 is its skip.

@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The time a dropped game takes to resume while a stranger knocks on the server's port: two
+// kelvane-bot processes play over a line that carries each byte 25 ms late either way; a stranger
+// calls from another address (127.0.0.2) this many times a second, holding each call silent for
+// a second; the line drops, and the time until both bots say the opponent is back is measured.
+//   kelvane_knock_resume BOT [tries] [knocks per second]      (defaults: 10, 50)
+// Prints each try's time and how many tries resumed within 5 s; exits 1 if one never resumed.
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QPointer>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kLineDelayMs = 25;
+constexpr int kResumeWithinMs = 5000;
+constexpr int kGiveUpMs = 30000;
+
+// A loopback line to `to` that carries every arrival kLineDelayMs late, and drops when told.
+class SlowLine : public QObject {
+  public:
+    explicit SlowLine(quint16 to) {
+        listener_.listen(QHostAddress::LocalHost, 0);
+        connect(&listener_, &QTcpServer::newConnection, this, [this, to] {
+            QTcpSocket* near = listener_.nextPendingConnection();
+            auto* far = new QTcpSocket(this);
+            far->connectToHost(QHostAddress::LocalHost, to);
+            for (QTcpSocket* end : {near, far})
+                end->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+            Carry(near, far);
+            Carry(far, near);
+            near_ = near;
+            far_ = far;
+        });
+    }
+    quint16 port() const { return listener_.serverPort(); }
+    void Drop() {
+        for (QTcpSocket* end : {near_.data(), far_.data()})
+            if (end) end->abort();
+    }
+
+  private:
+    void Carry(QTcpSocket* from, QTcpSocket* to) {
+        const QPointer<QTcpSocket> target(to);
+        connect(from, &QTcpSocket::readyRead, this, [from, target] {
+            const QByteArray bytes = from->readAll();
+            QTimer::singleShot(kLineDelayMs, [target, bytes] {
+                if (target && target->state() == QAbstractSocket::ConnectedState)
+                    target->write(bytes);
+            });
+        });
+        connect(from, &QTcpSocket::disconnected, this, [target] {
+            QTimer::singleShot(kLineDelayMs, [target] {
+                if (target) target->disconnectFromHost();
+            });
+        });
+    }
+
+    QTcpServer listener_;
+    QPointer<QTcpSocket> near_, far_;
+};
+
+// A kelvane-bot, its standard error gathered as it comes.
+struct Bot {
+    QProcess process;
+    QString err;
+    void Start(const QString& path, const QStringList& args) {
+        process.setProcessChannelMode(QProcess::SeparateChannels);
+        process.start(path, args);
+    }
+    void Gather() { err += QString::fromUtf8(process.readAllStandardError()); }
+};
+
+// Runs the event loop until `done` holds or `ms` have passed; whether it holds.
+bool Until(const std::function<bool()>& done, int ms, std::vector<Bot*> bots) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < ms) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        for (Bot* bot : bots) bot->Gather();
+    }
+    return done();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: kelvane_knock_resume BOT [tries] [knocks per second]\n");
+        return 2;
+    }
+    const QString bot = argv[1];
+    const int tries = argc > 2 ? std::stoi(argv[2]) : 10;
+    const int knocksPerSecond = argc > 3 ? std::stoi(argv[3]) : 50;
+
+    Bot server, client;
+    server.Start(bot, {"--serve", "--port", "0", "--delay", "100", "--resume-timeout", "60"});
+    static const QRegularExpression listening("waiting for an opponent on port (\\d+)");
+    if (!Until([&] { return listening.match(server.err).hasMatch(); }, 5000, {&server})) {
+        std::fprintf(stderr, "the server never listened\n");
+        return 1;
+    }
+    const quint16 port = listening.match(server.err).captured(1).toUShort();
+    SlowLine line(port);
+    client.Start(bot, {"--connect", "127.0.0.1:" + QString::number(line.port()), "--delay", "100",
+                       "--resume-timeout", "60"});
+    if (!Until([&] { return client.err.contains("playing"); }, 5000, {&server, &client})) {
+        std::fprintf(stderr, "the bots never played\n");
+        return 1;
+    }
+
+    // The stranger: a new silent call from another address every 1000/knocksPerSecond ms.
+    long knocks = 0;
+    QTimer knocker;
+    knocker.setInterval(1000 / knocksPerSecond);
+    QObject::connect(&knocker, &QTimer::timeout, [&] {
+        auto* call = new QTcpSocket;
+        call->bind(QHostAddress("127.0.0.2"));
+        call->connectToHost(QHostAddress::LocalHost, port);
+        QTimer::singleShot(1000, call, [call] {
+            call->abort();
+            call->deleteLater();
+        });
+        ++knocks;
+    });
+    knocker.start();
+
+    std::vector<double> seconds;
+    int within = 0;
+    for (int i = 1; i <= tries; ++i) {
+        Until([] { return false; }, 1000, {&server, &client});
+        const auto backs = [&] {
+            return std::min(server.err.count("the opponent is back"),
+                            client.err.count("the opponent is back"));
+        };
+        const qsizetype before = backs();
+        QElapsedTimer clock;
+        clock.start();
+        line.Drop();
+        const bool back = Until([&] { return backs() > before; }, kGiveUpMs, {&server, &client});
+        const double s = static_cast<double>(clock.elapsed()) / 1000;
+        std::printf("try %2d: %s after %.2f s\n", i, back ? "resumed" : "NOT resumed", s);
+        if (!back) {
+            std::fprintf(stderr, "server:\n%s\nclient:\n%s\n", qPrintable(server.err.right(800)),
+                         qPrintable(client.err.right(800)));
+            return 1;
+        }
+        seconds.push_back(s);
+        within += s <= kResumeWithinMs / 1000.0;
+    }
+    knocker.stop();
+    std::sort(seconds.begin(), seconds.end());
+    std::printf("%d knocks a second from 127.0.0.2, a %d ms line each way: %d of %d tries resumed "
+                "within %d s; median %.2f s, slowest %.2f s; %ld knocks in all\n",
+                knocksPerSecond, kLineDelayMs, within, tries, kResumeWithinMs / 1000,
+                seconds[seconds.size() / 2], seconds.back(), knocks);
+    for (Bot* b : {&server, &client}) b->process.kill(), b->process.waitForFinished();
+    return 0;
+}
