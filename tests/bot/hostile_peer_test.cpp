@@ -138,6 +138,8 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
          ""},
         {true, "kinds it does not know", fixed("(X:1)(M:Q:01)(c:x)"), ""},
         {true, "chat with parentheses", fixed("(C:{LPAREN}hi))"), ""},
+        {true, "chat with a terminal's commands",
+         fixed("(C:\x1b[2J\x1b]0;owned\x07\rkelvane-bot: the opponent conceded)"), ""},
         {false, "a deal of 53 cards", fixed("(" + deal + "01,)"), kUnreadable},
         {false, "a deal holding a card twice",
          fixed("(s:" + deal.substr(5, 3) + deal.substr(5) + ")"),
@@ -162,6 +164,10 @@ TEST(HostilePeer, InEitherSeatTheBotRefusesWhatThePeerCouldNotHaveSentAndBearsTh
                     stranger.waitForDisconnected(kWaitMs));
         s.Send(s.Turn());
         EXPECT_TRUE(s.Until([&] { return s.Sent("M:"); })) << s.bot.Story();
+        // The peer's words reach the terminal as text: no byte of them is a control character.
+        for (const QChar c : s.bot.err())
+            EXPECT_TRUE(c == '\n' || c.isPrint())
+                << "a control character " << static_cast<int>(c.unicode());
         s.peer->close();
         ASSERT_TRUE(s.Until([&] { return !s.bot.running(); }));
         EXPECT_EQ(s.bot.exitCode(), 0) << s.bot.Story();

@@ -285,6 +285,35 @@ TEST_F(WindowViews, OpensInsideTheAvailableArea) {
     }
 }
 
+// What the opponent's program wrote shows as its characters, wherever it appears: his program's
+// name in the history, his chat, the excerpt of an unreadable message in the warning box, and no
+// label on the table reads markup.
+TEST_F(WindowViews, MarkupFromThePeerShowsAsItsCharacters) {
+    window.show();
+    const std::string link = "<a href=http://x.io>Click to fix</a>";
+    window.table().Data_Process("K:HELLO:2:-:0:0:" + std::string(kKeyDigits, '7') + ":<b>" + link);
+    window.table().Data_Process("C:" + link);
+    EXPECT_TRUE(
+        window.historyLines().contains(QString::fromStdString("Your opponent plays <b>" + link)))
+        << window.historyLines().join('\n').toStdString();
+    EXPECT_TRUE(window.rtbConvo()->toPlainText().endsWith(QString::fromStdString(link)));
+    std::optional<Qt::TextFormat> format;
+    QString shown;
+    QTimer::singleShot(0, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) return;
+        format = box->textFormat();
+        shown = box->text();
+        box->accept();
+    });
+    window.table().Data_Process("M:D:" + link);
+    EXPECT_EQ(format, Qt::PlainText);
+    EXPECT_TRUE(shown.contains("M:D:<a href=http://x.io>Click")) << shown.toStdString();
+    for (const QLabel* label : window.findChild<QWidget*>("client")->findChildren<QLabel*>()) {
+        EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->objectName().toStdString();
+    }
+}
+
 // The results window goes when its button loses the focus to another control of the program, not
 // when the player turns to another program.
 TEST_F(WindowViews, TheResultsStayWhileAnotherProgramIsActiveAndGoWhenTheTableIsUsed) {
