@@ -125,7 +125,7 @@ int main(int argc, char** argv) {
     // The stranger: a new silent call from another address every 1000/knocksPerSecond ms.
     long knocks = 0;
     QTimer knocker;
-    knocker.setInterval(1000 / knocksPerSecond);
+    knocker.setInterval(knocksPerSecond > 0 ? 1000 / knocksPerSecond : 1000);
     QObject::connect(&knocker, &QTimer::timeout, [&] {
         auto* call = new QTcpSocket;
         call->bind(QHostAddress("127.0.0.2"));
@@ -136,7 +136,7 @@ int main(int argc, char** argv) {
         });
         ++knocks;
     });
-    knocker.start();
+    if (knocksPerSecond > 0) knocker.start();
 
     std::vector<double> seconds;
     int within = 0;
