@@ -252,6 +252,35 @@ TEST_F(WindowAgainstBot, ServingWaitsForItsClientThenPlaysAWholeGameWithANewCall
         << newcomer.Story();
 }
 
+// The window serves, and a hundred callers connect, hear the deal and close at once, as the
+// internet's port scanners do: none ends anything, each is noted in the history, the waiting text
+// stays, and a real player then plays a whole game.
+TEST_F(WindowAgainstBot, ServingOutlivesAHundredScannersThenPlaysAWholeGame) {
+    const quint16 port = test::FreePort();
+    window->table().UsePort(port);
+    window->table().mnuServer_Click();
+    const QString waiting = window->label("lblStatus")->text();
+    ASSERT_TRUE(waiting.startsWith("Waiting for client to connect")) << waiting.toStdString();
+    for (int scan = 1; scan <= 100; ++scan) {
+        QTcpSocket scanner;
+        scanner.connectToHost("127.0.0.1", port);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return scanner.bytesAvailable() > 0; }, 5000));
+        scanner.abort();
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return window->historyLines().filter("left before playing").size() == scan; },
+            5000));
+    }
+    EXPECT_EQ(window->historyLines().back().toStdString(), CallerLeftText("127.0.0.1"));
+    EXPECT_EQ(window->label("lblStatus")->text(), waiting);
+    EXPECT_TRUE(window->boxes.empty()) << window->boxes.front();
+    EXPECT_FALSE(window->table().ended());
+    EXPECT_EQ(s().Role, kRoleNotConnected);
+    test::Program bot("the bot", "Your opponent left.");
+    bot.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
+                                 "--delay", "0", "--seed", "3"});
+    PlayToTheEndAndClose(bot);
+}
+
 // The local IPv4 addresses the system lists as listening on `port` ("0100007F:A2B3" is
 // 127.0.0.1); one listening on every address, IPv6's too, is not among them.
 QStringList ListeningOn(quint16 port) {
