@@ -43,10 +43,13 @@ void Transcript::AddLine(std::string_view line) {
 void Transcript::DropOlderLines() {
     // Past the CR LF that ends the last line dropped; no run crosses a line break. The newest
     // line stays whatever its length.
+    // A line the opponent sent may hold line breaks of its own: each piece counts as a line.
     std::size_t cut = 0;
-    while (lines_ > 1 && (lines_ > kMostLines / 2 || text_.size() - cut > kMostBytes / 2)) {
-        cut = text_.find("\r\n", cut) + 2;
-        --lines_;
+    while (lines_ > kMostLines / 2 || text_.size() - cut > kMostBytes / 2) {
+        const std::size_t end = text_.find("\r\n", cut);
+        if (end == std::string::npos) break;
+        cut = end + 2;
+        if (lines_ > 1) --lines_;
     }
     text_.erase(0, cut);
     const auto kept = std::find_if(runs_.begin(), runs_.end(),

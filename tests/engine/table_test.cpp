@@ -550,6 +550,14 @@ TEST(Transcript, SpeakerNamesAreColouredUpToTheFirstSpaceOneLineAtATime) {
     EXPECT_LT(t.text().size(), longest) << "the oldest lines were dropped";
     t.AddLine("YOU: last");
     EXPECT_EQ(t.runs()[t.runs().size() - 2], (ColourRun{t.text().size() - 9, 4, kBlue, true}));
+    // Lines as long as a frame are bounded by their bytes, long before their number.
+    const std::string longLine = "OPPONENT: " + std::string(kFrameLimit - 20, 'y');
+    for (int line = 0; line < 200; ++line) {
+        t.AddLine(longLine);
+        ASSERT_LE(t.text().size(), Transcript::kMostBytes) << "after line " << line;
+    }
+    EXPECT_EQ(t.text().substr(t.lastLineStart()), longLine);
+    EXPECT_EQ(t.runs().front().start, 0u) << "the runs follow the cut";
 }
 
 }  // namespace
