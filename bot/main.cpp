@@ -26,7 +26,7 @@
 #include "portmap/address.h"
 #include "portmap/router_door.h"
 #include "qtnet/qt_socket.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane::bot {
 namespace {

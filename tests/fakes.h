@@ -13,7 +13,7 @@
 #include "engine/table_peer.h"
 #include "game/card_text.h"
 #include "headless/headless_ports.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane {
 inline std::ostream& operator<<(std::ostream& out, const BoxText& box) {

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "ui/deck.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane {
 

@@ -14,7 +14,7 @@
 #include "qtnet/window_socket.h"
 #include "ui/link_dialog.h"
 #include "ui/results_dialog.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 class QAction;
 class QMenu;

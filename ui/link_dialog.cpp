@@ -7,7 +7,7 @@
 #include <QVBoxLayout>
 
 #include "engine/table.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane {
 

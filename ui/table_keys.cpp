@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "ui/card_image.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane {
 

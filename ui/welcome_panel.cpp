@@ -10,7 +10,7 @@
 #include <QRegularExpression>
 
 #include "ui/fonts.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 
 namespace kelvane {
 

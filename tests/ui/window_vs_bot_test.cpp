@@ -43,7 +43,7 @@
 #include "ui/deck.h"
 #include "ui/lazy_socket.h"
 #include "ui/table_keys.h"
-#include "ui/texts.h"
+#include "words/texts.h"
 #include "ui/welcome_panel.h"
 #include "unattended_window.h"
 #include "wire/wire.h"
