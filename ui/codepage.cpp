@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/codepage.h"
 
+#include <QList>
 #include <array>
 
 namespace kelvane {
@@ -13,7 +14,7 @@ constexpr std::array<char16_t, 32> kHighControls = {
     0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
-char Encode(char16_t c) {
+char Encode(char32_t c) {
     if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) return static_cast<char>(c);
     for (std::size_t i = 0; i < kHighControls.size(); ++i)
         if (kHighControls[i] == c && c != 0) return static_cast<char>(0x80 + i);
@@ -25,7 +26,8 @@ char Encode(char16_t c) {
 std::string ToCodePage(const QString& text) {
     std::string bytes;
     bytes.reserve(static_cast<std::size_t>(text.size()));
-    for (QChar c : text) bytes.push_back(Encode(c.unicode()));
+    // By character, not by UTF-16 unit: a character beyond the first 65,536 is one "?", not two.
+    for (const char32_t c : text.toUcs4()) bytes.push_back(Encode(c));
     return bytes;
 }
 
@@ -35,7 +37,8 @@ QString FromCodePage(const std::string& bytes) {
     for (char b : bytes) {
         const auto u = static_cast<unsigned char>(b);
         const char16_t mapped = u >= 0x80 && u < 0xA0 ? kHighControls[u - 0x80] : u;
-        text.append(QChar(mapped == 0 ? u : mapped));
+        // The five bytes the code page leaves unused show as the mark for a character lost.
+        text.append(mapped == 0 ? QChar(QChar::ReplacementCharacter) : QChar(mapped));
     }
     return text;
 }
