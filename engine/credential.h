@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "engine/resume.h"
+
 namespace kelvane {
 
 // The proof that a caller is the client who left. Each program puts a random half of the
@@ -24,5 +26,15 @@ std::string ProofMac(std::string_view serverKey, std::string_view clientKey,
 
 // Compares two proofs in a time that does not depend on where they first differ.
 bool SameProof(std::string_view a, std::string_view b);
+
+// The programs' secrets: the kernel's random source and HMAC-SHA-256.
+class SystemSecrets : public Secrets {
+  public:
+    std::string RandomKey() override { return kelvane::RandomKey(); }
+    std::string Mac(std::string_view serverKey, std::string_view clientKey,
+                    std::string_view challenge, long applied, long sent) override {
+        return ProofMac(serverKey, clientKey, challenge, applied, sent);
+    }
+};
 
 }  // namespace kelvane

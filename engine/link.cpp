@@ -5,7 +5,6 @@
 // of it is used with an opponent that did not announce itself; such a program is spoken to
 // exactly as the game's own messages say.
 
-#include "engine/credential.h"
 #include "engine/table.h"
 #include "game/state_digest.h"
 
@@ -22,8 +21,8 @@ bool StillConnecting(int state) {
 }  // namespace
 
 bool Table::CanResume() const {
-    return Agreed() && link_.game && !link_.theirKey.empty() && !link_.peerQuit && !sessionOver_ &&
-           (state_.Role == kRoleServer || state_.Role == kRoleClient);
+    return Agreed() && resume_.game() && resume_.KnowsTheirKey() && !link_.peerQuit &&
+           !sessionOver_ && (state_.Role == kRoleServer || state_.Role == kRoleClient);
 }
 
 // Our announcement goes first on a session's first connection, with our half of its secret; on
@@ -34,12 +33,11 @@ void Table::Announce() {
     Hello hello;
     hello.program = programName_.substr(0, kProgramNameLimit);
     if (link_.down) {
-        hello.game = link_.game;
-        hello.applied = link_.applied;
-        hello.sent = link_.sent;
+        hello.game = resume_.game();
+        hello.applied = resume_.applied();
+        hello.sent = resume_.sent();
     } else {
-        if (link_.ourKey.empty()) link_.ourKey = RandomKey();
-        hello.key = link_.ourKey;
+        hello.key = resume_.OurKey();
     }
     SendNow(HelloMessage(hello));
 }
@@ -51,24 +49,15 @@ void Table::SendNow(const std::string& text) {
     if (socket_.State(index) == kSocketConnected) socket_.Send(index, Frame(text));
 }
 
-void Table::Keep(const std::string& text) {
-    ++link_.sent;
-    if (link_.keeping) link_.kept.push_back(Frame(text));
+void Table::NewLink() {
+    CloseCallers();
+    link_ = Link{};
+    resume_.Clear();
 }
 
-// The opponent has applied our first `applied` counted messages: they need no keeping.
-void Table::Confirmed(long applied) {
-    while (!link_.kept.empty() && link_.firstKept <= applied) {
-        link_.kept.pop_front();
-        ++link_.firstKept;
-    }
-}
-
-// A session is known by its first deal: both programs hold it, and another game's first deal
-// is a different order of 52 cards. The identifier names the game; it proves nothing.
 void Table::NoteDeal(const CardArray& stack) {
     link_.frozenTold = false;
-    if (!link_.game) link_.game = Fnv1a(DealMessage(stack));
+    resume_.NoteDeal(DealMessage(stack));
 }
 
 void Table::ApplyExtension(const Received& r) {
@@ -98,13 +87,12 @@ void Table::ApplyExtension(const Received& r) {
 void Table::TakeAnnouncement(const Hello& hello) {
     if (link_.peer) return FailLink(PeerFaultKind::kOutOfPlace);
     if (hello.version != kExtensionVersion) {
-        link_.keeping = false;
-        link_.kept.clear();
+        resume_.StopKeeping();
         return;
     }
-    if (hello.game && hello.game != link_.game) return FailLink(PeerFaultKind::kNotThisGame);
+    if (hello.game && hello.game != resume_.game()) return FailLink(PeerFaultKind::kNotThisGame);
     link_.peer = hello;
-    link_.theirKey = hello.key;
+    resume_.TakeTheirKey(hello.key);
     screen_.ShowPeerProgram(hello.program);
 }
 
@@ -112,7 +100,7 @@ void Table::TakeAnnouncement(const Hello& hello) {
 // nothing of it reaches the game before he has proved himself.
 void Table::HearCallers(int socket) {
     Enter([&] {
-        CallerRoom::Caller* caller = callers_.On(socket);
+        CallerRoom::Caller* caller = resume_.callers().On(socket);
         // A caller turned away while his bytes were on their way: they are nobody's.
         if (!caller) {
             if (socket_.State(socket) == kSocketConnected) socket_.Read(socket);
@@ -120,7 +108,7 @@ void Table::HearCallers(int socket) {
         }
         caller->reader.Accept(socket_.Read(socket));
         std::string message;
-        for (CallerRoom::Caller* c = caller; c && !ended_; c = callers_.On(socket)) {
+        for (CallerRoom::Caller* c = caller; c && !ended_; c = resume_.callers().On(socket)) {
             const FrameReader::Cut cut = c->reader.Next(message);
             if (cut == FrameReader::Cut::kNone) break;
             // A flood is only turned away, whatever it holds.
@@ -134,17 +122,14 @@ void Table::HearCallers(int socket) {
 // Whoever cannot is closed without a word and learns nothing of the game; a Kelvane program
 // starting a new session is the player's to take, once for each address while the game waits.
 void Table::HearCaller(int socket, const std::string& message) {
-    const CallerRoom::Caller& caller = *callers_.On(socket);
+    const CallerRoom::Caller& caller = *resume_.callers().On(socket);
     const Received r = ReadMessage(message);
     if (r.readable && r.kind == MessageKind::kProof) {
-        const Proof& p = r.proof;
-        const std::string expected =
-            ProofMac(link_.ourKey, link_.theirKey, caller.challenge, p.applied, p.sent);
-        if (!SameProof(p.mac, expected)) return TurnAway(socket);
+        if (!resume_.Proves(r.proof, caller.challenge)) return TurnAway(socket);
         TakeOver(socket);
         Announce();
         link_.down = false;
-        return Resumed(p.applied, p.sent);
+        return Resumed(r.proof.applied, r.proof.sent);
     }
     if (r.readable && r.kind == MessageKind::kHello && !r.hello.game && !r.hello.key.empty() &&
         r.hello.version == kExtensionVersion && link_.down &&
@@ -156,10 +141,10 @@ void Table::HearCaller(int socket, const std::string& message) {
 // The connection the server still believes up, or the lost one, leaves for the caller who
 // proved himself; the game's traffic goes on over his.
 void Table::TakeOver(int socket) {
-    CallerRoom::Caller& caller = *callers_.On(socket);
+    CallerRoom::Caller& caller = *resume_.callers().On(socket);
     FrameReader reader = std::move(caller.reader);
     connectionAddress_ = caller.address;
-    callers_.Forget(socket);
+    resume_.callers().Forget(socket);
     if (!link_.down) {
         // The old connection is dead although nothing said so: it is lost now, quietly, as the
         // client is already back.
@@ -176,20 +161,19 @@ void Table::TakeOver(int socket) {
 // A Kelvane program calls with no game: often the opponent, started again. The player decides
 // whether the game that waits is given up for a new one with him.
 void Table::OfferNewGame(int socket, const Hello& hello) {
-    const CallerRoom::Caller& caller = *callers_.On(socket);
+    const CallerRoom::Caller& caller = *resume_.callers().On(socket);
     const long order = caller.order;
     link_.askedAbout.insert(caller.address);
     const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller, 0, caller.address});
     // He may have left, or been replaced, while the player was deciding.
-    const CallerRoom::Caller* still = callers_.On(socket);
+    const CallerRoom::Caller* still = resume_.callers().On(socket);
     if (!still || still->order != order || !link_.down || sessionOver_) return;
     if (!yes) return TurnAway(socket);
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
         TakeOver(socket);
-        CloseCallers();
         const int connection = connection_;
-        link_ = Link{};
+        NewLink();
         link_.peerKnown = true;
         ClearGame();
         connection_ = connection;
@@ -209,9 +193,7 @@ void Table::HearServerAgain(const std::string& message) {
     if (link_.awaitingChallenge && r.readable && r.kind == MessageKind::kChallenge) {
         link_.awaitingChallenge = false;
         link_.awaitingHello = true;
-        Proof proof{link_.applied, link_.sent, ""};
-        proof.mac = ProofMac(link_.theirKey, link_.ourKey, r.nonce, proof.applied, proof.sent);
-        return SendNow(ProofMessage(proof));
+        return SendNow(ProofMessage(resume_.Answer(r.nonce)));
     }
     // A Kelvane server that announces a new session of its own was started again since: the
     // game it served is gone with its old program, and nothing of it can be resumed.
@@ -221,7 +203,7 @@ void Table::HearServerAgain(const std::string& message) {
         return CloseSession();
     }
     if (!link_.awaitingHello || !r.readable || r.kind != MessageKind::kHello || !r.hello.game ||
-        r.hello.game != link_.game)
+        r.hello.game != resume_.game())
         return FailLink(PeerFaultKind::kNotThisGame);
     link_.awaitingHello = false;
     link_.down = false;
@@ -231,14 +213,12 @@ void Table::HearServerAgain(const std::string& message) {
 // The opponent's program is back. Whatever it has not applied of ours goes again, in order;
 // once we have applied all it says it sent, our digest of the whole game follows.
 void Table::Resumed(long theirApplied, long theirSent) {
-    const bool fits = theirApplied <= link_.sent && theirApplied >= link_.firstKept - 1 &&
-                      theirSent >= link_.applied;
-    if (!fits) return FailLink(PeerFaultKind::kOutOfPlace);
-    Confirmed(theirApplied);
+    if (!resume_.Fits(theirApplied, theirSent)) return FailLink(PeerFaultKind::kOutOfPlace);
+    resume_.Confirmed(theirApplied);
     // A connection that closes again at once is lost again; the next resume sends these.
     const int index = ConnectionSocket();
     if (socket_.State(index) == kSocketConnected)
-        for (const std::string& frame : link_.kept) socket_.Send(index, frame);
+        for (const std::string& frame : resume_.kept()) socket_.Send(index, frame);
     link_.syncAt = theirSent;
     screen_.ShowConnectionBack();
     SyncIfDue();
@@ -246,22 +226,22 @@ void Table::Resumed(long theirApplied, long theirSent) {
 
 void Table::TurnAway(int socket) {
     if (state_.Role != kRoleServer) return FailLink(PeerFaultKind::kNotThisGame);
-    callers_.Forget(socket);
+    resume_.callers().Forget(socket);
     socket_.Close(socket);
 }
 
 void Table::CloseCallers() {
-    for (int socket : callers_.Clear()) socket_.Close(socket);
+    for (int socket : resume_.callers().Clear()) socket_.Close(socket);
 }
 
 void Table::Tick() {
     Enter([&] {
-        for (int socket : callers_.Tick()) socket_.Close(socket);
+        for (int socket : resume_.callers().Tick()) socket_.Close(socket);
     });
 }
 
 void Table::CompareRound(const RoundDigest& theirs) {
-    Confirmed(theirs.applied);
+    resume_.Confirmed(theirs.applied);
     if (link_.lastRound && link_.lastRound->Agrees(theirs)) return;
     PeerFault fault;
     fault.kind = PeerFaultKind::kDisagree;
@@ -274,7 +254,7 @@ void Table::CompareRound(const RoundDigest& theirs) {
 // compared only when this side stands at that very point. Otherwise more has happened since on
 // one side, and the other side's comparison, or the next round's digest, is the one that counts.
 void Table::CompareSync(const Sync& theirs) {
-    if (theirs.sent != link_.applied || theirs.applied != link_.sent) return;
+    if (theirs.sent != resume_.applied() || theirs.applied != resume_.sent()) return;
     const Seat server = state_.Role == kRoleServer ? Seat::kLocal : Seat::kRemote;
     if (StateDigest(state_, server) == theirs.state) return;
     PeerFault fault;
@@ -283,17 +263,17 @@ void Table::CompareSync(const Sync& theirs) {
 }
 
 void Table::SyncIfDue() {
-    if (!link_.syncAt || link_.applied < *link_.syncAt || link_.down) return;
+    if (!link_.syncAt || resume_.applied() < *link_.syncAt || link_.down) return;
     link_.syncAt.reset();
     const Seat server = state_.Role == kRoleServer ? Seat::kLocal : Seat::kRemote;
-    SendNow(SyncMessage({link_.applied, link_.sent, StateDigest(state_, server)}));
+    SendNow(SyncMessage({resume_.applied(), resume_.sent(), StateDigest(state_, server)}));
 }
 
 // Both programs score the round at the same message, so both digests describe the same moment.
 void Table::TellRoundDigest() {
     const bool server = state_.Role == kRoleServer;
     RoundDigest d;
-    d.applied = link_.applied;
+    d.applied = resume_.applied();
     d.round = ++link_.rounds;
     d.serverTotal = (server ? state_.LocalScore : state_.RemoteScore).value();
     d.clientTotal = (server ? state_.RemoteScore : state_.LocalScore).value();
@@ -326,15 +306,16 @@ void Table::LinkLost() {
 void Table::TakeBackClient(long requestId) {
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
-        std::optional<int> socket = callers_.FreeSocket(connection_);
+        std::optional<int> socket = resume_.callers().FreeSocket(connection_);
         if (!socket) {
-            socket = callers_.OldestSocket();
+            socket = resume_.callers().OldestSocket();
             TurnAway(*socket);
         }
         socket_.Accept(*socket, requestId);
         // A fresh challenge for every caller, so no answer heard once opens the door again.
-        const std::string challenge = RandomKey();
-        if (const auto leaving = callers_.Admit(*socket, socket_.PeerAddress(*socket), challenge))
+        const std::string challenge = resume_.NewChallenge();
+        if (const auto leaving =
+                resume_.callers().Admit(*socket, socket_.PeerAddress(*socket), challenge))
             socket_.Close(*leaving);
         socket_.Send(*socket, Frame(ChallengeMessage(challenge)));
     });

@@ -70,8 +70,7 @@ void Table::Data_Process(const std::string& message) {
         // message he sends later is passed over as the game's own dispatch passes over it.
         const bool first = !std::exchange(link_.peerKnown, true);
         if (first && kind != MessageKind::kHello) {
-            link_.keeping = false;
-            link_.kept.clear();
+            resume_.StopKeeping();
         }
         if (extension && !Agreed() && !(first && kind == MessageKind::kHello)) return;
         // After his quit nothing more of the opponent's is taken: the connection closes next.
@@ -91,7 +90,7 @@ void Table::Data_Process(const std::string& message) {
             fault.verdict = v;
             return EndSession(fault);
         }
-        if (Counted(message)) ++link_.applied;
+        if (Counted(message)) resume_.Applied();
         Steps steps(reporter_, "Data_Process");
         if (IsExtension(r.kind)) return steps([&] { ApplyExtension(r); });
         Apply(steps, r);

@@ -10,7 +10,7 @@ void Table::mnuServer_Click() {
         Steps steps(reporter_, "mnuServer_Click");
         steps([&] { StartAfresh(); });
         steps([&] {
-            link_ = Link{};
+            NewLink();
             connection_ = 1;
         });
         steps([&] { socket_.Listen(0, port_); });
@@ -27,7 +27,7 @@ void Table::mnuClient_Click() {
         if (host.empty()) return;
         steps([&] { StartAfresh(); });
         steps([&] {
-            link_ = Link{};
+            NewLink();
             link_.host = host;
         });
         steps([&] { socket_.Connect(0, host, port_); });
@@ -87,7 +87,7 @@ void Table::tcpTalker_Close(int index) {
         // A caller who leaves before proving himself takes nothing with him.
         if (CallerRoom::IsCallerSocket(index) && index != ConnectionSocket()) {
             steps([&] {
-                if (callers_.On(index)) TurnAway(index);
+                if (resume_.callers().On(index)) TurnAway(index);
             });
             return;
         }
@@ -123,7 +123,7 @@ void Table::ForgetCaller() {
         reader_.Clear();
         arrivalWaiting_.fill(false);
         closeWaiting_.fill(false);
-        link_ = Link{};
+        NewLink();
         connection_ = 1;
         ClearGame();
     });
@@ -184,7 +184,7 @@ void Table::TalkToRemote(const std::string& text) {
     steps([&] {
         // A session this program closed has no one to tell; the window stays open.
         if (ended_ || sessionOver_) return;
-        Keep(text);
+        resume_.Sent(Frame(text));
         // While the connection is lost the message waits among those a resume sends again.
         if (link_.down) return;
         const int index = ConnectionSocket();

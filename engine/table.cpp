@@ -8,13 +8,14 @@
 
 namespace kelvane {
 
-Table::Table(Ports ports, std::function<RandomSource()> shuffleSource)
+Table::Table(Ports ports, std::function<RandomSource()> shuffleSource, Secrets* secrets)
     : screen_(ports.screen),
       prompts_(ports.prompts),
       socket_(ports.socket),
       errorPrompt_(ports.errors),
       reporter_(ports.errors),
-      shuffleSource_(std::move(shuffleSource)) {}
+      shuffleSource_(std::move(shuffleSource)),
+      resume_(secrets ? *secrets : systemSecrets_) {}
 
 void Table::Enter(const std::function<void()>& handler) {
     if (ended_) return;

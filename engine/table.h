@@ -10,9 +10,10 @@
 #include <string>
 #include <string_view>
 
-#include "engine/caller_room.h"
+#include "engine/credential.h"
 #include "engine/ports.h"
 #include "engine/report_error.h"
+#include "engine/resume.h"
 #include "engine/steps.h"
 #include "engine/transcript.h"
 #include "game/game_state.h"
@@ -39,7 +40,9 @@ class Table {
         ErrorPrompt& errors;
     };
     // `shuffleSource` gives the generator for each shuffle; by default one seeded from the clock.
-    explicit Table(Ports ports, std::function<RandomSource()> shuffleSource = ClockSeededRandom);
+    // `secrets` gives the resume's random bytes and keyed hash; by default the system's.
+    explicit Table(Ports ports, std::function<RandomSource()> shuffleSource = ClockSeededRandom,
+                   Secrets* secrets = nullptr);
 
     // The port the session listens on and connects to; the game's own port unless a test or a
     // second copy on one machine asks for another.
@@ -119,21 +122,13 @@ class Table {
     // Tests set up positions through it without a game's worth of moves.
     friend struct TablePeer;
 
-    // What a session with a Kelvane opponent adds to the game's own conversation.
+    // Where a session with a Kelvane opponent stands in the conversation it adds to the game's
+    // own; what it counts, keeps and knows is the Resume's.
     struct Link {
         std::optional<Hello> peer;  // his announcement on the session's first connection
         bool peerKnown = false;     // his first message has arrived: it was an announcement or not
-        std::optional<std::uint64_t> game;  // the session's identifier, from its first deal
-        // Counted messages each way; ours the opponent has not confirmed are kept, framed, to be
-        // sent again after a dropped connection. `firstKept` is the number of the oldest.
-        long sent = 0, applied = 0;
-        std::deque<std::string> kept;
-        long firstKept = 1;
-        bool keeping = true;  // until the opponent shows he is not a Kelvane program
-        long rounds = 0;      // rounds scored in this session
+        long rounds = 0;            // rounds scored in this session
         std::optional<RoundDigest> lastRound;
-        // The session's secret: our half and his, each told once on the first connection.
-        std::string ourKey, theirKey;
         bool down = false;  // lost: waiting for the opponent's program to come back
         // The server: the addresses whose callers its player was asked about while the game
         // waits, each asked once.
@@ -153,8 +148,8 @@ class Table {
     bool CanResume() const;
     void Announce();
     void SendNow(const std::string& text);
-    void Keep(const std::string& text);
-    void Confirmed(long applied);
+    // A new session's conversation: callers closed, nothing counted, kept or known.
+    void NewLink();
     void NoteDeal(const CardArray& stack);
     void ApplyExtension(const Received& r);
     void TakeAnnouncement(const Hello& hello);
@@ -242,7 +237,8 @@ class Table {
     int depth_ = 0;
     std::array<bool, kSockets> arrivalWaiting_{};
     std::array<bool, kSockets> closeWaiting_{};
-    CallerRoom callers_;
+    SystemSecrets systemSecrets_;
+    Resume resume_;
     // The server's connection to its opponent: socket 1, or the socket of a caller who proved
     // he is the client that left. Where it was accepted from.
     int connection_ = 1;

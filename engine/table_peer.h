@@ -16,7 +16,7 @@ struct TablePeer {
     static void CheckStates(Table& table, bool on) { table.checkState_ = on; }
     static void Select(Table& table, int handIndex) { table.selected_[handIndex] = true; }
     // Our messages kept to be sent again should the connection drop.
-    static std::size_t Kept(const Table& table) { return table.link_.kept.size(); }
+    static std::size_t Kept(const Table& table) { return table.resume_.kept().size(); }
 };
 
 }  // namespace kelvane
