@@ -187,6 +187,38 @@ std::string PeerFaultText(const PeerFault& fault) {
     return sent + "something." + end;
 }
 
+namespace {
+
+// The game's own words first, then what happened and where, so the player can tell a typing
+// mistake from a server that is not running.
+std::string UnableToConnectText(const Notice& n) {
+    const std::string words = "Unable to Connect.";
+    if (n.host.empty()) return words;
+    const std::string where = n.host + ", port " + std::to_string(n.port) + ",";
+    switch (n.failure) {
+        case ConnectFailure::kRefused:
+            return words + " " + where +
+                   " refused the connection: no game is being served there. Is the server's "
+                   "player serving, and is this the right address?";
+        case ConnectFailure::kNoAnswer:
+            return words + " Nothing answered at " + where +
+                   " in time: the machine may be off or out of reach, or a firewall may be in "
+                   "the way.";
+        case ConnectFailure::kUnknownHost:
+            return words + " No machine named \"" + n.host +
+                   "\" could be found. Check the name, or type the server's address (for "
+                   "example 192.168.1.20).";
+        case ConnectFailure::kNotAnAddress:
+            return words + " \"" + n.host +
+                   "\" is not an address. Type the server's address, for example 192.168.1.20.";
+        case ConnectFailure::kUnknown:
+            break;
+    }
+    return words + " The connection to " + where + " could not be made.";
+}
+
+}  // namespace
+
 BoxText NoticeBox(const Notice& notice) {
     switch (notice.kind) {
         case NoticeKind::kRefused:
@@ -194,7 +226,7 @@ BoxText NoticeBox(const Notice& notice) {
         case NoticeKind::kServerTooOld:
             return Refused("Server's version is too old");
         case NoticeKind::kUnableToConnect:
-            return Refused("Unable to Connect.");
+            return Refused(UnableToConnectText(notice));
         case NoticeKind::kOpponentGone:
             return Refused("Your opponent just disappeared. Sorry.");
         case NoticeKind::kPeerFault:
