@@ -258,15 +258,17 @@ BoxText QuestionBox(const Question& q) {
             "A Kelvane player has connected without the game in progress: perhaps your "
             "opponent started Kelvane again. Give up the game in progress and start a new "
             "one with this player?",
-            Buttons::kYesNo, Icon::kExclamation, ""};
+            Buttons::kYesNo, Icon::kExclamation, "", Answer::kNo};
+    // The warning is there to stop a discard the player may regret; the plain question confirms
+    // the press he has just made.
     if (q.kind == QuestionKind::kDiscardMeldable)
         return {"The " + Name(q.card) + " is meldable. Are you sure?", Buttons::kYesNo,
-                Icon::kExclamation, kConfirmTitle};
+                Icon::kExclamation, kConfirmTitle, Answer::kNo};
     return {"Discard the " + Name(q.card) + "?", Buttons::kYesNo, Icon::kNone, kConfirmTitle};
 }
 
 BoxText QuitBox() {
-    return {"Sure you want to quit?", Buttons::kYesNo, Icon::kNone, ""};
+    return {"Sure you want to quit?", Buttons::kYesNo, Icon::kNone, "", Answer::kNo};
 }
 
 HostPrompt HostPromptText() {
@@ -287,6 +289,36 @@ std::string RoundText(const RoundResult& result) {
 
 std::string GameText(GameOutcome outcome) {
     return outcome == GameOutcome::kWon ? "You Won the Game!" : "You Lost the Game!";
+}
+
+ResultFigures RoundFigures(const GameState& s, const RoundResult& r) {
+    const MeldedPoints melded = MeldedScores(s);
+    const int you = r.local.value(), them = r.remote.value();
+    auto row = [](const char* heading, int a, int b) {
+        return ResultFigures::Row{heading, std::to_string(a), std::to_string(b)};
+    };
+    // Cards left in a hand cost their points: shown as the negative figures they add.
+    return {{{"", "You", "Opponent"},
+             row("Melded", melded.local.value(), melded.remote.value()),
+             row("Left in hand", you - melded.local.value(), them - melded.remote.value()),
+             row("This round", you, them),
+             row("Totals", s.LocalScore.value(), s.RemoteScore.value())},
+            ""};
+}
+
+ResultFigures GameFigures(const GameState& s, const RoundResult& lastRound) {
+    ResultFigures figures = RoundFigures(s, lastRound);
+    const int you = s.LocalScore.value(), them = s.RemoteScore.value();
+    const int goal = kWinningScore;
+    const std::string totals =
+        "Final totals: you " + std::to_string(you) + ", your opponent " + std::to_string(them);
+    if (you >= goal && them >= goal)
+        figures.closing =
+            totals + ". Both reached " + std::to_string(goal) + ": the higher total wins.";
+    else
+        figures.closing = totals + ". " + (you >= goal ? "You" : "Your opponent") + " reached " +
+                          std::to_string(goal) + ".";
+    return figures;
 }
 
 std::string ListeningText(const std::string& localAddress) {
