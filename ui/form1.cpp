@@ -174,6 +174,7 @@ void Form1::Form_Resize() {
             upPileCard_ = imgUpPile_[0]->size();
         });
         steps([&] { RepositionMelds(); });
+        steps([&] { PlaceBesideScores(); });
         steps([&] { PlaceWelcome(); });
         steps([&] {
             for (QGroupBox* f : frames) f->show();

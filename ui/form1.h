@@ -159,6 +159,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ShowStatusTip();
     // The line below the status while serving: the router's answer, or this network's address.
     void ShowHostingLine();
+    void PlaceBesideScores();
     // What the player typed for a server: the host to connect to, its port given to the table.
     std::string TakeAddress(const std::string& typed);
     void ForgetTypedPort();
@@ -202,6 +203,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QLabel* lblStatus_ = nullptr;
     QLabel* lblHosting_ = nullptr;
     QLabel* lblScores_ = nullptr;
+    QLabel* lblBesideScores_ = nullptr;
     QLabel* lblTotGamesPlayed_ = nullptr;
     QLabel* lblLocalScore_ = nullptr;
     QLabel* lblRemoteScore_ = nullptr;

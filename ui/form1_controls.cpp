@@ -134,6 +134,8 @@ void Form1::BuildControls() {
     lblHosting_ = Label<StatusLabel>(client_, "lblHosting", "", Twips(240, 615, 2775, 690));
     const ScoreBoardTexts start = ScoreBoardText(GameState{});
     lblScores_ = Label(client_, "lblScores", start.scores.c_str(), Twips(3360, 0, 4575, 255));
+    lblBesideScores_ =
+        Label(client_, "lblBesideScores", start.besideScores.c_str(), Twips(7935, 0, 345, 255));
     frmScores_ = Frame(client_, "frmScores", "Scores", Twips(8280, 0, 3135, 1455));
     lblTotGamesPlayed_ = Label(frmScores_, "lblTotGamesPlayed", start.gamesPlayed.c_str(),
                                Twips(120, 240, 2895, 255), 9.75);

@@ -125,7 +125,7 @@ void Form1::WriteStatusLine() {
     // A session closed on the opponent's fault leaves its game in view, but nobody plays on.
     if (s.Role == kRoleNotConnected) {
         SetStatusColour(QColor(0, 0, 0));
-        SetStatusText(NotConnectedText());
+        SetStatusText(QString::fromStdString(kRoleNotConnected));
         return;
     }
     if (table_->WaitingForOpponent()) {
@@ -345,10 +345,22 @@ void Form1::ClearTable() {
 void Form1::RefreshScoreBoard() {
     const ScoreBoardTexts t = ScoreBoardText(table_->state());
     lblScores_->setText(QString::fromStdString(t.scores));
+    lblBesideScores_->setText(QString::fromStdString(t.besideScores));
+    PlaceBesideScores();
     lblTotGamesPlayed_->setText(QString::fromStdString(t.gamesPlayed));
     lblLocalScore_->setText(QString::fromStdString(t.localScore));
     lblRemoteScore_->setText(QString::fromStdString(t.remoteScore));
     lblFloat_->setText(QString::fromStdString(t.floating));
+}
+
+// Right after the scores line's text, up to the scoreboard's frame; the line's own place stays as
+// the layout gives it.
+void Form1::PlaceBesideScores() {
+    const int left =
+        lblScores_->x() + lblScores_->fontMetrics().horizontalAdvance(lblScores_->text() + ' ');
+    lblBesideScores_->setGeometry(left, lblScores_->y(), std::max(0, frmScores_->x() - left),
+                                  lblScores_->height());
+    lblBesideScores_->setVisible(!lblBesideScores_->text().isEmpty());
 }
 
 void Form1::ShowSelection(Int16 handIndex, bool selected) {

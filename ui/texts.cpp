@@ -507,8 +507,13 @@ std::string MeldName(Int16 column, const GameState& state) {
 ScoreBoardTexts ScoreBoardText(const GameState& s) {
     // Before the first deal of a session the labels invite the player to start one.
     if (s.GamesPlayed == 0)
+        // The game's invitation names two of the three ways to play; the third is told beside it.
         return {"Become server or client to begin new game",
-                "Total Games Played:", "Your Score:", "Your Opponent's Score:", ""};
+                "(or play against the computer)",
+                "Total Games Played:",
+                "Your Score:",
+                "Your Opponent's Score:",
+                ""};
     const MeldedPoints melded = MeldedScores(s);
     auto text = [](Int16 n) { return std::to_string(n.value()); };
     const char* floating = s.LocalFloating && s.RemoteFloating ? "Both Floating"
@@ -518,6 +523,7 @@ ScoreBoardTexts ScoreBoardText(const GameState& s) {
     return {
         "Your Melded Score: " + text(melded.local) +
             "     Opponent's Melded Score: " + text(melded.remote),
+        "",
         "Total Games Played: " + text(s.GamesPlayed - 1),
         "Your Score: " + text(s.LocalScore),
         "Your Opponent's Score: " + text(s.RemoteScore),

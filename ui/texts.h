@@ -110,11 +110,12 @@ std::string MeldName(Int16 column, const GameState& state);
 
 // The five scoreboard labels.
 struct ScoreBoardTexts {
-    std::string scores;       // lblScores
-    std::string gamesPlayed;  // lblTotGamesPlayed
-    std::string localScore;   // lblLocalScore
-    std::string remoteScore;  // lblRemoteScore
-    std::string floating;     // lblFloat
+    std::string scores;        // lblScores
+    std::string besideScores;  // what follows lblScores' text, in a label of its own
+    std::string gamesPlayed;   // lblTotGamesPlayed
+    std::string localScore;    // lblLocalScore
+    std::string remoteScore;   // lblRemoteScore
+    std::string floating;      // lblFloat
 };
 ScoreBoardTexts ScoreBoardText(const GameState& state);
 

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
 #include <functional>
@@ -184,6 +185,14 @@ TEST_F(Telling, ServingKeepsItsWaitingTextAndGivesAnAddressToCopy) {
     window.table().UsePort(test::FreePort());
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    // The invitation's words as the game has them, the third way to play beside them.
+    EXPECT_EQ(window.label("lblScores")->text(), "Become server or client to begin new game");
+    QLabel* beside = window.label("lblBesideScores");
+    EXPECT_TRUE(beside->isVisible() && beside->text() == "(or play against the computer)");
+    EXPECT_GT(beside->x(), window.label("lblScores")->x() +
+                               window.label("lblScores")
+                                   ->fontMetrics()
+                                   .horizontalAdvance(window.label("lblScores")->text()));
     QTest::mouseClick(window.welcomePanel()->serverButton(), Qt::LeftButton);
     ASSERT_EQ(socket.State(0), kSocketListening);
     EXPECT_EQ(window.focusWidget(), window.tableKeys());
@@ -212,6 +221,13 @@ TEST_F(Telling, ServingKeepsItsWaitingTextAndGivesAnAddressToCopy) {
     }
     EXPECT_TRUE(window.label("lblHosting")->text().endsWith("Copy Address gives " + address + "."))
         << window.label("lblHosting")->text().toStdString();
+
+    // A client calls: the game is dealt, and the line below the status has nothing more to say.
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(socket.LocalPort(0)));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().Role == kRoleServer; }, 5000));
+    EXPECT_EQ(window.label("lblHosting")->text(), "");
+    EXPECT_FALSE(beside->isVisible());
 }
 
 }  // namespace
