@@ -130,10 +130,22 @@ enum class NoticeKind {
     // was started again, and the game in progress is gone with the old one.
     kServerGameGone,
 };
+// Why a connection attempt failed, as the socket saw it.
+enum class ConnectFailure {
+    kUnknown,
+    kRefused,       // the machine answered, but nothing serves the game on that port
+    kNoAnswer,      // nothing answered in time, or the network cannot reach the machine
+    kUnknownHost,   // no machine goes by that name
+    kNotAnAddress,  // what was typed cannot name a machine at all
+};
 struct Notice {
     NoticeKind kind = NoticeKind::kRefused;
     Verdict refusal{};  // with kRefused
     PeerFault fault{};  // with kPeerFault
+    // With kUnableToConnect: why, and the server that was called.
+    ConnectFailure failure = ConnectFailure::kUnknown;
+    std::string host{};
+    int port = 0;
     friend bool operator==(const Notice&, const Notice&) = default;
 };
 
@@ -194,6 +206,8 @@ class Socket {
     // Starts connecting and returns at once; the outcome shows in State.
     virtual void Connect(int index, const std::string& host, int port) = 0;
     virtual int State(int index) = 0;
+    // Why the last connection attempt of socket `index` failed, once it has.
+    virtual ConnectFailure WhyNotConnected(int) { return ConnectFailure::kUnknown; }
     // Creates socket `index` and accepts the pending request on it.
     virtual void Accept(int index, long requestId) = 0;
     // Turns the pending request on listening socket `index` away.

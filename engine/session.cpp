@@ -43,7 +43,7 @@ void Table::mnuClient_Click() {
                     screen_.EnableSessionMenus(false);
                     return;
                 default:
-                    prompts_.Tell({NoticeKind::kUnableToConnect});
+                    prompts_.Tell(UnableToConnect());
                     socket_.Close(0);
             }
         });
@@ -230,12 +230,23 @@ void Table::tcpTalker_DataArrival(int index) {
 
 namespace kelvane {
 
+// The player is told why, and which server he called: a mistyped address reads differently from
+// a server that is not running.
+Notice Table::UnableToConnect() {
+    Notice notice;
+    notice.kind = NoticeKind::kUnableToConnect;
+    notice.failure = socket_.WhyNotConnected(0);
+    notice.host = link_.host;
+    notice.port = port_;
+    return notice;
+}
+
 void Table::ConnectionFailed() {
     Enter([&] {
         Steps steps(reporter_, "mnuClient_Click");
         // Calling a lost opponent's server again is retried by the shell, without a box.
         if (state_.Role != kRoleClient || ended_ || link_.down) return;
-        steps([&] { prompts_.Tell({NoticeKind::kUnableToConnect}); });
+        steps([&] { prompts_.Tell(UnableToConnect()); });
         steps([&] { socket_.Close(0); });
         steps([&] {
             state_.Role = kRoleNotConnected;

@@ -187,6 +187,7 @@ class Table {
     void Discard(Int16 card);
     void TalkToRemote(const std::string& text);
     void AddChatLine(const std::string& line, Speaker speaker);
+    Notice UnableToConnect();
     void LoseConnection();
     // The opponent's program sent what cannot be played: the player is told why, and the
     // session is closed with the game left in view.

@@ -9,6 +9,7 @@
 #include <QHostAddress>
 #include <QNetworkInterface>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -75,6 +76,23 @@ void CheckIndex(int index) {
     if (index < 0 || index >= kSockets) Fail("There is no socket " + std::to_string(index));
 }
 
+// Whether the text could name a machine at all: an address, or a name made of the letters,
+// digits and hyphens between dots that names are made of. A lookup of anything else fails too,
+// but the player is better told that what he typed is no address than that no machine has it.
+bool CouldNameAMachine(const QString& host) {
+    if (!QHostAddress(host).isNull()) return true;
+    static const QRegularExpression label(
+        QStringLiteral("^[A-Za-z0-9]([A-Za-z0-9-]*[A-Za-z0-9])?$"));
+    const QStringList labels = host.endsWith('.') ? host.chopped(1).split('.') : host.split('.');
+    bool allDigits = true;
+    for (const QString& part : labels) {
+        if (!label.match(part).hasMatch()) return false;
+        for (QChar c : part) allDigits = allDigits && c.isDigit();
+    }
+    // "300.1.1.1" and "10.0.0" are neither a name nor an address.
+    return !allDigits;
+}
+
 void CheckPort(int port, int lowest) {
     if (port < lowest || port > 65535) Fail("Invalid port " + std::to_string(port));
 }
@@ -104,7 +122,10 @@ int EngineState(QAbstractSocket::SocketState state) {
 QtSocket::QtSocket(QObject* parent) : QObject(parent) {
     connectTimer_.setSingleShot(true);
     connectTimer_.setInterval(kConnectTimeout);
-    connect(&connectTimer_, &QTimer::timeout, this, [this] { FailConnect(); });
+    connect(&connectTimer_, &QTimer::timeout, this, [this] {
+        whyNotConnected_ = ConnectFailure::kNoAnswer;
+        FailConnect();
+    });
 }
 
 QtSocket::~QtSocket() {
@@ -170,6 +191,8 @@ void QtSocket::Connect(int index, const std::string& host, int port) {
     if (State(0) != kSocketClosed && State(0) != kSocketError) Fail("Socket 0 is already in use");
     Drop(0);
     connectFailed_ = false;
+    whyNotConnected_ = ConnectFailure::kUnknown;
+    connectingTo_ = QString::fromStdString(host);
     auto* socket = new QTcpSocket(this);
     Attach(0, socket);
     connect(socket, &QAbstractSocket::connected, this, [this] {
@@ -188,6 +211,11 @@ int QtSocket::State(int index) {
     if (QTcpSocket* socket = connections_[static_cast<std::size_t>(index)])
         return EngineState(socket->state());
     return index == 0 && connectFailed_ ? kSocketError : kSocketClosed;
+}
+
+ConnectFailure QtSocket::WhyNotConnected(int index) {
+    CheckIndex(index);
+    return index == 0 && connectFailed_ ? whyNotConnected_ : ConnectFailure::kUnknown;
 }
 
 void QtSocket::Accept(int index, long requestId) {
@@ -373,6 +401,21 @@ void QtSocket::OnError(int index, QAbstractSocket::SocketError error) {
     QTcpSocket* socket = connections_[static_cast<std::size_t>(index)];
     if (index == 0 && connectTimer_.isActive() && socket &&
         socket->state() == QAbstractSocket::UnconnectedState) {
+        switch (error) {
+            case QAbstractSocket::ConnectionRefusedError:
+                whyNotConnected_ = ConnectFailure::kRefused;
+                break;
+            case QAbstractSocket::HostNotFoundError:
+                whyNotConnected_ = CouldNameAMachine(connectingTo_) ? ConnectFailure::kUnknownHost
+                                                                    : ConnectFailure::kNotAnAddress;
+                break;
+            case QAbstractSocket::SocketTimeoutError:
+            case QAbstractSocket::NetworkError:
+                whyNotConnected_ = ConnectFailure::kNoAnswer;
+                break;
+            default:
+                whyNotConnected_ = ConnectFailure::kUnknown;
+        }
         FailConnect();
     }
 }

@@ -32,6 +32,7 @@ class QtSocket : public QObject, public WindowSocket {
     std::string LocalIP(int index) override;
     void Connect(int index, const std::string& host, int port) override;
     int State(int index) override;
+    ConnectFailure WhyNotConnected(int index) override;
     void Accept(int index, long requestId) override;
     void Refuse(int index, long requestId) override;
     void Send(int index, const std::string& bytes) override;
@@ -66,6 +67,8 @@ class QtSocket : public QObject, public WindowSocket {
     std::map<long, QTcpSocket*> requests_;
     long lastRequestId_ = 0;
     bool connectFailed_ = false;
+    ConnectFailure whyNotConnected_ = ConnectFailure::kUnknown;
+    QString connectingTo_;
     bool insideConnect_ = false;
     QTimer connectTimer_;
 };

@@ -46,9 +46,14 @@ void CardImage::setLastMove(bool marked) {
 
 namespace {
 
-// A frame inside the card's edge, as thick as the card's size allows a clear line.
-void Frame(QPainter& painter, const QRect& card, const QColor& colour) {
-    const int width = std::max(2, std::min(card.width(), card.height()) / 16);
+// The selection is seen on a fanned card's strip, so its frame is bold; the last move's is thin.
+constexpr int kSelectionDivisor = 16;
+constexpr int kLastMoveDivisor = 40;
+
+// A frame inside the card's edge, `divisor` times thinner than the card's smaller side, never
+// thinner than a clear line.
+void Frame(QPainter& painter, const QRect& card, const QColor& colour, int divisor) {
+    const int width = std::max(2, std::min(card.width(), card.height()) / divisor);
     painter.setPen(QPen(colour, width, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
     painter.setBrush(Qt::NoBrush);
     const int inset = width / 2;
@@ -69,12 +74,14 @@ void CardImage::paintEvent(QPaintEvent*) {
                                 : devicePixelRatioF();
         painter.drawPixmap(0, 0, deck_.Picture(tag_, size(), ratio));
     }
-    if (lastMove_) Frame(painter, rect(), LastMoveColour());
+    // The last move's mark hugs the card's edge: a thicker one covered the corner's index, and
+    // a ten read "0".
+    if (lastMove_) Frame(painter, rect(), LastMoveColour(), kLastMoveDivisor);
     if (selected_) {
         QColor tint = SelectionColour();
         tint.setAlpha(70);
         painter.fillRect(rect(), tint);
-        Frame(painter, rect(), SelectionColour());
+        Frame(painter, rect(), SelectionColour(), kSelectionDivisor);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QGridLayout>
 #include <QGroupBox>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -12,6 +13,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QSpacerItem>
 #include <QTextEdit>
 #include <QThread>
 #include <QTimer>
@@ -20,6 +22,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "portmap/address.h"
 #include "qtnet/window_socket.h"
 #include "ui/card_image.h"
 #include "ui/clipboard.h"
@@ -38,6 +41,8 @@ namespace {
 const QString kAppTitle = QStringLiteral("Kelvane");
 // The computer opponent runs on this machine.
 const std::string kLoopbackHost = "127.0.0.1";
+// Room in a box's title bar beside the title: its icon and buttons, with the desktop's margins.
+const int kTitleBarButtons = Px(2400);
 }  // namespace
 
 Form1::Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shuffles,
@@ -164,8 +169,12 @@ void Form1::Form_Resize() {
         steps([&] {
             for (QGroupBox* f : frames) f->hide();
         });
-        steps([&] { resizer_->ResizeForm(client_, true); });
+        steps([&] {
+            resizer_->ResizeForm(client_, true);
+            upPileCard_ = imgUpPile_[0]->size();
+        });
         steps([&] { RepositionMelds(); });
+        steps([&] { PlaceBesideScores(); });
         steps([&] { PlaceWelcome(); });
         steps([&] {
             for (QGroupBox* f : frames) f->show();
@@ -176,7 +185,7 @@ void Form1::Form_Resize() {
             if (table_->state().Role == kRoleNotConnected) {
                 statusRed_ = false;
                 SetStatusColour(Qt::black);
-                SetStatusText(QString::fromStdString(table_->state().Role));
+                SetStatusText(NotConnectedText());
             }
         });
         steps([&] { ColorizeRTB(); });
@@ -232,28 +241,63 @@ void Form1::CloseWindow() {
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
 }
 
+// While the server waits, its status line keeps the waiting text through every relayout (opening
+// the move history is one): the address is what the player reads out to his friend.
+QString Form1::NotConnectedText() const {
+    if (!listening_.isEmpty() && socket_.State(0) == kSocketListening) return listening_;
+    return QString::fromStdString(kRoleNotConnected);
+}
+
 void Form1::ShowListening(const std::string& localAddress) {
-    listeningText_ = QString::fromStdString(ListeningText(localAddress));
-    SetStatusText(listeningText_);
+    listening_ = QString::fromStdString(ListeningText(localAddress));
+    SetStatusText(listening_);
     StartHosting();
+    // A friend on this network needs only this machine's address: "Copy Address" gives it when
+    // neither the router nor IPv6 offers one that reaches further.
+    if (friendAddress_.empty()) {
+        friendAddress_ = FormatServerAddress(localAddress, socket_.LocalPort(0));
+        mnuCopyAddress_->setEnabled(true);
+    }
+    ShowHostingLine();
+}
+
+void Form1::ShowHostingLine() {
+    const bool serving = table_->state().Role == kRoleNotConnected &&
+                         socket_.State(0) == kSocketListening && !listening_.isEmpty();
+    QString line;
+    if (serving && !hostTips_.empty()) line = QString::fromStdString(hostTips_.back());
+    if (serving && !friendAddress_.empty())
+        line +=
+            (line.isEmpty() ? "" : " ") +
+            QStringLiteral("Copy Address gives %1.").arg(QString::fromStdString(friendAddress_));
+    lblHosting_->setText(line);
 }
 
 // The server waits on, as it did before the caller came; the router's door stays as it is.
 void Form1::NoteCallerLeft(const std::string& address) {
     AddHistory(CallerLeftText(address));
-    SetStatusText(listeningText_);
+    SetStatusText(listening_);
+    ShowHostingLine();
 }
 
 void Form1::EnableSessionMenus(bool enabled) {
+    // The welcome stands on the empty table only; the keys take over the table when it goes.
+    // They take it before the welcome's buttons are disabled and hidden: a button that is, with
+    // the focus, passes it on as a Tab would, and the keys' frame would show to a player who
+    // only ever clicked.
+    const bool welcomeHadFocus = welcome_->isAncestorOf(focusWidget());
+    if (!enabled && (welcomeHadFocus || !focusWidget())) keys_->setFocus(Qt::OtherFocusReason);
     mnuServer_->setEnabled(enabled);
     mnuClient_->setEnabled(enabled);
     mnuComputer_->setEnabled(enabled);
     // No session: the router's port is given back.
     if (enabled) StopHosting();
-    // The welcome stands on the empty table only; the keys take over the table when it goes.
-    const bool welcomeHadFocus = welcome_->isAncestorOf(focusWidget());
+    // A new session: the last opponent's program is no longer the one at the table.
+    if (!enabled && !peerTip_.empty()) {
+        peerTip_.clear();
+        ShowStatusTip();
+    }
     welcome_->setVisible(enabled);
-    if (!enabled && (welcomeHadFocus || !focusWidget())) keys_->setFocus();
 }
 
 void Form1::ShowWarnMeldChecked(bool checked) {
@@ -286,19 +330,22 @@ void Form1::ShowPeerProgram(const std::string& program) {
     AddHistory(PeerProgramText(program));
 }
 
+// The figures are taken now, from the state the round ended in: the server deals the next round
+// right after, and a new game starts from zero totals.
 void Form1::ShowRoundResult(const RoundResult& result) {
+    lastRound_ = result;
     AddHistory(RoundSummaryText(table_->state(), result));
-    ShowResult(RoundText(result));
+    ShowResult(RoundText(result), RoundFigures(table_->state(), result));
 }
 
 void Form1::ShowGameResult(GameOutcome outcome) {
     AddHistory(GameSummaryText(outcome, table_->state()));
-    ShowResult(GameText(outcome));
+    ShowResult(GameText(outcome), GameFigures(table_->state(), lastRound_));
 }
 
-void Form1::ShowResult(const std::string& text) {
+void Form1::ShowResult(const std::string& text, const ResultFigures& figures) {
     if (!dialog_) dialog_ = new ResultsDialog(this);
-    dialog_->ShowMessage(QString::fromStdString(text));
+    dialog_->ShowMessage(QString::fromStdString(text), figures);
 }
 
 void Form1::Tell(const Notice& notice) {
@@ -311,32 +358,46 @@ bool Form1::Ask(const Question& question) {
 
 bool Form1::ShowBox(const BoxText& b) {
     QMessageBox box(this);
-    box.setWindowTitle(b.title.empty() ? kAppTitle : QString::fromStdString(b.title));
-    // Some sentences carry what the opponent's program sent: never read as markup.
+    const QString title = b.title.empty() ? kAppTitle : QString::fromStdString(b.title);
+    box.setWindowTitle(title);
+    // Some sentences carry what the opponent's program sent, or an address the player typed:
+    // never read as markup.
     box.setTextFormat(Qt::PlainText);
     box.setText(FromCodePage(b.text));
     box.setIcon(b.icon == Icon::kExclamation ? QMessageBox::Warning
                 : b.icon == Icon::kCritical  ? QMessageBox::Critical
                                              : QMessageBox::NoIcon);
-    if (b.buttons == Buttons::kOk) {
-        box.setStandardButtons(QMessageBox::Ok);
-        box.exec();
-        return false;
+    const bool question = b.buttons == Buttons::kYesNo;
+    box.setStandardButtons(question ? QMessageBox::Yes | QMessageBox::No : QMessageBox::Ok);
+    if (question)
+        box.setDefaultButton(b.byDefault == Answer::kNo ? QMessageBox::No : QMessageBox::Yes);
+    // A box is as wide as its text, and a short text under a long title had the title cut
+    // ("Confir...iscard"): the box is made wide enough for the title and the title bar's buttons.
+    // Last, since setting the icon lays the box out anew.
+    if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
+        QFont bold = box.font();
+        bold.setBold(true);
+        const int wanted = QFontMetrics(bold).horizontalAdvance(title) + kTitleBarButtons;
+        grid->addItem(new QSpacerItem(wanted, 0, QSizePolicy::Minimum, QSizePolicy::Minimum),
+                      grid->rowCount(), 0, 1, grid->columnCount());
     }
-    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
-    box.setDefaultButton(QMessageBox::Yes);
-    return box.exec() == QMessageBox::Yes;
+    return box.exec() == QMessageBox::Yes && question;
 }
 
 std::string Form1::AskHost() {
     // The computer opponent's address is known: nobody is asked.
     if (!pendingHost_.empty()) return std::exchange(pendingHost_, std::string());
-    const HostPrompt p = HostPromptText();
+    HostPrompt p = HostPromptText();
+    // A player whose call failed tries again with what he typed, perhaps mended, not from scratch.
+    if (!lastTyped_.empty()) p.suggested = lastTyped_;
     bool ok = false;
     const QString answer = QInputDialog::getText(
         this, QString::fromStdString(p.title), QString::fromStdString(p.prompt), QLineEdit::Normal,
         QString::fromStdString(p.suggested), &ok);
-    return ok ? TakeAddress(answer.trimmed().toStdString()) : std::string();
+    if (!ok) return {};
+    const std::string typed = answer.trimmed().toStdString();
+    if (!typed.empty()) lastTyped_ = typed;
+    return TakeAddress(typed);
 }
 
 void Form1::PlayAgainstComputer(int level) {

@@ -135,7 +135,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     virtual bool ShowBox(const BoxText& box);
 
   private:
-    void ShowResult(const std::string& text);
+    void ShowResult(const std::string& text, const ResultFigures& figures);
     void Form_Load();
     void Form_Resize();
     void BuildControls();
@@ -146,7 +146,6 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     // Draws the marks of the opponent's last move on every slot that shows one of its cards.
     void ShowLastMoveMarks();
     bool IsLastMove(int card) const;
-    void ClearLastMoveMarks();
     // Runs a handler of the player's gestures; a move he makes by it ends the opponent's marks.
     void PlayerGesture(const std::function<void()>& handler);
     // The platform's alert (a flashing task bar entry) while the window is in the background.
@@ -159,6 +158,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void StopHosting();
     void ShowRouterReport(const DoorReport& report);
     void ShowStatusTip();
+    // The line below the status while serving: the router's answer, or this network's address.
+    void ShowHostingLine();
+    void PlaceBesideScores();
     // What the player typed for a server: the host to connect to, its port given to the table.
     std::string TakeAddress(const std::string& typed);
     void ForgetTypedPort();
@@ -171,6 +173,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void ColorizeRTB();
     void TakeStatusFontSize();
     void WriteStatusLine();
+    // "Not Connected", or the waiting text while the server waits for its client.
+    QString NotConnectedText() const;
     void SetStatusColour(const QColor& colour);
     void SetStatusText(const QString& text);
     // The welcome, the keyboard's frame and the screen reader's names (window_access.cpp).
@@ -198,7 +202,9 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::vector<CardImage*> imgLocal_, imgRemote_, imgUpPile_, imgMeld_;
     QLabel* lblCardsleft_ = nullptr;
     QLabel* lblStatus_ = nullptr;
+    QLabel* lblHosting_ = nullptr;
     QLabel* lblScores_ = nullptr;
+    QLabel* lblBesideScores_ = nullptr;
     QLabel* lblTotGamesPlayed_ = nullptr;
     QLabel* lblLocalScore_ = nullptr;
     QLabel* lblRemoteScore_ = nullptr;
@@ -229,15 +235,19 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QString botProgram_;
     QStringList botArguments_;
     std::string pendingHost_;    // answers the host question once, for the computer opponent
+    QString listening_;          // the server's waiting text
+    std::string lastTyped_;      // the server the player last typed, offered again in this run
     std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
+    std::vector<int> ownMove_;   // the cards the player drew or took, until his next move
     QSize laidOut_;              // the client area's size at the last layout
+    QSize upPileCard_;           // an up-pile card's size as the layout gives it
     bool wasMyTurn_ = false;
+    RoundResult lastRound_{0, 0};  // the last round's, for the game's results beside it
     std::unique_ptr<RouterLease> door_;
     int doorsOpened_ = 0;                // a report from a door since closed is not shown
     std::string peerTip_;                // the opponent's program, once it has announced itself
     std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer
     std::string friendAddress_;          // what "Copy Address" copies
-    QString listeningText_;              // the waiting text while the server waits
     std::size_t convoBytes_ = 0;         // the transcript's size the chat view shows
     bool portFromAddress_ = false;       // the table's port was taken from a typed address
 

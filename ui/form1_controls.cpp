@@ -121,6 +121,7 @@ void Form1::BuildControls() {
     frUpPile_ = Frame(client_, "frUpPile", "UpPile", Twips(1200, 1560, 10215, 1335));
     imgUpPile_.push_back(NewCardImage(frUpPile_, nullptr, 0));
     imgUpPile_[0]->setGeometry(Twips(120, 120, 855, 1215));
+    upPileCard_ = imgUpPile_[0]->size();
     imgStack_ = NewCardImage(client_, nullptr, 0);
     imgStack_->setObjectName("imgStack");
     imgStack_->setGeometry(Twips(240, 1660, 855, 1215));
@@ -130,8 +131,13 @@ void Form1::BuildControls() {
     lblStatus_ =
         Label<StatusLabel>(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
     lblStatus_->setWordWrap(true);
+    // While serving, what the router answered and what to give a friend, below the waiting text
+    // where the player looks, not only in the status line's tooltip.
+    lblHosting_ = Label<StatusLabel>(client_, "lblHosting", "", Twips(240, 615, 2775, 690));
     const ScoreBoardTexts start = ScoreBoardText(GameState{});
     lblScores_ = Label(client_, "lblScores", start.scores.c_str(), Twips(3360, 0, 4575, 255));
+    lblBesideScores_ =
+        Label(client_, "lblBesideScores", start.besideScores.c_str(), Twips(7935, 0, 345, 255));
     frmScores_ = Frame(client_, "frmScores", "Scores", Twips(8280, 0, 3135, 1455));
     lblTotGamesPlayed_ = Label(frmScores_, "lblTotGamesPlayed", start.gamesPlayed.c_str(),
                                Twips(120, 240, 2895, 255), 9.75);

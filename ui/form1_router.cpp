@@ -86,6 +86,7 @@ void Form1::ShowStatusTip() {
                                                 return all.empty() ? line : all + "\n" + line;
                                             });
     lblStatus_->setToolTip(QString::fromStdString(tip));
+    ShowHostingLine();
 }
 
 std::string Form1::TakeAddress(const std::string& typed) {

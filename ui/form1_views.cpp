@@ -114,6 +114,7 @@ void Form1::RefreshHands(char which) {
 
 void Form1::WriteStatusLine() {
     const GameState& s = table_->state();
+    ShowHostingLine();
     // The player's turn begins: a window in the background asks to be looked at.
     if (s.MyTurn && !std::exchange(wasMyTurn_, true)) AskForAttention();
     wasMyTurn_ = s.MyTurn;
@@ -151,6 +152,15 @@ void Form1::RefreshUpPile() {
     Procedure("RefreshUpPile", [&](Steps& steps) {
         const GameState& s = table_->state();
         if (s.UpCount > 1) MakeCardSlots();
+        // The cards stand below the frame's caption, which the game's fixed top would cover,
+        // and no lower than the frame's bottom edge: a card shrinks, keeping its shape, rather
+        // than be cut (a short window with the move history open). They keep the places the
+        // card's full width gives them.
+        const int top = std::max(Px(layout::kUpPileTop), frUpPile_->contentsRect().top());
+        QSize card = upPileCard_;
+        const int room = frUpPile_->height() - top - 1;
+        if (card.height() > room && room > 0)
+            card = QSize(card.width() * room / card.height(), room);
         steps([&] { frUpPile_->hide(); });
         for (int i = 0; i < static_cast<int>(imgUpPile_.size()); ++i) {
             steps([&] {
@@ -162,10 +172,10 @@ void Form1::RefreshUpPile() {
                 }
                 slot->setPicture(s.UpPile[i].value());
                 slot->setToolTip(QString::fromStdString(GetCardName(s.UpPile[i], true)));
-                PlaceInRow(
-                    slot, *imgUpPile_[0],
-                    Px(layout::UpPileLeft(Tw(frUpPile_->width()), Tw(imgUpPile_[0]->width()), i)),
-                    Px(layout::kUpPileTop));
+                slot->setGeometry(QRect(QPoint(Px(layout::UpPileLeft(Tw(frUpPile_->width()),
+                                                                     Tw(upPileCard_.width()), i)),
+                                               top),
+                                        card));
                 slot->show();
             });
         }
@@ -189,7 +199,10 @@ void Form1::ShowStack(Int16 picture) {
 
 void Form1::ShowCardsLeft() {
     const Int16 left = table_->state().StackCount;
-    lblCardsleft_->setText(QStringLiteral("Deck (%1)").arg(left.value()));
+    // Empty until the first deal of a session, as at start-up: a new session shows no last
+    // session's empty stock.
+    lblCardsleft_->setText(imgStack_->tag() == 0 ? QString()
+                                                 : QStringLiteral("Deck (%1)").arg(left.value()));
     imgStack_->setAccessibleName(QString::fromStdString(StackName(left)));
 }
 
@@ -258,13 +271,12 @@ void Form1::ShowLastMoveMarks() {
                                     IsLastMove(s.RemoteHand[i].value()));
         imgUpPile_[at]->setLastMove(i < s.UpCount.value() && IsLastMove(s.UpPile[i].value()));
     }
+    for (int i = 0; i < static_cast<int>(imgLocal_.size()); ++i) {
+        const int card = i < s.LocalCount.value() ? s.LocalHand[i].value() : 0;
+        imgLocal_[static_cast<std::size_t>(i)]->setLastMove(
+            card > 0 && std::find(ownMove_.begin(), ownMove_.end(), card) != ownMove_.end());
+    }
     for (CardImage* slot : imgMeld_) slot->setLastMove(IsLastMove(slot->tag()));
-}
-
-void Form1::ClearLastMoveMarks() {
-    if (lastMove_.empty()) return;
-    lastMove_.clear();
-    ShowLastMoveMarks();
 }
 
 void Form1::PlayerGesture(const std::function<void()>& handler) {
@@ -273,9 +285,20 @@ void Form1::PlayerGesture(const std::function<void()>& handler) {
         return std::tuple(s.MyTurn, s.HasDrawn, s.LocalCount.value(), s.TableMelds.CardsOnTable());
     };
     const auto before = moment();
+    const bool hadDrawn = s.HasDrawn;
+    const std::vector<Int16> hand(s.LocalHand.begin(), s.LocalHand.begin() + s.LocalCount.value());
     handler();
     // A draw, a meld, a lay-off or a discard: each changes one of these.
-    if (moment() != before) ClearLastMoveMarks();
+    if (moment() == before) return;
+    ownMove_.clear();
+    // The player's own draw is marked as the opponent's is, in his hand, until his next move: the
+    // face the stack showed for a second is soon gone, and a long fan hides where a card went.
+    if (!hadDrawn && s.HasDrawn && s.RoundInPlay)
+        for (int i = 0; i < s.LocalCount.value(); ++i)
+            if (std::find(hand.begin(), hand.end(), s.LocalHand[i]) == hand.end())
+                ownMove_.push_back(s.LocalHand[i].value());
+    lastMove_.clear();
+    ShowLastMoveMarks();
 }
 
 void Form1::AskForAttention() {
@@ -307,6 +330,7 @@ void Form1::RepositionMelds() {
 void Form1::ClearTable() {
     // A new deal: the last round's moves are over, and only the history keeps them.
     lastMove_.clear();
+    ownMove_.clear();
     if (historyText_ && !historyText_->document()->isEmpty()) AddHistory(NewRoundText());
     Clear(imgMeld_[0]);
     imgMeld_[0]->hide();
@@ -321,10 +345,22 @@ void Form1::ClearTable() {
 void Form1::RefreshScoreBoard() {
     const ScoreBoardTexts t = ScoreBoardText(table_->state());
     lblScores_->setText(QString::fromStdString(t.scores));
+    lblBesideScores_->setText(QString::fromStdString(t.besideScores));
+    PlaceBesideScores();
     lblTotGamesPlayed_->setText(QString::fromStdString(t.gamesPlayed));
     lblLocalScore_->setText(QString::fromStdString(t.localScore));
     lblRemoteScore_->setText(QString::fromStdString(t.remoteScore));
     lblFloat_->setText(QString::fromStdString(t.floating));
+}
+
+// Right after the scores line's text, up to the scoreboard's frame; the line's own place stays as
+// the layout gives it.
+void Form1::PlaceBesideScores() {
+    const int left =
+        lblScores_->x() + lblScores_->fontMetrics().horizontalAdvance(lblScores_->text() + ' ');
+    lblBesideScores_->setGeometry(left, lblScores_->y(), std::max(0, frmScores_->x() - left),
+                                  lblScores_->height());
+    lblBesideScores_->setVisible(!lblBesideScores_->text().isEmpty());
 }
 
 void Form1::ShowSelection(Int16 handIndex, bool selected) {

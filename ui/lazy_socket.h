@@ -31,6 +31,9 @@ class LazySocket : public WindowSocket {
         Real().Connect(index, host, port);
     }
     int State(int index) override { return real_ ? real_->State(index) : kSocketClosed; }
+    ConnectFailure WhyNotConnected(int index) override {
+        return real_ ? real_->WhyNotConnected(index) : ConnectFailure::kUnknown;
+    }
     void Accept(int index, long requestId) override { Real().Accept(index, requestId); }
     void Refuse(int index, long requestId) override { Real().Refuse(index, requestId); }
     void Send(int index, const std::string& bytes) override { Real().Send(index, bytes); }

@@ -5,17 +5,24 @@
 #include <QEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QTextDocument>
 
 #include "ui/fonts.h"
 #include "ui/geometry.h"
 
 namespace kelvane {
 
+namespace {
+// The figures' band: five rows of the table and a closing line.
+constexpr int kFiguresHeight = 1650;
+}  // namespace
+
 ResultsDialog::ResultsDialog(QWidget* parent) : QDialog(parent) {
     setObjectName("Dialog");
     setWindowTitle("Kelvane");
     setAttribute(Qt::WA_DeleteOnClose);
-    setFixedSize(Px(6030), Px(2145));
+    // The design's window, taller by the figures' band between the words and the button.
+    setFixedSize(Px(6030), Px(2145 + kFiguresHeight));
     label1_ = new QLabel("Label1", this);
     label1_->setObjectName("Label1");
     label1_->setGeometry(Twips(240, 240, 5535, 1095));
@@ -23,16 +30,52 @@ ResultsDialog::ResultsDialog(QWidget* parent) : QDialog(parent) {
     // A message longer than a line goes on to a second one within the label's height.
     label1_->setWordWrap(true);
     label1_->setFont(DesignFont(24));
+    figuresLabel_ = new QLabel(this);
+    figuresLabel_->setObjectName("Figures");
+    figuresLabel_->setGeometry(Twips(240, 1395, 5535, kFiguresHeight));
+    figuresLabel_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    figuresLabel_->setTextFormat(Qt::RichText);
+    figuresLabel_->setFont(DesignFont(9.75));
     okButton_ = new QPushButton("OK", this);
     okButton_->setObjectName("OKButton");
-    okButton_->setGeometry(Twips(2400, 1680, 1215, 375));
+    okButton_->setGeometry(Twips(2400, 1680 + kFiguresHeight, 1215, 375));
     okButton_->setDefault(true);
     connect(okButton_, &QPushButton::clicked, this, &QDialog::close);
     okButton_->installEventFilter(this);
 }
 
-void ResultsDialog::ShowMessage(const QString& text) {
+namespace {
+
+QString Cell(const std::string& text, const char* tag, const char* align) {
+    return QStringLiteral("<%1 align=\"%2\" style=\"padding: 0 8px\">%3</%1>")
+        .arg(QLatin1String(tag), QLatin1String(align),
+             QString::fromStdString(text).toHtmlEscaped());
+}
+
+// The figures as a small table: the heading row and column in bold, the numbers to the right.
+QString FiguresHtml(const ResultFigures& f) {
+    QString html = QStringLiteral("<table align=\"center\" cellspacing=\"0\">");
+    for (std::size_t i = 0; i < f.rows.size(); ++i) {
+        const ResultFigures::Row& row = f.rows[i];
+        const bool heading = i == 0;
+        const bool total = i + 1 == f.rows.size();
+        html += QStringLiteral("<tr>") + Cell(row.heading, "th", "left") +
+                Cell(row.you, heading || total ? "th" : "td", "right") +
+                Cell(row.opponent, heading || total ? "th" : "td", "right") +
+                QStringLiteral("</tr>");
+    }
+    html += QStringLiteral("</table>");
+    if (!f.closing.empty())
+        html += QStringLiteral("<p>") + QString::fromStdString(f.closing).toHtmlEscaped() +
+                QStringLiteral("</p>");
+    return html;
+}
+
+}  // namespace
+
+void ResultsDialog::ShowMessage(const QString& text, const ResultFigures& figures) {
     label1_->setText(text);
+    figuresLabel_->setText(FiguresHtml(figures));
     if (isVisible()) return;
     show();
     raise();
@@ -42,6 +85,12 @@ void ResultsDialog::ShowMessage(const QString& text) {
 
 QString ResultsDialog::message() const {
     return label1_->text();
+}
+
+QString ResultsDialog::figuresText() const {
+    QTextDocument shown;
+    shown.setHtml(figuresLabel_->text());
+    return shown.toPlainText().simplified();
 }
 
 bool ResultsDialog::eventFilter(QObject* watched, QEvent* event) {

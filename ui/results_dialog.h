@@ -3,6 +3,8 @@
 
 #include <QDialog>
 
+#include "words/texts.h"
+
 class QLabel;
 class QPushButton;
 
@@ -16,9 +18,12 @@ class ResultsDialog : public QDialog {
 
   public:
     explicit ResultsDialog(QWidget* parent);
-    // Shows the window, or only replaces its text while it is open.
-    void ShowMessage(const QString& text);
+    // Shows the window, or only replaces its text while it is open. The figures are the window's
+    // own copy: whatever is dealt behind it, they stay as they were until OK.
+    void ShowMessage(const QString& text, const ResultFigures& figures = {});
     QString message() const;
+    // The figures as a player reads them, cell after cell ("... Totals 120 85 ...").
+    QString figuresText() const;
     QPushButton* okButton() const { return okButton_; }
 
   protected:
@@ -26,6 +31,7 @@ class ResultsDialog : public QDialog {
 
   private:
     QLabel* label1_;
+    QLabel* figuresLabel_;
     QPushButton* okButton_;
 };
 

@@ -186,6 +186,38 @@ std::string PeerFaultText(const PeerFault& fault) {
     return sent + "something." + end;
 }
 
+namespace {
+
+// The game's own words first, then what happened and where, so the player can tell a typing
+// mistake from a server that is not running.
+std::string UnableToConnectText(const Notice& n) {
+    const std::string words = "Unable to Connect.";
+    if (n.host.empty()) return words;
+    const std::string where = n.host + ", port " + std::to_string(n.port) + ",";
+    switch (n.failure) {
+        case ConnectFailure::kRefused:
+            return words + " " + where +
+                   " refused the connection: no game is being served there. Is the server's "
+                   "player serving, and is this the right address?";
+        case ConnectFailure::kNoAnswer:
+            return words + " Nothing answered at " + where +
+                   " in time: the machine may be off or out of reach, or a firewall may be in "
+                   "the way.";
+        case ConnectFailure::kUnknownHost:
+            return words + " No machine named \"" + n.host +
+                   "\" could be found. Check the name, or type the server's address (for "
+                   "example 192.168.1.20).";
+        case ConnectFailure::kNotAnAddress:
+            return words + " \"" + n.host +
+                   "\" is not an address. Type the server's address, for example 192.168.1.20.";
+        case ConnectFailure::kUnknown:
+            break;
+    }
+    return words + " The connection to " + where + " could not be made.";
+}
+
+}  // namespace
+
 BoxText NoticeBox(const Notice& notice) {
     switch (notice.kind) {
         case NoticeKind::kRefused:
@@ -193,7 +225,7 @@ BoxText NoticeBox(const Notice& notice) {
         case NoticeKind::kServerTooOld:
             return Refused("Server's version is too old");
         case NoticeKind::kUnableToConnect:
-            return Refused("Unable to Connect.");
+            return Refused(UnableToConnectText(notice));
         case NoticeKind::kOpponentGone:
             return Refused("Your opponent just disappeared. Sorry.");
         case NoticeKind::kPeerFault:
@@ -231,15 +263,17 @@ BoxText QuestionBox(const Question& q) {
                     "has connected without the game in progress: perhaps your opponent started "
                     "Kelvane again. Give up the game in progress and start a new one with this "
                     "player?",
-                Buttons::kYesNo, Icon::kExclamation, ""};
+                Buttons::kYesNo, Icon::kExclamation, "", Answer::kNo};
+    // The warning is there to stop a discard the player may regret; the plain question confirms
+    // the press he has just made.
     if (q.kind == QuestionKind::kDiscardMeldable)
         return {"The " + Name(q.card) + " is meldable. Are you sure?", Buttons::kYesNo,
-                Icon::kExclamation, kConfirmTitle};
+                Icon::kExclamation, kConfirmTitle, Answer::kNo};
     return {"Discard the " + Name(q.card) + "?", Buttons::kYesNo, Icon::kNone, kConfirmTitle};
 }
 
 BoxText QuitBox() {
-    return {"Sure you want to quit?", Buttons::kYesNo, Icon::kNone, ""};
+    return {"Sure you want to quit?", Buttons::kYesNo, Icon::kNone, "", Answer::kNo};
 }
 
 HostPrompt HostPromptText() {
@@ -260,6 +294,36 @@ std::string RoundText(const RoundResult& result) {
 
 std::string GameText(GameOutcome outcome) {
     return outcome == GameOutcome::kWon ? "You Won the Game!" : "You Lost the Game!";
+}
+
+ResultFigures RoundFigures(const GameState& s, const RoundResult& r) {
+    const MeldedPoints melded = MeldedScores(s);
+    const int you = r.local.value(), them = r.remote.value();
+    auto row = [](const char* heading, int a, int b) {
+        return ResultFigures::Row{heading, std::to_string(a), std::to_string(b)};
+    };
+    // Cards left in a hand cost their points: shown as the negative figures they add.
+    return {{{"", "You", "Opponent"},
+             row("Melded", melded.local.value(), melded.remote.value()),
+             row("Left in hand", you - melded.local.value(), them - melded.remote.value()),
+             row("This round", you, them),
+             row("Totals", s.LocalScore.value(), s.RemoteScore.value())},
+            ""};
+}
+
+ResultFigures GameFigures(const GameState& s, const RoundResult& lastRound) {
+    ResultFigures figures = RoundFigures(s, lastRound);
+    const int you = s.LocalScore.value(), them = s.RemoteScore.value();
+    const int goal = kWinningScore;
+    const std::string totals =
+        "Final totals: you " + std::to_string(you) + ", your opponent " + std::to_string(them);
+    if (you >= goal && them >= goal)
+        figures.closing =
+            totals + ". Both reached " + std::to_string(goal) + ": the higher total wins.";
+    else
+        figures.closing = totals + ". " + (you >= goal ? "You" : "Your opponent") + " reached " +
+                          std::to_string(goal) + ".";
+    return figures;
 }
 
 std::string ListeningText(const std::string& localAddress) {
@@ -453,8 +517,13 @@ std::string MeldName(Int16 column, const GameState& state) {
 ScoreBoardTexts ScoreBoardText(const GameState& s) {
     // Before the first deal of a session the labels invite the player to start one.
     if (s.GamesPlayed == 0)
+        // The game's invitation names two of the three ways to play; the third is told beside it.
         return {"Become server or client to begin new game",
-                "Total Games Played:", "Your Score:", "Your Opponent's Score:", ""};
+                "(or play against the computer)",
+                "Total Games Played:",
+                "Your Score:",
+                "Your Opponent's Score:",
+                ""};
     const MeldedPoints melded = MeldedScores(s);
     auto text = [](Int16 n) { return std::to_string(n.value()); };
     const char* floating = s.LocalFloating && s.RemoteFloating ? "Both Floating"
@@ -464,6 +533,7 @@ ScoreBoardTexts ScoreBoardText(const GameState& s) {
     return {
         "Your Melded Score: " + text(melded.local) +
             "     Opponent's Melded Score: " + text(melded.remote),
+        "",
         "Total Games Played: " + text(s.GamesPlayed - 1),
         "Your Score: " + text(s.LocalScore),
         "Your Opponent's Score: " + text(s.RemoteScore),

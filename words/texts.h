@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "engine/ports.h"
 #include "game/game_state.h"
@@ -15,13 +16,16 @@ namespace kelvane {
 
 enum class Buttons { kOk, kYesNo };
 enum class Icon { kNone, kExclamation, kCritical };
+enum class Answer { kYes, kNo };
 
-// A modal box: its text, buttons, icon and title (empty: the application's own title).
+// A modal box: its text, buttons, icon and title (empty: the application's own title), and the
+// answer a stray Enter gives: the one that loses nothing.
 struct BoxText {
     std::string text;
     Buttons buttons = Buttons::kOk;
     Icon icon = Icon::kNone;
     std::string title;
+    Answer byDefault = Answer::kYes;
     friend bool operator==(const BoxText&, const BoxText&) = default;
 };
 
@@ -46,6 +50,21 @@ HostPrompt HostPromptText();
 std::string RoundText(const RoundResult& result);
 // "You Won the Game!" or "You Lost the Game!".
 std::string GameText(GameOutcome outcome);
+
+// The figures beside a result's words, copied when the round ends so that the next deal cannot
+// change them: a table of rows (a heading, the player's figure, the opponent's) and a closing line.
+struct ResultFigures {
+    struct Row {
+        std::string heading, you, opponent;
+        friend bool operator==(const Row&, const Row&) = default;
+    };
+    std::vector<Row> rows;
+    std::string closing;
+};
+// From the state the round ended in: points melded, left in hand, the round's and the totals.
+ResultFigures RoundFigures(const GameState& state, const RoundResult& result);
+// The same, with the final totals' line: who reached 500.
+ResultFigures GameFigures(const GameState& state, const RoundResult& lastRound);
 // The status line while the server waits for its client.
 std::string ListeningText(const std::string& localAddress);
 
@@ -97,11 +116,12 @@ std::string MeldName(Int16 column, const GameState& state);
 
 // The five scoreboard labels.
 struct ScoreBoardTexts {
-    std::string scores;       // lblScores
-    std::string gamesPlayed;  // lblTotGamesPlayed
-    std::string localScore;   // lblLocalScore
-    std::string remoteScore;  // lblRemoteScore
-    std::string floating;     // lblFloat
+    std::string scores;        // lblScores
+    std::string besideScores;  // what follows lblScores' text, in a label of its own
+    std::string gamesPlayed;   // lblTotGamesPlayed
+    std::string localScore;    // lblLocalScore
+    std::string remoteScore;   // lblRemoteScore
+    std::string floating;      // lblFloat
 };
 ScoreBoardTexts ScoreBoardText(const GameState& state);
 

@@ -51,6 +51,7 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
         const char *text = "", *title = "";  // the box, if any: the confirmations are answered No
         Buttons buttons = kOk;
         Icon icon = kNone;
+        Answer byDefault = Answer::kYes;  // what Enter answers: No where Yes would lose something
     };
     const Case cases[] = {
         {kDraw, kNotMine, "2C 5D 9H", "", "", "", false},
@@ -78,8 +79,8 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
         {kDiscard, kDrawn, "5D", "5D", "", "", false,
          "You may not discard the Five of Diamonds. It is meldable."},
         {kDiscard, kDrawn, "2C 5D 9H", "5D", "", "", true,
-         "The Five of Diamonds is meldable. Are you sure?", "Confirm Discard", kYesNo,
-         kExclamation},
+         "The Five of Diamonds is meldable. Are you sure?", "Confirm Discard", kYesNo, kExclamation,
+         Answer::kNo},
         {kDiscard, kDrawn, "2C 5D 9H", "5D", "", "", false, "Discard the Five of Diamonds?",
          "Confirm Discard", kYesNo},
         {kDiscard, kDrawn, "2C 5D 9H", "9H", "", "", true, "Discard the Nine of Hearts?",
@@ -108,7 +109,7 @@ TEST(Gestures, RefusalsAndQuestionsComeInOrderAndChangeNothing) {
         const auto before = Snapshot(t.s);
         gestures[c.gesture](t, c);
         std::vector<BoxText> boxes;
-        if (*c.text) boxes.push_back({c.text, c.buttons, c.icon, c.title});
+        if (*c.text) boxes.push_back({c.text, c.buttons, c.icon, c.title, c.byDefault});
         EXPECT_EQ(t.prompts.boxes, boxes);
         EXPECT_TRUE(Snapshot(t.s) == before);
         EXPECT_TRUE(t.socket.sent.empty());
@@ -458,7 +459,8 @@ TEST(Session, ACallerWhoLeavesWithoutAWordEndsNothing) {
     EXPECT_TRUE(t.table.ended());
 }
 
-// A host that cannot be reached is told in a box and the socket closed again; no host, no attempt.
+// A host that cannot be reached is told in a box, with the host, and the socket closed again; no
+// host, no attempt.
 TEST(Session, ConnectingAsTheClient) {
     const std::tuple<const char*, int, const char*> cases[] = {
         {"", kSocketConnecting, "Not Connected"},    {"127.0.0.1", kSocketConnecting, "Client"},
@@ -474,7 +476,10 @@ TEST(Session, ConnectingAsTheClient) {
         const bool unable = std::string_view(answer) == "nowhere";
         std::string boxes;
         for (const auto& box : t.prompts.boxes) boxes += box.text;
-        EXPECT_EQ(boxes, unable ? "Unable to Connect." : "");
+        // The server called is named: a mistyped address reads differently from a silent one.
+        EXPECT_EQ(boxes, unable ? "Unable to Connect. The connection to nowhere, port 8895, "
+                                  "could not be made."
+                                : "");
         EXPECT_TRUE(!unable || t.socket.calls.back() == "Close 0");
     }
 }

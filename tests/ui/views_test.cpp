@@ -21,6 +21,7 @@
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QTimer>
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -95,6 +96,35 @@ TEST(CardPictures, DrawnOncePerSizeAndPixelRatioAndKeptForAFewSizes) {
     const int before = themed.renders();
     themed.Picture(1, {119, 178});
     EXPECT_EQ(themed.renders(), before) << "the last size is still kept";
+}
+
+// The last move's mark leaves every card's corner index readable: none of the index's ink in the
+// top-left corner is painted over, at the sizes the up pile, the melds and the hands take.
+TEST(CardPictures, TheLastMovesMarkLeavesTheCornerIndexWhole) {
+    Deck deck;
+    for (const char* name : {"TD", "TH", "9S"}) {
+        for (const QSize size : {QSize(41, 49), QSize(57, 81), QSize(73, 105), QSize(110, 158)}) {
+            CardImage card(deck, 0, nullptr);
+            card.resize(size);
+            card.setPicture(test::Card(name).value());
+            const QImage plain = card.grab().toImage();
+            card.setLastMove(true);
+            const QImage marked = card.grab().toImage();
+            ASSERT_NE(plain, marked) << "the mark shows";
+            int ink = 0, covered = 0;
+            // The corner inside the card's own outline, which the mark may cover.
+            for (int y = 2; y < size.height() / 4; ++y)
+                for (int x = 2; x < size.width() / 4; ++x) {
+                    const QColor c = plain.pixelColor(x, y);
+                    // The index's ink, well away from the card's white.
+                    if (c.lightness() > 160) continue;
+                    ++ink;
+                    covered += marked.pixelColor(x, y) != c;
+                }
+            EXPECT_GT(ink, 0) << name << " " << size.width();
+            EXPECT_EQ(covered, 0) << name << " at " << size.width() << " x " << size.height();
+        }
+    }
 }
 
 class WindowViews : public ::testing::Test {
@@ -252,7 +282,11 @@ TEST_F(WindowViews, ResizedControlsScaleFromTheDesignAndEveryLongestTextFits) {
                   QRect(Px(layout::MeldLeft(Tw(table->width()), Tw(meld->width()), 1)),
                         Px(layout::MeldTop(Tw(table->height()), 3)), meld->width(), meld->height()))
             << rx << " x " << ry;
-        EXPECT_EQ(window.imgUpPile(0)->y(), Px(120)) << "the up pile keeps its top";
+        // The up pile keeps its top, unless its caption is taller; and stands whole in its frame.
+        const QGroupBox* pile = window.findChild<QGroupBox*>("frUpPile");
+        const CardImage* upCard = window.imgUpPile(0);
+        EXPECT_EQ(upCard->y(), std::max(Px(120), pile->contentsRect().top())) << rx << " x " << ry;
+        EXPECT_LE(upCard->geometry().bottom(), pile->height() - 1) << rx << " x " << ry;
         for (const auto& l : longest) {
             if (sx != sy || sx < l.smallest) continue;
             EXPECT_EQ(Overflow(window.label(l.label), l.text), 0)

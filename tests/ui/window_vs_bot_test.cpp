@@ -42,6 +42,7 @@
 #include "ui/computer_opponent.h"
 #include "ui/deck.h"
 #include "ui/lazy_socket.h"
+#include "ui/results_dialog.h"
 #include "ui/table_keys.h"
 #include "words/texts.h"
 #include "ui/welcome_panel.h"
@@ -160,6 +161,22 @@ class WindowAgainstBot : public ::testing::Test {
     void PlayToTheEndAndClose(test::Program& bot, const std::function<void()>& move = {}) {
         const auto over = [&] { return bot.out().contains("Game:"); };
         ASSERT_EQ(PlayUntil(bot, over, move), "");
+        // The game's box keeps the final totals, the bot's told the other way round, whatever
+        // the next game has dealt behind it meanwhile.
+        const QRegularExpressionMatch game =
+            QRegularExpression("^Game: you (won|lost) (\\d+) to (\\d+)\\.$",
+                               QRegularExpression::MultilineOption)
+                .match(bot.out());
+        ASSERT_TRUE(game.hasMatch()) << bot.out().toStdString();
+        const auto decided = [&] {
+            return window->resultsDialog() &&
+                   window->resultsDialog()->message().endsWith("the Game!");
+        };
+        ASSERT_TRUE(QTest::qWaitFor(decided, 5000));
+        EXPECT_TRUE(window->resultsDialog()->figuresText().contains(
+            "Final totals: you " + game.captured(3) + ", your opponent " + game.captured(2)))
+            << window->resultsDialog()->figuresText().toStdString() << " / "
+            << game.captured(0).toStdString();
         window->close();
         const std::vector<std::string> boxes = window->boxes, failures = window->failures;
         window.reset();
@@ -374,7 +391,8 @@ TEST_F(RouterWindow, ServingTellsTheOutsideAddressAndAFarPlayerReachesIt) {
     EXPECT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Round 1:"); }), "");
 }
 
-// The cards wearing the last-move mark, where they lie: "opponent's hand | up pile | melds".
+// The cards wearing the last-move mark, where they lie: "opponent's hand | up pile | melds | own
+// hand".
 std::string MarksOf(Form1& window) {
     const GameState& s = window.table().state();
     std::string marks;
@@ -389,6 +407,8 @@ std::string MarksOf(Form1& window) {
     marks += "| ";
     for (int j = 0; j < window.meldSlotCount(); ++j)
         mark(window.imgMeld(j), window.imgMeld(j)->tag());
+    marks += "| ";
+    for (int i = 0; i < s.LocalCount.value(); ++i) mark(window.imgLocal(i), s.LocalHand[i].value());
     return marks;
 }
 
@@ -419,12 +439,12 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
     window->RefreshUpPile();
     // The message, the marks it leaves and its line in the history.
     const std::tuple<std::string, std::string, const char*> turn[] = {
-        {UpPileMessage(2), "6D | | ", "Your opponent took the Six of Diamonds from the up pile"},
-        {NewMeldMessage(test::Meld("7S 8S 9S")), "6D | | 7S 8S 9S ",
+        {UpPileMessage(2), "6D | | | ", "Your opponent took the Six of Diamonds from the up pile"},
+        {NewMeldMessage(test::Meld("7S 8S 9S")), "6D | | 7S 8S 9S | ",
          "Your opponent laid down 7\u2660 8\u2660 9\u2660"},
-        {LayOffMessage(0, test::Meld("7S 8S 9S TS")), "6D | | 7S 8S 9S TS ",
+        {LayOffMessage(0, test::Meld("7S 8S 9S TS")), "6D | | 7S 8S 9S TS | ",
          "Your opponent laid off 10\u2660, making 7\u2660 8\u2660 9\u2660 10\u2660"},
-        {DiscardMessage(test::Card("QD")), "6D | QD | 7S 8S 9S TS ",
+        {DiscardMessage(test::Card("QD")), "6D | QD | 7S 8S 9S TS | ",
          "Your opponent discarded the Queen of Diamonds"},
     };
     for (const auto& [message, marked, line] : turn) {
@@ -434,18 +454,26 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
         EXPECT_EQ(window->historyLines().back().toStdString(), line);
     }
     ASSERT_TRUE(s.MyTurn);
+    const Int16 mine = s.Stack[s.StackCount - 1];
     QTest::mouseClick(window->imgStack(), Qt::LeftButton);
     ASSERT_TRUE(s.HasDrawn);
-    EXPECT_EQ(MarksOf(*window), "| | ") << "the player's draw ends the marks";
+    EXPECT_EQ(MarksOf(*window), "| | | " + GetCardName(mine, false) + " ")
+        << "the player's draw ends the opponent's marks and marks the card it brought";
     QTest::mousePress(window->imgLocal(0), Qt::RightButton);
     ASSERT_FALSE(s.MyTurn);
     const Int16 top = s.Stack[s.StackCount - 1];
     window->table().Data_Process(StackDrawMessage(top));
-    const std::string drawn = GetCardName(top, false) + " | | ";
-    EXPECT_EQ(MarksOf(*window), drawn) << "the drawn card, face down";
+    const std::string drawn = GetCardName(top, false) + " | | | ";
+    EXPECT_EQ(MarksOf(*window), drawn) << "the drawn card, face down; the player's mark gone";
     EXPECT_EQ(window->historyLines().back(), "Your opponent drew from the stack");
     QTest::mouseClick(window->imgLocal(0), Qt::LeftButton);
     EXPECT_EQ(MarksOf(*window), drawn) << "not his turn: nothing moved";
+    // His discard gives the turn back; the player takes it from the up pile, marked in his hand.
+    window->table().Data_Process(DiscardMessage(test::Card("2C")));
+    ASSERT_TRUE(s.MyTurn && !s.HasDrawn);
+    QTest::mouseClick(window->imgUpPile(s.UpCount.value() - 1), Qt::LeftButton);
+    ASSERT_TRUE(s.HasDrawn);
+    EXPECT_EQ(MarksOf(*window), "| | | 2C ");
     window->boxes.clear();  // the discard's question
     peer->write("(M:D:xx)");
     ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
@@ -460,6 +488,11 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
     EXPECT_TRUE(peer->state() == QAbstractSocket::UnconnectedState ||
                 peer->waitForDisconnected(5000))
         << "the connection is closed";
+    // Serving afresh shows a table with no stock yet, not the last session's.
+    socket->ListenOn("127.0.0.1");
+    window->table().UsePort(test::FreePort());
+    window->action("mnuServer")->trigger();
+    EXPECT_EQ(window->label("lblCardsleft")->text(), "");
 }
 
 }  // namespace

@@ -55,5 +55,52 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
     for (const auto& [got, said] : texts) EXPECT_EQ(got, said);
 }
 
+// A failed call keeps the game's words first and says what happened and where: a machine that
+// does not answer, a name no machine has, a reason the socket could not tell. (A refused port and
+// what is no address are the window's test, telling_test.cpp, through a real socket.)
+TEST(Texts, AFailedCallSaysWhyAndWhere) {
+    const auto told = [](ConnectFailure failure, const std::string& host) {
+        Notice n;
+        n.kind = NoticeKind::kUnableToConnect;
+        n.failure = failure;
+        n.host = host;
+        n.port = 8895;
+        return NoticeBox(n).text;
+    };
+    const std::pair<std::string, std::string> texts[] = {
+        {told(ConnectFailure::kNoAnswer, "10.0.0.5"),
+         "Unable to Connect. Nothing answered at 10.0.0.5, port 8895, in time: the machine may be "
+         "off or out of reach, or a firewall may be in the way."},
+        {told(ConnectFailure::kUnknownHost, "nonsense"),
+         "Unable to Connect. No machine named \"nonsense\" could be found. Check the name, or type "
+         "the server's address (for example 192.168.1.20)."},
+        {told(ConnectFailure::kUnknown, "10.0.0.5"),
+         "Unable to Connect. The connection to 10.0.0.5, port 8895, could not be made."},
+        {told(ConnectFailure::kRefused, ""), "Unable to Connect."},
+    };
+    for (const auto& [got, said] : texts) EXPECT_EQ(got, said);
+}
+
+// A decided game's closing line: who reached 500, or that both did and the higher total won. (The
+// rows, and that the box keeps them, are the window's test, telling_test.cpp.)
+TEST(Texts, WhoReachedTheGoal) {
+    GameState s;
+    using Row = ResultFigures::Row;
+    const std::tuple<int, int, std::string> games[] = {
+        {505, 480, "Final totals: you 505, your opponent 480. You reached 500."},
+        {495, 510, "Final totals: you 495, your opponent 510. Your opponent reached 500."},
+        {505, 510,
+         "Final totals: you 505, your opponent 510. Both reached 500: the higher "
+         "total wins."},
+    };
+    for (const auto& [you, them, closing] : games) {
+        s.LocalScore = you;
+        s.RemoteScore = them;
+        const ResultFigures game = GameFigures(s, {10, 0});
+        EXPECT_EQ(game.closing, closing);
+        EXPECT_EQ(game.rows.back(), (Row{"Totals", std::to_string(you), std::to_string(them)}));
+    }
+}
+
 }  // namespace
 }  // namespace kelvane

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the real window tells the player, and what a stray key does to it: the questions' default
+// answers and whole titles, the results with their figures kept while the next deal goes on
+// behind, a failed call's reason and the address offered again, and the server's waiting text and
+// address through a relayout. The player's own draw's mark and the stale deck after a session are
+// the peer's game's (window_vs_bot_test.cpp), the results' final totals the whole games' there.
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QClipboard>
+#include <QInputDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTcpSocket>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "dropping_line.h"
+#include "fakes.h"
+#include "qtnet/qt_socket.h"
+#include "ui/deck.h"
+#include "ui/form1.h"
+#include "ui/results_dialog.h"
+#include "ui/table_keys.h"
+#include "ui/welcome_panel.h"
+#include "words/texts.h"
+
+namespace kelvane {
+namespace {
+
+class Window : public Form1 {
+  public:
+    using Form1::Form1;
+    using Form1::ShowBox;
+};
+
+class Telling : public ::testing::Test {
+  protected:
+    Telling() {
+        // Tests talk only to loopback: the server listens there, and asks no router.
+        socket.ListenOn("127.0.0.1");
+        window.action("mnuOpenRouter")->setChecked(false);
+    }
+    GameState& state() { return TablePeer::State(window.table()); }
+    QtSocket socket;
+    Deck deck;
+    Window window{socket, deck};
+};
+
+// Acts on each box and host question as it opens, as a player at the keyboard would: presses
+// Enter in a box, answers a host question with the next of `typed` (cancels when none is left),
+// noting the box's text and width, and what the question offered.
+class Player : public QObject {
+  public:
+    explicit Player(std::vector<QString> typed = {}) : typed_(std::move(typed)) {
+        qApp->installEventFilter(this);
+    }
+    ~Player() override { qApp->removeEventFilter(this); }
+    QStringList boxes, offered;
+    int boxWidth = 0;
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Show) return false;
+        if (auto* box = qobject_cast<QMessageBox*>(watched)) {
+            QTimer::singleShot(0, box, [this, box] {
+                boxes << box->text();
+                boxWidth = box->width();
+                QTest::keyClick(box, Qt::Key_Return);
+            });
+        } else if (auto* input = qobject_cast<QInputDialog*>(watched)) {
+            QTimer::singleShot(0, input, [this, input] {
+                offered << input->textValue();
+                if (typed_.empty()) return input->reject();
+                input->setTextValue(typed_.front());
+                typed_.erase(typed_.begin());
+                input->accept();
+            });
+        }
+        return false;
+    }
+
+  private:
+    std::vector<QString> typed_;
+};
+
+// A stray Enter gives the answer that loses nothing: No to quitting, to giving up the game in
+// progress for a caller, to a discard the player was warned about; a plain discard's question
+// confirms the press he has just made. Every box is wide enough for its whole title.
+TEST_F(Telling, EnterGivesTheSafeAnswerAndTitlesShowWhole) {
+    const std::pair<BoxText, bool> boxes[] = {
+        {QuitBox(), false},
+        {QuestionBox({QuestionKind::kNewGameWithCaller, 0, "203.0.113.5"}), false},
+        {QuestionBox({QuestionKind::kDiscardMeldable, test::Card("7S"), {}}), false},
+        {QuestionBox({QuestionKind::kDiscard, test::Card("TD"), {}}), true},
+        {ComputerStoppedBox(), true},
+        {{"Go?", Buttons::kYesNo, Icon::kNone, "A title far longer than the question it asks"},
+         true},
+        {{"Gone.", Buttons::kOk, Icon::kNone, "A title far longer than the words of the box"},
+         false},
+    };
+    window.show();
+    for (const auto& [box, yes] : boxes) {
+        Player player;
+        EXPECT_EQ(window.ShowBox(box), yes) << box.text;
+        ASSERT_EQ(player.boxes.size(), 1);
+        QFont bold = QApplication::font();
+        bold.setBold(true);
+        const QString title = box.title.empty() ? "Kelvane" : QString::fromStdString(box.title);
+        // The title, and beside it room for the title bar's buttons.
+        EXPECT_GE(player.boxWidth, QFontMetrics(bold).horizontalAdvance(title) + 100) << box.text;
+    }
+}
+
+// The round's box keeps the round's figures and the totals, the game's the final totals and who
+// reached 500, while the state behind moves on to the next deal of a new game.
+TEST_F(Telling, TheResultsKeepTheirFiguresWhateverIsDealtBehind) {
+    GameState& s = state();
+    s.MeldCredit[test::Card("AH")] = 15;
+    s.MeldCredit[test::Card("KH")] = 10;
+    s.MeldCredit[test::Card("5S")] = 5;
+    s.MeldCredit[test::Card("QS")] = -10;
+    test::SetHand(s, "AD 4C");
+    test::SetRemoteHand(s, "KD");
+    s.LocalScore = 505;
+    s.RemoteScore = 480;
+    window.show();
+    window.ShowRoundResult({10, 0});
+    ResultsDialog* dialog = window.resultsDialog();
+    ASSERT_TRUE(dialog);
+    const QString round =
+        "You Opponent Melded 30 10 Left in hand -20 -10 This round 10 0 Totals "
+        "505 480";
+    EXPECT_EQ(dialog->message(), "You won that round");
+    EXPECT_EQ(dialog->figuresText(), round);
+    window.ShowGameResult(GameOutcome::kWon);
+    const QString game = round + " Final totals: you 505, your opponent 480. You reached 500.";
+    EXPECT_EQ(dialog->message(), "You Won the Game!");
+    EXPECT_EQ(dialog->figuresText(), game);
+    // The next game is dealt behind the box: totals and credits from zero, new hands.
+    ResetGame(s);
+    for (int card = 1; card <= kCardsInDeck; ++card) s.MeldCredit[card] = 0;
+    test::SetHand(s, "2S 3S 4S 5S 6S 7S 8S");
+    window.RefreshScoreBoard();
+    window.RefreshHands('B');
+    QCoreApplication::processEvents();
+    EXPECT_EQ(dialog->figuresText(), game);
+    const auto* figures = dialog->findChild<QLabel*>("Figures");
+    EXPECT_LE(figures->sizeHint().height(), figures->height()) << "the figures fit their band";
+}
+
+// A failed call says why and where, after the game's own words, and the next call offers what the
+// player typed, not the loopback again: a refused port, then what is no address at all (neither
+// leaves the machine: nothing listens on the port, and the name is refused before any lookup).
+TEST_F(Telling, AFailedCallSaysWhyAndOffersWhatWasTypedAgain) {
+    const QString refused = QString("127.0.0.1:%1").arg(test::FreePort());
+    Player player({refused, "no such place"});
+    window.show();
+    window.action("mnuClient")->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return player.boxes.size() == 1; }, 5000));
+    window.action("mnuClient")->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return player.boxes.size() == 2; }, 5000));
+    window.action("mnuClient")->trigger();
+    EXPECT_EQ(player.offered, (QStringList{"127.0.0.1", refused, "no such place"}));
+    EXPECT_EQ(player.boxes,
+              (QStringList{"Unable to Connect. 127.0.0.1, port " + refused.section(':', 1) +
+                               ", refused the connection: no game is being served there. Is the "
+                               "server's player serving, and is this the right address?",
+                           "Unable to Connect. \"no such place\" is not an address. Type the "
+                           "server's address, for example 192.168.1.20."}));
+    EXPECT_EQ(window.table().state().Role, kRoleNotConnected);
+    EXPECT_TRUE(window.action("mnuClient")->isEnabled());
+}
+
+// Serving by a click on the welcome: the keys take the table without showing their frame to a
+// player of the mouse, until he uses a key. Opening the move history lays the window out again,
+// and the waiting text with its address stays; below it, the address "Copy Address" gives, which
+// it copies although no router was asked.
+TEST_F(Telling, ServingKeepsItsWaitingTextAndGivesAnAddressToCopy) {
+    window.table().UsePort(test::FreePort());
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    // The invitation's words as the game has them, the third way to play beside them.
+    EXPECT_EQ(window.label("lblScores")->text(), "Become server or client to begin new game");
+    QLabel* beside = window.label("lblBesideScores");
+    EXPECT_TRUE(beside->isVisible() && beside->text() == "(or play against the computer)");
+    EXPECT_GT(beside->x(), window.label("lblScores")->x() +
+                               window.label("lblScores")
+                                   ->fontMetrics()
+                                   .horizontalAdvance(window.label("lblScores")->text()));
+    QTest::mouseClick(window.welcomePanel()->serverButton(), Qt::LeftButton);
+    ASSERT_EQ(socket.State(0), kSocketListening);
+    EXPECT_EQ(window.focusWidget(), window.tableKeys());
+    EXPECT_FALSE(window.tableKeys()->framed()) << "no key was used";
+    QTest::keyClick(window.tableKeys(), Qt::Key_Right);
+    EXPECT_TRUE(window.tableKeys()->framed());
+
+    QLabel* status = window.label("lblStatus");
+    const QString waiting = status->text();
+    ASSERT_TRUE(waiting.startsWith("Waiting for client to connect... (local IP: "))
+        << waiting.toStdString();
+    const QSize before = window.centralWidget()->size();
+    window.action("mnuHistory")->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.centralWidget()->size() != before; }, 5000));
+    EXPECT_EQ(status->text(), waiting);
+
+    QAction* copy = window.action("mnuCopyAddress");
+    ASSERT_TRUE(copy->isEnabled());
+    copy->trigger();
+    const QString address = QApplication::clipboard()->text();
+    EXPECT_TRUE(address.endsWith(QString(":%1").arg(socket.LocalPort(0)))) << address.toStdString();
+    // A machine with an IPv6 address a friend reaches gives that one; any other, its own.
+    if (!address.startsWith('[')) {
+        EXPECT_TRUE(waiting.contains("(local IP: " + address.section(':', 0, 0) + ")"))
+            << address.toStdString();
+    }
+    EXPECT_TRUE(window.label("lblHosting")->text().endsWith("Copy Address gives " + address + "."))
+        << window.label("lblHosting")->text().toStdString();
+
+    // A client calls: the game is dealt, and the line below the status has nothing more to say.
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(socket.LocalPort(0)));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state().Role == kRoleServer; }, 5000));
+    EXPECT_EQ(window.label("lblHosting")->text(), "");
+    EXPECT_FALSE(beside->isVisible());
+}
+
+}  // namespace
+}  // namespace kelvane
