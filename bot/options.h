@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bot/search.h"
+#include "wire/wire.h"
 
 namespace kelvane::bot {
 
@@ -22,9 +23,9 @@ struct BotOptions {
     bool help = false;
     bool version = false;
     bool serve = false;
-    std::string host;    // the server to connect to, when not serving
-    int port = 8895;     // 0 with --serve: a free port the system chooses, told on standard error
-    std::string listen;  // serving: the one address to listen on; empty for every address
+    std::string host;      // the server to connect to, when not serving
+    int port = kGamePort;  // 0 with --serve: a free port the system chooses, told on standard error
+    std::string listen;    // serving: the one address to listen on; empty for every address
     std::optional<int> rounds;
     std::optional<std::uint64_t> seed;
     int delayMs = kDefaultDelayMs;

@@ -10,16 +10,6 @@
 
 namespace kelvane {
 
-namespace {
-
-bool StillConnecting(int state) {
-    return state == kSocketConnecting || state == kSocketConnectionPending ||
-           state == kSocketResolvingHost || state == kSocketHostResolved ||
-           state == kSocketConnected;
-}
-
-}  // namespace
-
 bool Table::CanResume() const {
     return Agreed() && resume_.game() && resume_.KnowsTheirKey() && !link_.peerQuit &&
            !sessionOver_ && (state_.Role == kRoleServer || state_.Role == kRoleClient);

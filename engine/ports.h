@@ -190,6 +190,12 @@ enum SocketState : int {
     kSocketClosing = 8,
     kSocketError = 9,
 };
+// Connected, or a connection still under way: an attempt that counts as started.
+inline bool StillConnecting(int state) {
+    return state == kSocketConnecting || state == kSocketConnectionPending ||
+           state == kSocketResolvingHost || state == kSocketHostResolved ||
+           state == kSocketConnected;
+}
 
 // The sockets of the session, by index: 0 is the client's connection or the server's listener,
 // 1 the server's accepted connection, and from kFirstCallerSocket on, the callers a server waiting

@@ -33,19 +33,13 @@ void Table::mnuClient_Click() {
         steps([&] { socket_.Connect(0, host, port_); });
         steps([&] {
             // The state is read once, at once: a connection still under way counts as started.
-            switch (socket_.State(0)) {
-                case kSocketConnected:
-                case kSocketConnecting:
-                case kSocketConnectionPending:
-                case kSocketResolvingHost:
-                case kSocketHostResolved:
-                    state_.Role = kRoleClient;
-                    screen_.EnableSessionMenus(false);
-                    return;
-                default:
-                    prompts_.Tell(UnableToConnect());
-                    socket_.Close(0);
+            if (StillConnecting(socket_.State(0))) {
+                state_.Role = kRoleClient;
+                screen_.EnableSessionMenus(false);
+                return;
             }
+            prompts_.Tell(UnableToConnect());
+            socket_.Close(0);
         });
     });
 }

@@ -23,7 +23,6 @@
 
 namespace kelvane {
 
-inline constexpr int kGamePort = 8895;
 inline constexpr int kMouseLeft = 1;
 inline constexpr int kMouseRight = 2;
 

@@ -4,10 +4,12 @@
 #include <optional>
 #include <string>
 
+#include "wire/wire.h"
+
 namespace kelvane {
 
 // The game's own port, used when an address names none.
-inline constexpr int kDefaultGamePort = 8895;
+inline constexpr int kDefaultGamePort = kGamePort;
 
 // Where a player asks to connect: a host name or address, and the port.
 struct ServerAddress {

@@ -21,6 +21,8 @@ std::string Frame(std::string_view text);
 // 158 characters; a chat line of kChatLineLimit typed characters fits even when every one is a
 // parenthesis, written as eight. A peer that sends more is refused rather than buffered.
 inline constexpr std::size_t kFrameLimit = 8192;
+// The one TCP port the two programs meet on, unless a player names another.
+inline constexpr int kGamePort = 8895;
 inline constexpr std::size_t kChatLineLimit = 1000;
 static_assert(2 + 8 * kChatLineLimit <= kFrameLimit);
 

@@ -48,11 +48,7 @@ struct Peer {
         socket.onConnectFailed = [this] { ++connectFailures; };
     }
     // What the engine takes for an attempt under way, read at once after Connect.
-    bool Started() {
-        const int state = socket.State(0);
-        return state == kSocketResolvingHost || state == kSocketConnecting ||
-               state == kSocketConnected;
-    }
+    bool Started() { return StillConnecting(socket.State(0)); }
 };
 
 struct Session {
