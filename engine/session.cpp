@@ -96,8 +96,6 @@ void Table::LoseConnection() {
     if (state_.Role == kRoleServer && !link_.peerKnown) return ForgetCaller();
     // Whatever ended the computer player, its shell tells it, once, and offers a new game.
     if (opponentWatched_) return CloseSession();
-    // Whatever ended the computer player, its shell tells it, once, and offers a new game.
-    if (opponentWatched_) return CloseSession();
     // A server waiting for its own client chose not to start a new game with this one.
     if (link_.calledWaitingServer && !link_.peerKnown) {
         prompts_.Tell({NoticeKind::kServerKeptItsGame});
