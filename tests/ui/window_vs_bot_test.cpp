@@ -44,10 +44,10 @@
 #include "ui/lazy_socket.h"
 #include "ui/results_dialog.h"
 #include "ui/table_keys.h"
-#include "words/texts.h"
 #include "ui/welcome_panel.h"
 #include "unattended_window.h"
 #include "wire/wire.h"
+#include "words/texts.h"
 
 namespace kelvane {
 namespace {
@@ -267,6 +267,58 @@ TEST_F(WindowAgainstBot, ServingWaitsForItsClientThenPlaysAWholeGameWithANewCall
     PlayToTheEndAndClose(newcomer);
     EXPECT_TRUE(newcomer.err().contains("This server is waiting for its opponent"))
         << newcomer.Story();
+}
+
+// A server killed mid-game and started again on its port, serving anew: the old client's call
+// back ends neither program. The window as the old client is told the server's game is gone and
+// may start another session; the window as the server started again notes a caller who never
+// played and waits on, while the old client (a bot) is told the same and leaves.
+TEST_F(WindowAgainstBot, AServerStartedAgainAndTheOldClientsCallEndNeither) {
+    test::Program first("the first server", "");
+    const quint16 port = Serve(first);
+    window->table().UsePort(port);
+    window->table().mnuClient_Click();
+    ASSERT_EQ(PlayUntil(first, [&] { return MidRound(); }), "");
+    first.process().kill();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window->table().WaitingForOpponent(); }, 5000));
+    window->boxes.clear();
+    test::Program again("the server started again", "");
+    again.Start(KELVANE_BOT_PATH, {"--serve", "--port", QString::number(port), "--delay", "0"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, test::kStalledAfterMs))
+        << again.Story();
+    EXPECT_EQ(window->boxes, std::vector{NoticeBox({NoticeKind::kServerGameGone}).text});
+    EXPECT_FALSE(window->table().ended());
+    EXPECT_TRUE(window->action("mnuServer")->isEnabled());
+    EXPECT_EQ(window->linkDialog(), nullptr);
+    again.process().waitForReadyRead(1000);
+    again.Gather();
+    EXPECT_TRUE(again.running() && again.err().contains("left before playing")) << again.Story();
+
+    // Now the window serves on the port of a server that died under its client.
+    test::Program server("a server", ""), client("its client", "");
+    const quint16 oldPort = Serve(server);
+    client.Start(KELVANE_BOT_PATH,
+                 {"--connect", "127.0.0.1", "--port", QString::number(oldPort), "--delay", "50"});
+    ASSERT_EQ(test::Watch(
+                  {&server, &client}, [&] { return client.err().contains("playing"); }, Pump),
+              "");
+    server.process().kill();
+    ASSERT_EQ(test::Watch(
+                  {&client}, [&] { return client.err().contains("lost"); }, Pump),
+              "");
+    window->boxes.clear();
+    window->table().UsePort(oldPort);
+    window->action("mnuServer")->trigger();
+    const QString waiting = window->label("lblStatus")->text();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !client.running(); }, test::kStalledAfterMs))
+        << client.Story();
+    client.Gather();
+    EXPECT_TRUE(client.err().contains("was started again")) << client.Story();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window->historyLines().last().contains("left before playing"); }, 5000));
+    EXPECT_EQ(window->label("lblStatus")->text(), waiting);
+    EXPECT_TRUE(window->boxes.empty()) << window->boxes.front();
+    EXPECT_FALSE(window->table().ended());
 }
 
 // The window serves, and a hundred callers connect, hear the deal and close at once, as the
