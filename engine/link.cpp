@@ -210,6 +210,8 @@ void Table::Resumed(long theirApplied, long theirSent) {
     if (socket_.State(index) == kSocketConnected)
         for (const std::string& frame : resume_.kept()) socket_.Send(index, frame);
     link_.syncAt = theirSent;
+    // The wait is over: should the game wait again, every caller's address may be asked about.
+    link_.askedAbout.clear();
     screen_.ShowConnectionBack();
     SyncIfDue();
 }
