@@ -205,7 +205,7 @@ void Form1::closeEvent(QCloseEvent* event) {
     bool cancel = false;
     Procedure("Form_Unload", [&](Steps& steps) {
         steps([&] {
-            if (table_->ended()) return;
+            if (table_->ended() || endWithoutQuestion_) return;
             const int index = table_->state().Role == kRoleServer ? 1 : 0;
             if (socket_.State(index) != kSocketConnected) return;
             cancel = !ShowBox(QuitBox());
@@ -225,6 +225,13 @@ void Form1::closeEvent(QCloseEvent* event) {
     computer_.reset();
     StopHosting();
     event->accept();
+}
+
+void Form1::EndAsQuit() {
+    endWithoutQuestion_ = true;
+    close();
+    // Also out of a box that is waiting for an answer: every event loop ends.
+    QApplication::quit();
 }
 
 void Form1::CloseWindow() {
@@ -331,6 +338,7 @@ std::string Form1::AskHost() {
 }
 
 void Form1::PlayAgainstComputer(int level) {
+    if (!NetworkReady()) return;
     EnableSessionMenus(false);
     computer_ = std::make_unique<ComputerOpponent>();
     connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
@@ -379,6 +387,8 @@ void Form1::EndProgram() {
     // The report was put on the clipboard for the player to paste. On X11 the clipboard lives in
     // its owner, so it is handed to the desktop's clipboard keeper first, as an orderly exit would.
     HandOverClipboard();
+    // The router's port is not left open behind us.
+    GiveBackDoorNow();
     // No further handler may run, not even the quit question; the connection drops with us.
     std::_Exit(EXIT_FAILURE);
 }

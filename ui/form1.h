@@ -63,6 +63,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QStringList historyLines() const;
     QDockWidget* historyPanel() const { return history_; }
 
+    // Ends the program as Quit does, without the question nobody is there to answer: the
+    // desktop's session ends, the terminal closes, or the program is told to stop.
+    void EndAsQuit();
+
     // Brings the window inside the screen area it may use, keeping its place when it fits. The
     // window opens at the design size unless the screen is smaller.
     void FitInto(const QRect& available);
@@ -158,6 +162,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void StopHosting();
     void ShowRouterReport(const DoorReport& report);
     void ShowStatusTip();
+    // False, having told the player why, when no session can start (the network side is missing).
+    bool NetworkReady();
+    // Gives the router's port back before the program ends on the spot, waiting a bounded while.
+    void GiveBackDoorNow();
     // What the player typed for a server: the host to connect to, its port given to the table.
     std::string TakeAddress(const std::string& typed);
     void ForgetTypedPort();
@@ -241,6 +249,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     int statusFontSize_ = 10;
     bool statusRed_ = false;
     bool closing_ = false;
+    bool endWithoutQuestion_ = false;
     bool shown_ = false;
 };
 

@@ -207,10 +207,13 @@ void Form1::BuildMenus() {
     mnuAbout_ = add(help, "mnuAbout", "&No Help For You!");
 
     connect(mnuServer_, &QAction::triggered, this, [this] {
+        if (!NetworkReady()) return;
         ForgetTypedPort();
         table_->mnuServer_Click();
     });
-    connect(mnuClient_, &QAction::triggered, this, [this] { table_->mnuClient_Click(); });
+    connect(mnuClient_, &QAction::triggered, this, [this] {
+        if (NetworkReady()) table_->mnuClient_Click();
+    });
     connect(level1, &QAction::triggered, this, [this] { PlayAgainstComputer(1); });
     connect(level2, &QAction::triggered, this, [this] { PlayAgainstComputer(2); });
     connect(level3, &QAction::triggered, this, [this] { PlayAgainstComputer(3); });

@@ -14,12 +14,15 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
+#include <QFileInfo>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -331,6 +334,66 @@ TEST_F(RouterWindow, ServingTellsTheOutsideAddressAndAFarPlayerReachesIt) {
     bot.Start("ip", {"netns", "exec", far, KELVANE_BOT_PATH, "--connect", outside, "--rounds", "1",
                      "--delay", "0", "--level", "1"});
     EXPECT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Round 1:"); }), "");
+}
+
+// A window whose network side is missing or damaged (a broken installation): each command that
+// starts a session says so in one sentence that names the file and the repair, and never as a
+// program-error report; the window stays on the empty table with every session command enabled.
+TEST(WindowWithoutItsNetworkSide, SaysWhatIsMissingAndKeepsEverySessionCommand) {
+    QTemporaryDir scratch;
+    const QString damaged = scratch.filePath("kelvane-network.so");
+    QFile garbage(damaged);
+    ASSERT_TRUE(garbage.open(QIODevice::WriteOnly) && garbage.write("not a library") > 0);
+    garbage.close();
+    for (const QString& module : {scratch.filePath("nowhere/kelvane-network.so"), damaged}) {
+        SCOPED_TRACE(module.toStdString());
+        Deck deck;
+        LazySocket socket(QStringList{module});
+        test::UnattendedWindow window(socket, deck);
+        const QString status = window.label("lblStatus")->text();
+        for (const char* command : {"mnuServer", "mnuClient", "mnuComputerLevel1"}) {
+            window.boxes.clear();
+            window.action(command)->trigger();
+            ASSERT_EQ(window.boxes.size(), 1u) << command;
+            const std::string& told = window.boxes.front();
+            EXPECT_NE(told.find(" kelvane-network.so is missing or damaged in " +
+                                QFileInfo(module).absolutePath().toStdString()),
+                      std::string::npos)
+                << told;
+            EXPECT_NE(told.find("reinstalling the kelvane package repairs it."), std::string::npos)
+                << told;
+            EXPECT_EQ(window.historyLines().back().toStdString(), told);
+            for (const char* session : {"mnuServer", "mnuClient", "mnuComputer"})
+                EXPECT_TRUE(window.action(session)->isEnabled()) << command << " " << session;
+        }
+        EXPECT_TRUE(window.failures.empty()) << window.failures.front();
+        EXPECT_EQ(window.label("lblStatus")->text(), status);
+        EXPECT_FALSE(socket.loaded());
+    }
+}
+
+// The opponent's program names itself, and the status line's tooltip shows that name beside the
+// router's answer: the player sees the text as it came, never as markup, line by line.
+TEST(WindowStatusTip, ThePeersProgramNameIsShownAsTheTextItIs) {
+    Deck deck;
+    LazySocket socket(QStringList{KELVANE_NETWORK_MODULE});
+    test::UnattendedWindow window(socket, deck);
+    const std::string names[] = {
+        "<font color=red size=7>UPDATE NOW: http://x.io</font>",
+        "kelvane 1.0.42\nsecond line & <b>more</b>",
+        "<qt>plain &amp; simple",
+    };
+    for (const std::string& name : names) {
+        window.ShowPeerProgram(name);
+        const QString tip = window.label("lblStatus")->toolTip();
+        // How a tooltip reads what it is given.
+        QTextDocument shown;
+        if (Qt::mightBeRichText(tip))
+            shown.setHtml(tip);
+        else
+            shown.setPlainText(tip);
+        EXPECT_EQ(shown.toPlainText().toStdString(), PeerProgramText(name)) << tip.toStdString();
+    }
 }
 
 // The cards wearing the last-move mark, where they lie: "opponent's hand | up pile | melds".
