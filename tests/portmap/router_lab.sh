@@ -5,10 +5,13 @@
 # "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
 # games through the router's forwarding, and the router is checked to hold none once a bot has
 # gone.
-#   router_lab.sh BOT [WINDOW_TESTS]    exits 77 (skipped) without root or the tools
+# Every way a program ends that can still run code (the bot's and the window's signals, the
+# window's Quit and its "No" to a program-error report) leaves no mapping on the router.
+#   router_lab.sh BOT [WINDOW_TESTS LAB_WINDOW]    exits 77 (skipped) without root or the tools
 set -uo pipefail
 bot=$1
 window_tests=${2:-}
+lab_window=${3:-}
 here=$(dirname "$0")
 # shellcheck source=router_lab_net.sh
 source "$here/router_lab_net.sh"
@@ -17,6 +20,8 @@ source "$here/router_lab_net.sh"
 bot_in() {
     local name=$1 ns=$2
     shift 2
+    # Gone before the start: the shell opens the new files only in the background job.
+    rm -f "$dir/$name.out" "$dir/$name.err"
     ip netns exec "$ns" timeout 20 "$bot" --delay 0 --level 1 --seed 7 "$@" \
         >"$dir/$name.out" 2>"$dir/$name.err" &
     eval "${name}_pid=$!"
@@ -29,6 +34,67 @@ await_line() {
         sleep 0.1
     done
     fail "$1 never said /$2/ within $3 s"
+}
+
+# PID SECONDS: the program's exit status, or a failure once it has not ended within SECONDS.
+ended_within() {
+    for _ in $(seq $(($2 * 10))); do
+        kill -0 "$1" 2>/dev/null || { wait "$1"; return; }
+        sleep 0.1
+    done
+    kill -KILL "$1" 2>/dev/null
+    fail "pid $1 did not end within $2 s"
+}
+
+# The serving bot ended by each signal a terminal or a desktop sends: the mapping goes with it.
+bot_signals() {
+    local signal
+    for signal in TERM INT HUP; do
+        # Started straight, not under timeout(1), so that the signal is the bot's own.
+        rm -f "$dir/signalled.err"
+        ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
+            >"$dir/signalled.out" 2>"$dir/signalled.err" &
+        signalled_pid=$!
+        await_line signalled "players in other homes" 5 >/dev/null
+        [ "$(mappings)" -ge 1 ] || fail "bot $signal: the router holds no mapping while serving"
+        kill -"$signal" "$signalled_pid"
+        ended_within "$signalled_pid" 5
+        [ "$(mappings)" -eq 0 ] || fail "bot $signal: a mapping is left after the bot ended"
+        echo "bot $signal: given back"
+    done
+}
+
+# HOW [FAR]: the window serving as the program runs it, ended by HOW (quit, no, or a signal's
+# name), with a far player in the game first when FAR is given. Nothing is left on the router.
+window_ends() {
+    local how=$1 far_game=${2:-} mode=wait status
+    case $how in quit | no) mode=$how ;; esac
+    rm -f "$dir/go" "$dir/win.err"
+    ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" "$mode" "$dir/go" \
+        >"$dir/win.out" 2>"$dir/win.err" &
+    window_pid=$!
+    await_line win "players in other homes" 8 >/dev/null
+    if [ -n "$far_game" ]; then
+        rm -f "$dir/far.err"
+        ip netns exec "$far" timeout 20 "$bot" --delay 300 --level 1 --connect $outside \
+            >"$dir/far.out" 2>"$dir/far.err" &
+        far_pid=$!
+        await_line far "playing " 5 >/dev/null
+    fi
+    [ "$(mappings)" -ge 1 ] || fail "window $how: the router holds no mapping while serving"
+    if [ "$mode" = wait ]; then kill -"$how" "$window_pid"; else touch "$dir/go"; fi
+    ended_within "$window_pid" 8
+    status=$?
+    case $how in
+        no) [ "$status" -eq 1 ] || fail "window no: ended with status $status, not at once" ;;
+        *) [ "$status" -eq 0 ] || fail "window $how: ended with status $status" ;;
+    esac
+    [ "$(mappings)" -eq 0 ] || fail "window $how: a mapping is left after the window ended"
+    if [ -n "$far_game" ]; then
+        ended_within "$far_pid" 10
+        grep -q "Your opponent left." "$dir/far.out" || fail "window $how: the far player was not told"
+    fi
+    echo "window $how${far_game:+ mid-game}: given back"
 }
 
 # A whole game through the router: the server at home with --open-router, the far player at the
@@ -48,6 +114,7 @@ game_through_router() {  # CASE ROUNDS [HOME_NS]
 }
 
 start_router yes
+bot_signals
 game_through_router "UPnP" 2
 [ "$(mappings)" -eq 0 ] || fail "UPnP: a mapping is left after the server quit"
 grep -q "for: Kelvane" "$dir/upnpd.log" || fail "UPnP: the mapping's description is not Kelvane"
@@ -78,6 +145,7 @@ echo "lost game: given back"
 start_router no
 game_through_router "NAT-PMP" 1
 [ "$(mappings)" -eq 0 ] || fail "NAT-PMP: a mapping is left after the server quit"
+bot_signals
 
 # Nobody answers: one sentence within the bound, and a player on the home network plays on.
 start_router none
@@ -102,5 +170,9 @@ if [ -n "$window_tests" ]; then
     grep -q "PASSED.*1 test" "$dir/window.out" || fail "the window's test did not run"
     echo "window: told the outside address and played a round through it"
     [ "$(mappings)" -eq 0 ] || fail "window: a mapping is left after the window closed"
+    for how in quit TERM INT HUP no; do window_ends "$how"; done
+    window_ends TERM far
+    start_router no
+    window_ends HUP
 fi
 echo "PASS"
