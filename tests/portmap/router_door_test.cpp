@@ -34,6 +34,9 @@ class ScriptedRouter {
             if (answer_.outcome != DoorOutcome::kRefused &&
                 answer_.outcome != DoorOutcome::kNoAnswer)
                 granted.mapping = {Mapping::By::kNatPmp, port, answer_.outsidePort, "", "", "", 1};
+            std::unique_lock lock(mutex_);
+            changed_.wait(lock, [this] { return !holdAsk_; });
+            lock.unlock();
             Note("ask");
             return granted;
         };
@@ -70,6 +73,12 @@ class ScriptedRouter {
         changed_.notify_all();
     }
 
+    void HoldAsk(bool hold) {
+        const std::lock_guard lock(mutex_);
+        holdAsk_ = hold;
+        changed_.notify_all();
+    }
+
     // Waits until `done` holds for the log; a router that never gets there fails the test at
     // once with what it was asked.
     ::testing::AssertionResult AwaitLog(
@@ -93,6 +102,7 @@ class ScriptedRouter {
     std::condition_variable changed_;
     std::deque<bool> renewals_;
     bool holdGiveBack_ = false;
+    bool holdAsk_ = false;
     std::vector<std::string> log_;
 };
 
@@ -206,6 +216,17 @@ TEST(RouterDoor, StoppingLeavesTheGiveBackToItsOwnThreadAndTheLastWaitIsBounded)
     const auto log = router.Log();
     EXPECT_EQ(log.back(), "give back");
     EXPECT_EQ(Count(log, "told " + DoorSentence(kOpened)), 1);
+}
+
+// A door stopped while the router is still answering tells its owner nothing (he may be gone),
+// and gives back what the router grants all the same.
+TEST(RouterDoor, ADoorStoppedBeforeTheAnswerTellsNothingAndGivesBackWhatWasGranted) {
+    ScriptedRouter router(kOpened);
+    router.HoldAsk(true);
+    { RouterDoor door(8895, router.Tell(), router.Calls(), kQuickLease); }
+    router.HoldAsk(false);
+    ASSERT_TRUE(AwaitGiveBacks(10s));
+    EXPECT_EQ(router.Log(), (std::vector<std::string>{"ask", "give back"}));
 }
 
 }  // namespace
