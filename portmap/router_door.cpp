@@ -27,17 +27,42 @@ GivingBack& Pending() {
 
 // One door at a time talks to the router, so that a door opened right after another was closed
 // asks only once the old one's port is given back, and the giving back cannot delete the new
-// forwarding of the same port. Never waited for longer than the give-back's bound.
-std::timed_mutex& RouterTurn() {
-    static auto* turn = new std::timed_mutex;
-    return *turn;
-}
+// forwarding of the same port. Never waited for longer than the give-back's bound: a router that
+// does not answer the old door does not hold up the new one for ever.
+class RouterTurn {
+  public:
+    RouterTurn() {
+        Turns& turns = Everyone();
+        std::unique_lock lock(turns.mutex);
+        taken_ = turns.free.wait_for(lock, kGiveBackBound, [&turns] { return !turns.busy; });
+        if (taken_) turns.busy = true;
+    }
+    ~RouterTurn() {
+        if (!taken_) return;
+        Turns& turns = Everyone();
+        {
+            const std::lock_guard lock(turns.mutex);
+            turns.busy = false;
+        }
+        turns.free.notify_one();
+    }
+    RouterTurn(const RouterTurn&) = delete;
+    RouterTurn& operator=(const RouterTurn&) = delete;
 
-std::unique_lock<std::timed_mutex> TakeRouterTurn() {
-    std::unique_lock turn(RouterTurn(), std::defer_lock);
-    [[maybe_unused]] const bool taken = turn.try_lock_for(kGiveBackBound);
-    return turn;
-}
+  private:
+    struct Turns {
+        std::mutex mutex;
+        std::condition_variable free;
+        bool busy = false;
+    };
+    // Never destroyed, as the give-backs' count.
+    static Turns& Everyone() {
+        static auto* turns = new Turns;
+        return *turns;
+    }
+
+    bool taken_ = false;
+};
 
 }  // namespace
 
@@ -88,7 +113,7 @@ bool KeepOpen(RouterDoor::Shared& s, const Mapping& held) {
 void Run(const std::shared_ptr<RouterDoor::Shared>& s, int port) {
     Granted granted;
     {
-        const auto turn = TakeRouterTurn();
+        const RouterTurn turn;
         granted = s->calls.ask(port, s->times.leaseSeconds, Clock::now() + kRouterBound);
         // Whatever is not a door players outside can use exposes the port for nothing.
         if (granted.report.outcome != DoorOutcome::kOpen &&
@@ -107,7 +132,7 @@ void Run(const std::shared_ptr<RouterDoor::Shared>& s, int port) {
     }
     if (granted.mapping.by != Mapping::By::kNone) {
         // Also after a lost lease: the router may still hold what it would not renew.
-        const auto turn = TakeRouterTurn();
+        const RouterTurn turn;
         s->calls.giveBack(granted.mapping);
     }
     Finish(*s);
