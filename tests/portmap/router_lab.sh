@@ -5,7 +5,8 @@
 # "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
 # games through the router's forwarding, and the router is checked to hold none once a bot has
 # gone.
-# Every way a program ends that can still run code (the bot's and the window's signals, the
+# A NAT-PMP router with odd answers (odd_router.py) is never told as a door. Every way a program
+# ends that can still run code (the bot's and the window's signals, the
 # window's Quit and its "No" to a program-error report) leaves no mapping on the router.
 #   router_lab.sh BOT [WINDOW_TESTS LAB_WINDOW]    exits 77 (skipped) without root or the tools
 set -uo pipefail
@@ -127,6 +128,33 @@ slow_give_back() {
     echo "$who: waited for a slow router to take the port back"
 }
 
+# OUTSIDE PORT LIFETIME SAYS: a NAT-PMP router that answers the bot's request with these odd
+# values. The bot says SAYS, never an address to give unless the answer is a door, and gives back
+# at once what is no door.
+odd_answer() {
+    local answer="$1 $2 $3" says=$4
+    rm -f "$dir/odd.log" "$dir/odd.out"
+    ip netns exec "$router" python3 "$here/odd_router.py" 192.168.77.1 "$1" "$2" "$3" "$dir/odd.log" \
+        >"$dir/odd.out" 2>&1 &
+    odd_pid=$!
+    for _ in $(seq 50); do grep -q listening "$dir/odd.out" 2>/dev/null && break; sleep 0.1; done
+    ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
+        >"$dir/signalled.out" 2>"$dir/signalled.err" &
+    signalled_pid=$!
+    await_line signalled "router" 5 >/dev/null
+    grep -q "$says" "$dir/signalled.err" || fail "odd answer $answer: not told '$says'"
+    if [ "$says" != "connect to $1." ]; then
+        ! grep -q "connect to" "$dir/signalled.err" || fail "odd answer $answer: told as an address"
+        for _ in $(seq 20); do grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" && break; sleep 0.1; done
+        grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" || fail "odd answer $answer: not given back"
+    fi
+    kill -TERM "$signalled_pid"
+    ended_within "$signalled_pid" 5 "bot after the odd answer $answer"
+    kill "$odd_pid"
+    wait "$odd_pid" 2>/dev/null
+    echo "odd answer $answer: $(grep -o 'The router.*' "$dir/signalled.err")"
+}
+
 # A whole game through the router: the server at home with --open-router, the far player at the
 # outside address the server named. The server leaves after its rounds, and the mapping with it.
 game_through_router() {  # CASE ROUNDS [HOME_NS]
@@ -191,6 +219,20 @@ ip netns exec "$home2" timeout 20 "$bot" --delay 0 --level 1 --connect 192.168.7
 wait "$server_pid" || fail "no router: the server ended with status $?"
 grep -q "^Round 1:" "$dir/far.out" || fail "no router: the home player did not play"
 echo "no router: told after $elapsed ms, LAN play went on"
+
+if command -v python3 >/dev/null; then
+    no_door="did not open a door"
+    odd_answer $outside 8895 3600 "connect to $outside."
+    odd_answer 0.0.0.0 8895 3600 "$no_door"
+    odd_answer 127.0.0.1 8895 3600 "$no_door"
+    odd_answer 169.254.1.1 8895 3600 "$no_door"
+    odd_answer 224.0.0.1 8895 3600 "$no_door"
+    odd_answer $outside 0 3600 "$no_door"
+    odd_answer $outside 8895 0 "$no_door"
+    odd_answer 192.168.1.1 8895 3600 "private or shared"
+else
+    echo "odd answers: skipped (python3 is not installed)"
+fi
 
 if [ -n "$window_tests" ]; then
     start_router yes
