@@ -4,10 +4,9 @@
 # router (NAT with nftables, miniupnpd answering UPnP IGD and NAT-PMP) and a far player on the
 # "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
 # games through the router's forwarding, and the router is checked to hold none once a bot has
-# gone.
-# A NAT-PMP router with odd answers (odd_router.py) is never told as a door. Every way a program
-# ends that can still run code (the bot's and the window's signals, the
-# window's Quit and its "No" to a program-error report) leaves no mapping on the router.
+# gone. A NAT-PMP router with odd answers (odd_router.py) is never told as a door. Every way a
+# program ends that can still run code (the bot's and the window's signals, the window's Quit and
+# its "No" to a program-error report) leaves no mapping on the router.
 #   router_lab.sh BOT [WINDOW_TESTS LAB_WINDOW]    exits 77 (skipped) without root or the tools
 set -uo pipefail
 bot=$1
