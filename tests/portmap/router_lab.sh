@@ -132,7 +132,7 @@ slow_give_back() {
 # at once what is no door.
 odd_answer() {
     local answer="$1 $2 $3" says=$4
-    rm -f "$dir/odd.log" "$dir/odd.out"
+    rm -f "$dir/odd.log" "$dir/odd.out" "$dir/signalled.err"
     ip netns exec "$router" python3 "$here/odd_router.py" 192.168.77.1 "$1" "$2" "$3" "$dir/odd.log" \
         >"$dir/odd.out" 2>&1 &
     odd_pid=$!
