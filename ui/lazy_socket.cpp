@@ -29,7 +29,7 @@ std::string LazySocket::SessionsUnavailable() {
     // The loader's own words name symbols and libraries the player cannot act on; the file, its
     // place and the repair are what he needs.
     const QString where = modules_.isEmpty() ? QString() : modules_.front();
-    return "No game can be played over the network: the game's network part " +
+    return "No session can start: the game's network part " +
            QFileInfo(where).fileName().toStdString() + " is missing or damaged in " +
            QFileInfo(where).absolutePath().toStdString() +
            "; reinstalling the kelvane package repairs it.";
