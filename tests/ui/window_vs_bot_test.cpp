@@ -28,6 +28,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -334,6 +335,72 @@ TEST_F(RouterWindow, ServingTellsTheOutsideAddressAndAFarPlayerReachesIt) {
     bot.Start("ip", {"netns", "exec", far, KELVANE_BOT_PATH, "--connect", outside, "--rounds", "1",
                      "--delay", "0", "--level", "1"});
     EXPECT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Round 1:"); }), "");
+}
+
+// The socket of the program with the router played by the test: what the window asks the router
+// is answered when the test says.
+class RouterByTest : public QtSocket {
+  public:
+    std::unique_ptr<RouterLease> OpenRouter(int,
+                                            std::function<void(const DoorReport&)> told) override {
+        tell = std::move(told);
+        return std::make_unique<RouterLease>();
+    }
+    std::function<void(const DoorReport&)> tell;
+};
+
+// What the router answers, told from its thread, reaches the history and the status line's
+// tooltip; only an open door is copied as the address to give, and a door lost later, its lease
+// no longer renewed, is told and no longer copied.
+TEST(WindowServingBehindARouter, OnlyAnOpenDoorIsGivenAndALostOneIsTold) {
+    Deck deck;
+    RouterByTest socket;
+    const std::string v6 = socket.GlobalIPv6Address();
+    test::UnattendedWindow window(socket, deck);
+    window.action("mnuOpenRouter")->setChecked(true);
+    QAction* copy = window.action("mnuCopyAddress");
+    const DoorReport open{DoorOutcome::kOpen, "203.0.113.7", 8896, 8895, "UPnP", 3600};
+    DoorReport lost = open, noDoor = open, shared = open;
+    lost.outcome = DoorOutcome::kLost;
+    noDoor.outsideAddress = "0.0.0.0";
+    noDoor.outcome = DoorOutcome::kNoDoor;
+    shared.outsideAddress = "192.168.1.1";
+    shared.outcome = DoorOutcome::kShared;
+    // The router's answers in turn, and the address copied after each ("" when none is).
+    const std::vector<std::pair<std::vector<DoorReport>, std::string>> hostings = {
+        {{open}, "203.0.113.7:8896"},
+        {{open, lost}, v6},
+        {{noDoor}, v6},
+        {{shared}, v6},
+    };
+    for (const auto& [answers, copied] : hostings) {
+        window.table().UsePort(test::FreePort());
+        window.table().mnuServer_Click();
+        ASSERT_TRUE(socket.tell) << "serving did not ask the router";
+        for (const DoorReport& answer : answers) {
+            std::thread([&] { socket.tell(answer); }).join();
+            QCoreApplication::processEvents();
+            EXPECT_EQ(window.historyLines().back().toStdString(), DoorSentence(answer));
+            EXPECT_TRUE(
+                window.label("lblStatus")
+                    ->toolTip()
+                    .contains(QString::fromStdString(DoorSentence(answer)).toHtmlEscaped()));
+        }
+        EXPECT_EQ(copy->isEnabled(), !copied.empty()) << DoorSentence(answers.back());
+        copy->trigger();
+        if (!copied.empty()) {
+            EXPECT_EQ(QApplication::clipboard()->text().toStdString(), copied);
+        }
+        // The session ends; a late answer of its door is not shown.
+        socket.Close(0);
+        window.EnableSessionMenus(true);
+        const QStringList before = window.historyLines();
+        std::thread([&] { socket.tell(open); }).join();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(window.historyLines(), before);
+        socket.tell = nullptr;
+    }
+    EXPECT_TRUE(window.failures.empty()) << window.failures.front();
 }
 
 // A window whose network side is missing or damaged (a broken installation): each command that
