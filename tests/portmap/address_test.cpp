@@ -98,20 +98,5 @@ TEST(RouterAnswer, OnlyAReachableAddressWithAPortAndALeaseIsADoor) {
     }
 }
 
-// What the player reads gives an address only for a door, and a door that is no door or that
-// was lost never names the router's address as one to give.
-TEST(RouterAnswer, OnlyAnOpenDoorIsToldAsAnAddressToGive) {
-    for (const DoorOutcome outcome :
-         {DoorOutcome::kShared, DoorOutcome::kNoDoor, DoorOutcome::kRefused, DoorOutcome::kNoAnswer,
-          DoorOutcome::kLost}) {
-        const std::string sentence =
-            DoorSentence({outcome, "127.0.0.1", 8895, 8895, "NAT-PMP", 3600});
-        EXPECT_EQ(sentence.find("connect to"), std::string::npos) << sentence;
-    }
-    EXPECT_NE(DoorSentence({DoorOutcome::kOpen, "203.0.113.7", 8895, 8895, "UPnP", 3600})
-                  .find("connect to 203.0.113.7."),
-              std::string::npos);
-}
-
 }  // namespace
 }  // namespace kelvane

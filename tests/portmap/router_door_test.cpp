@@ -35,7 +35,7 @@ class ScriptedRouter {
                 answer_.outcome != DoorOutcome::kNoAnswer)
                 granted.mapping = {Mapping::By::kNatPmp, port, answer_.outsidePort, "", "", "", 1};
             std::unique_lock lock(mutex_);
-            changed_.wait(lock, [this] { return !holdAsk_; });
+            changed_.wait(lock, [this] { return !holdAsk; });
             lock.unlock();
             Note("ask");
             return granted;
@@ -50,7 +50,7 @@ class ScriptedRouter {
         };
         calls.giveBack = [this](const Mapping&) {
             std::unique_lock lock(mutex_);
-            changed_.wait(lock, [this] { return !holdGiveBack_; });
+            changed_.wait(lock, [this] { return !holdGiveBack; });
             lock.unlock();
             Note("give back");
         };
@@ -67,17 +67,14 @@ class ScriptedRouter {
         changed_.notify_all();
     }
 
-    void HoldGiveBack(bool hold) {
+    // Holds the answer to the request, or the give-back, until the test lets it go.
+    void Hold(bool& what, bool hold) {
         const std::lock_guard lock(mutex_);
-        holdGiveBack_ = hold;
+        what = hold;
         changed_.notify_all();
     }
-
-    void HoldAsk(bool hold) {
-        const std::lock_guard lock(mutex_);
-        holdAsk_ = hold;
-        changed_.notify_all();
-    }
+    bool holdAsk = false;
+    bool holdGiveBack = false;
 
     // Waits until `done` holds for the log; a router that never gets there fails the test at
     // once with what it was asked.
@@ -101,8 +98,6 @@ class ScriptedRouter {
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<bool> renewals_;
-    bool holdGiveBack_ = false;
-    bool holdAsk_ = false;
     std::vector<std::string> log_;
 };
 
@@ -199,7 +194,7 @@ TEST(RouterDoor, WhatIsNoDoorIsGivenBackAtOnceAndNeverRenewed) {
 // tells nothing after it has gone, and the program's last wait for the give-back is bounded.
 TEST(RouterDoor, StoppingLeavesTheGiveBackToItsOwnThreadAndTheLastWaitIsBounded) {
     ScriptedRouter router(kOpened);
-    router.HoldGiveBack(true);
+    router.Hold(router.holdGiveBack, true);
     auto door = std::make_unique<RouterDoor>(8895, router.Tell(), router.Calls(), kQuickLease);
     ASSERT_TRUE(router.AwaitLog([](const auto& log) { return Has(log, "renew"); }, "renewed"));
     // Stopped on a thread of the test's, so that a door that waited for the router fails the
@@ -210,7 +205,7 @@ TEST(RouterDoor, StoppingLeavesTheGiveBackToItsOwnThreadAndTheLastWaitIsBounded)
     if (returned) {
         EXPECT_FALSE(AwaitGiveBacks(20ms)) << "nothing was being given back";
     }
-    router.HoldGiveBack(false);
+    router.Hold(router.holdGiveBack, false);
     stopped.wait();
     EXPECT_TRUE(AwaitGiveBacks(10s));
     const auto log = router.Log();
@@ -222,9 +217,9 @@ TEST(RouterDoor, StoppingLeavesTheGiveBackToItsOwnThreadAndTheLastWaitIsBounded)
 // and gives back what the router grants all the same.
 TEST(RouterDoor, ADoorStoppedBeforeTheAnswerTellsNothingAndGivesBackWhatWasGranted) {
     ScriptedRouter router(kOpened);
-    router.HoldAsk(true);
+    router.Hold(router.holdAsk, true);
     { RouterDoor door(8895, router.Tell(), router.Calls(), kQuickLease); }
-    router.HoldAsk(false);
+    router.Hold(router.holdAsk, false);
     ASSERT_TRUE(AwaitGiveBacks(10s));
     EXPECT_EQ(router.Log(), (std::vector<std::string>{"ask", "give back"}));
 }
