@@ -48,7 +48,7 @@ ended_within() {
 
 # The serving bot ended by each signal a terminal or a desktop sends: the mapping goes with it.
 bot_signals() {
-    local signal
+    local signal status
     for signal in TERM INT HUP; do
         # Started straight, not under timeout(1), so that the signal is the bot's own.
         rm -f "$dir/signalled.err"
@@ -59,6 +59,9 @@ bot_signals() {
         [ "$(mappings)" -ge 1 ] || fail "bot $signal: the router holds no mapping while serving"
         kill -"$signal" "$signalled_pid"
         ended_within "$signalled_pid" 5 "bot $signal"
+        status=$?
+        # Stopped, not done: the bot's status for a game it did not finish.
+        [ "$status" -eq 1 ] || fail "bot $signal: ended with status $status"
         [ "$(mappings)" -eq 0 ] || fail "bot $signal: a mapping is left after the bot ended"
         echo "bot $signal: given back"
     done
