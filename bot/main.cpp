@@ -379,7 +379,8 @@ class Session {
     std::unique_ptr<RouterDoor> door_;
 };
 
-// A signal only writes a byte; the event loop reads it and leaves as after the last round.
+// A signal only writes a byte; the event loop reads it and leaves as after the last round, so the
+// opponent is told and the router's port given back.
 int signalPipe[2] = {-1, -1};
 
 void OnSignal(int) {
@@ -423,8 +424,10 @@ int main(int argc, char** argv) {
     if (pipe(signalPipe) != 0) return kExitFailure;
     QSocketNotifier signalled(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&signalled, &QSocketNotifier::activated, [&session] { session.Stop(); });
-    std::signal(SIGINT, OnSignal);
-    std::signal(SIGTERM, OnSignal);
-    if (!session.Start()) return kExitFailure;
-    return QCoreApplication::exec();
+    // Closing the bot's terminal ends it as an interruption does.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, OnSignal);
+    const int code = session.Start() ? QCoreApplication::exec() : kExitFailure;
+    // The router's port is given back on a thread that ends with the process: it gets its bound.
+    kelvane::AwaitGiveBacks();
+    return code;
 }

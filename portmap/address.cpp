@@ -63,6 +63,37 @@ bool IsPrivateOrShared(const std::string& ipv4) {
     return in(0x0A000000, 8) || in(0xAC100000, 12) || in(0xC0A80000, 16) || in(0x64400000, 10);
 }
 
+namespace {
+
+// An outside address that cannot be anybody's way in: unreadable, unspecified, this machine's
+// own, link-local, multicast or the broadcast address.
+bool NoWayIn(const std::string& address) {
+    in_addr v4{};
+    if (inet_pton(AF_INET, address.c_str(), &v4) == 1) {
+        const std::uint32_t a = ntohl(v4.s_addr);
+        const std::uint32_t top = a >> 24;
+        return top == 0 || top == 127 || (a >> 16) == 0xA9FE || top >= 224;
+    }
+    in6_addr v6{};
+    if (inet_pton(AF_INET6, address.c_str(), &v6) != 1) return true;
+    if (IN6_IS_ADDR_V4MAPPED(&v6)) {
+        char mapped[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, &v6.s6_addr[12], mapped, sizeof mapped);
+        return NoWayIn(mapped);
+    }
+    return IN6_IS_ADDR_UNSPECIFIED(&v6) || IN6_IS_ADDR_LOOPBACK(&v6) ||
+           IN6_IS_ADDR_LINKLOCAL(&v6) || IN6_IS_ADDR_MULTICAST(&v6);
+}
+
+}  // namespace
+
+DoorOutcome JudgeDoor(const DoorReport& r) {
+    if (r.outsidePort < 1 || r.outsidePort > 65535 || r.leaseSeconds <= 0 ||
+        NoWayIn(r.outsideAddress))
+        return DoorOutcome::kNoDoor;
+    return IsPrivateOrShared(r.outsideAddress) ? DoorOutcome::kShared : DoorOutcome::kOpen;
+}
+
 std::string DoorSentence(const DoorReport& r) {
     const std::string address = FormatServerAddress(r.outsideAddress, r.outsidePort);
     switch (r.outcome) {
@@ -78,6 +109,13 @@ std::string DoorSentence(const DoorReport& r) {
             return "The router's own outside address " + r.outsideAddress +
                    " is private or shared (a second router or the provider's), so players "
                    "outside cannot reach this machine this way.";
+        case DoorOutcome::kNoDoor:
+            return "The router said yes but did not open a door players outside can reach; "
+                   "players on this network can still connect.";
+        case DoorOutcome::kLost:
+            return "The router stopped forwarding the game's port (renewing it failed), so players "
+                   "in other homes can no longer reach this machine; players on this network can "
+                   "still connect.";
         case DoorOutcome::kRefused:
             return "The router refused to forward the game's port; players on this network can "
                    "still connect.";

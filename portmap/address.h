@@ -35,8 +35,10 @@ bool IsPrivateOrShared(const std::string& ipv4);
 enum class DoorOutcome {
     kOpen,      // forwarded: players outside reach outsideAddress:outsidePort
     kShared,    // forwarded, but the router's own outside address is private or shared
+    kNoDoor,    // the router said yes, but to nothing a player outside could reach
     kRefused,   // a router answered and would not forward the port
     kNoAnswer,  // no router answered in time
+    kLost,      // forwarded until the router stopped renewing the lease
 };
 
 struct DoorReport {
@@ -44,8 +46,15 @@ struct DoorReport {
     std::string outsideAddress;
     int outsidePort = 0;
     int insidePort = 0;
-    std::string method;  // "UPnP" or "NAT-PMP", when a router answered
+    std::string method;    // "UPnP" or "NAT-PMP", when a router answered
+    int leaseSeconds = 0;  // how long the router said it keeps the forwarding
 };
+
+// What a router's yes is worth. Only an outside address someone on the internet can type, a real
+// port and a lease that has not already run out make a door (kOpen); an address that is private
+// or shared makes kShared; anything else the router may say (no address, this machine's own,
+// link-local, multicast, a port or a lease of 0) is kNoDoor, never an address to give a friend.
+DoorOutcome JudgeDoor(const DoorReport& report);
 
 // One sentence for the player about what the router said.
 std::string DoorSentence(const DoorReport& report);

@@ -9,6 +9,7 @@
 #include <sys/select.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 
 #include "portmap/address.h"
@@ -31,10 +32,6 @@ constexpr std::chrono::milliseconds kUpnpListen{1000};
 int MsLeft(Clock::time_point deadline) {
     return static_cast<int>(std::max<long>(
         0, std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count()));
-}
-
-DoorOutcome Judged(const std::string& outside) {
-    return IsPrivateOrShared(outside) ? DoorOutcome::kShared : DoorOutcome::kOpen;
 }
 
 int AddUpnp(const Mapping& m, int leaseSeconds) {
@@ -92,7 +89,9 @@ std::optional<Granted> AskUpnp(int port, int leaseSeconds, Clock::time_point dea
         if (rc == kConflictInMappingEntry) continue;
         if (rc != 0) break;
         granted.mapping = m;
-        granted.report = {Judged(outside), outside, m.outsidePort, port, "UPnP"};
+        // A UPnP router that takes the request keeps the lease asked for.
+        granted.report = {DoorOutcome::kOpen, outside, m.outsidePort, port, "UPnP", leaseSeconds};
+        granted.report.outcome = JudgeDoor(granted.report);
         break;
     }
     return granted;
@@ -124,7 +123,13 @@ DoorOutcome NatPmpFailure(int rc) {
                : DoorOutcome::kNoAnswer;
 }
 
-int MapNatPmp(const Mapping& m, int leaseSeconds, int& outsidePort, Clock::time_point deadline) {
+// What a NAT-PMP router granted: the outside port and for how long.
+struct NatPmpGrant {
+    int outsidePort = 0;
+    int leaseSeconds = 0;
+};
+
+int MapNatPmp(const Mapping& m, int leaseSeconds, NatPmpGrant& grant, Clock::time_point deadline) {
     natpmp_t n{};
     if (initnatpmp(&n, 1, m.gateway) < 0) return NATPMP_ERR_SOCKETERROR;
     natpmpresp_t response{};
@@ -132,7 +137,10 @@ int MapNatPmp(const Mapping& m, int leaseSeconds, int& outsidePort, Clock::time_
                                        static_cast<uint16_t>(m.outsidePort),
                                        static_cast<uint32_t>(leaseSeconds));
     if (rc >= 0) rc = AwaitNatPmp(n, response, deadline);
-    if (rc >= 0) outsidePort = response.pnu.newportmapping.mappedpublicport;
+    if (rc >= 0)
+        grant = {response.pnu.newportmapping.mappedpublicport,
+                 static_cast<int>(
+                     std::min<std::uint32_t>(response.pnu.newportmapping.lifetime, 0x7fffffff))};
     closenatpmp(&n);
     return rc;
 }
@@ -158,15 +166,18 @@ Granted AskNatPmp(int port, int leaseSeconds, Clock::time_point deadline) {
     inet_ntop(AF_INET, &response.pnu.publicaddress.addr, outside, sizeof outside);
     granted.report.method = "NAT-PMP";
     // The router chooses another outside port itself when ours is another machine's.
-    int granted_port = 0;
-    rc = MapNatPmp(m, leaseSeconds, granted_port, deadline);
+    NatPmpGrant grant;
+    rc = MapNatPmp(m, leaseSeconds, grant, deadline);
     if (rc < 0) {
         granted.report.outcome = NatPmpFailure(rc);
         return granted;
     }
-    m.outsidePort = granted_port;
+    // Whatever the router answered is held until given back, even an answer that is no door.
+    if (grant.outsidePort != 0) m.outsidePort = grant.outsidePort;
     granted.mapping = m;
-    granted.report = {Judged(outside), outside, granted_port, port, "NAT-PMP"};
+    granted.report = {DoorOutcome::kOpen, outside,           grant.outsidePort, port,
+                      "NAT-PMP",          grant.leaseSeconds};
+    granted.report.outcome = JudgeDoor(granted.report);
     return granted;
 }
 
@@ -180,10 +191,9 @@ Granted AskRouter(int port, int leaseSeconds, Clock::time_point deadline) {
 bool RenewMapping(const Mapping& mapping, int leaseSeconds) {
     if (mapping.by == Mapping::By::kUpnp) return AddUpnp(mapping, leaseSeconds) == 0;
     if (mapping.by != Mapping::By::kNatPmp) return false;
-    int outsidePort = 0;
-    const int rc =
-        MapNatPmp(mapping, leaseSeconds, outsidePort, Clock::now() + std::chrono::seconds(3));
-    return rc >= 0 && outsidePort == mapping.outsidePort;
+    NatPmpGrant grant;
+    const int rc = MapNatPmp(mapping, leaseSeconds, grant, Clock::now() + kRouterBound);
+    return rc >= 0 && grant.outsidePort == mapping.outsidePort && grant.leaseSeconds > 0;
 }
 
 void GiveBack(const Mapping& mapping) {
@@ -193,8 +203,8 @@ void GiveBack(const Mapping& mapping) {
                                outside.c_str(), "TCP", nullptr);
     } else if (mapping.by == Mapping::By::kNatPmp) {
         // A lifetime of 0 deletes the mapping.
-        int outsidePort = 0;
-        MapNatPmp(mapping, 0, outsidePort, Clock::now() + std::chrono::seconds(1));
+        NatPmpGrant grant;
+        MapNatPmp(mapping, 0, grant, Clock::now() + kGiveBackBound);
     }
 }
 

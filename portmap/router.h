@@ -9,6 +9,11 @@
 
 namespace kelvane {
 
+// The router is given about this long to answer: play on the home network never waits for it.
+inline constexpr std::chrono::seconds kRouterBound{3};
+// Giving the port back is waited for this long at most, also when the program ends.
+inline constexpr std::chrono::seconds kGiveBackBound{2};
+
 // A forwarding the router granted, with what it takes to renew it and give it back.
 struct Mapping {
     enum class By { kNone, kUpnp, kNatPmp } by = By::kNone;
@@ -33,7 +38,9 @@ Granted AskRouter(int port, int leaseSeconds, std::chrono::steady_clock::time_po
 // Asks for the same forwarding again before its lease runs out; false when the router refused.
 bool RenewMapping(const Mapping& mapping, int leaseSeconds);
 
-// Deletes the forwarding from the router.
+// Deletes the forwarding from the router. NAT-PMP stops waiting for its answer after
+// kGiveBackBound; UPnP's own timeouts bound the exchange, so never wait for it on the window's
+// thread.
 void GiveBack(const Mapping& mapping);
 
 }  // namespace kelvane

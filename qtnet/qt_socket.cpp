@@ -309,6 +309,10 @@ std::unique_ptr<RouterLease> QtSocket::OpenRouter(int port,
     return std::make_unique<Door>(port, std::move(tell));
 }
 
+bool QtSocket::AwaitRouterGiveBacks() {
+    return AwaitGiveBacks();
+}
+
 void QtSocket::SetConnectTimeout(std::chrono::milliseconds timeout) {
     connectTimer_.setInterval(timeout);
 }

@@ -45,6 +45,7 @@ class QtSocket : public QObject, public WindowSocket {
     std::string GlobalIPv6Address() override;
     std::unique_ptr<RouterLease> OpenRouter(int port,
                                             std::function<void(const DoorReport&)> tell) override;
+    bool AwaitRouterGiveBacks() override;
     // How long a connection attempt may take before it counts as failed.
     void SetConnectTimeout(std::chrono::milliseconds timeout);
 

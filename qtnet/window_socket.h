@@ -44,6 +44,13 @@ class WindowSocket : public Socket {
     // what the router said.
     virtual std::unique_ptr<RouterLease> OpenRouter(
         int port, std::function<void(const DoorReport&)> tell) = 0;
+    // Waits, for a bounded while, until the router has taken back every port this program's
+    // leases gave up; false when it has not answered by then. Called on the way out, since the
+    // giving back happens on threads that end with the process.
+    virtual bool AwaitRouterGiveBacks() { return true; }
+    // Empty when sessions can be started; otherwise the one sentence that tells the player why
+    // not (a program without its network side).
+    virtual std::string SessionsUnavailable() { return {}; }
 };
 
 }  // namespace kelvane

@@ -214,7 +214,7 @@ void Form1::closeEvent(QCloseEvent* event) {
     bool cancel = false;
     Procedure("Form_Unload", [&](Steps& steps) {
         steps([&] {
-            if (table_->ended()) return;
+            if (table_->ended() || endWithoutQuestion_) return;
             const int index = table_->state().Role == kRoleServer ? 1 : 0;
             if (socket_.State(index) != kSocketConnected) return;
             cancel = !ShowBox(QuitBox());
@@ -236,6 +236,13 @@ void Form1::closeEvent(QCloseEvent* event) {
     event->accept();
 }
 
+void Form1::EndAsQuit() {
+    endWithoutQuestion_ = true;
+    close();
+    // Also out of a box that is waiting for an answer: every event loop ends.
+    QApplication::quit();
+}
+
 void Form1::CloseWindow() {
     // The engine asks from inside a handler; the window goes once that handler has returned.
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
@@ -254,8 +261,9 @@ void Form1::ShowListening(const std::string& localAddress) {
     StartHosting();
     // A friend on this network needs only this machine's address: "Copy Address" gives it when
     // neither the router nor IPv6 offers one that reaches further.
+    homeAddress_ = FormatServerAddress(localAddress, socket_.LocalPort(0));
     if (friendAddress_.empty()) {
-        friendAddress_ = FormatServerAddress(localAddress, socket_.LocalPort(0));
+        friendAddress_ = homeAddress_;
         mnuCopyAddress_->setEnabled(true);
     }
     ShowHostingLine();
@@ -401,6 +409,7 @@ std::string Form1::AskHost() {
 }
 
 void Form1::PlayAgainstComputer(int level) {
+    if (!NetworkReady()) return;
     EnableSessionMenus(false);
     computer_ = std::make_unique<ComputerOpponent>();
     connect(computer_.get(), &ComputerOpponent::listening, this, [this](int port) {
@@ -450,6 +459,8 @@ void Form1::EndProgram() {
     // The report was put on the clipboard for the player to paste. On X11 the clipboard lives in
     // its owner, so it is handed to the desktop's clipboard keeper first, as an orderly exit would.
     HandOverClipboard();
+    // The router's port is not left open behind us.
+    GiveBackDoorNow();
     // No further handler may run, not even the quit question; the connection drops with us.
     std::_Exit(EXIT_FAILURE);
 }

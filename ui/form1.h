@@ -63,6 +63,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QStringList historyLines() const;
     QDockWidget* historyPanel() const { return history_; }
 
+    // Ends the program as Quit does, without the question nobody is there to answer: the
+    // desktop's session ends, the terminal closes, or the program is told to stop.
+    void EndAsQuit();
+
     // Brings the window inside the screen area it may use, keeping its place when it fits. The
     // window opens at the design size unless the screen is smaller.
     void FitInto(const QRect& available);
@@ -161,6 +165,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     // The line below the status while serving: the router's answer, or this network's address.
     void ShowHostingLine();
     void PlaceBesideScores();
+    // False, having told the player why, when no session can start (the network side is missing).
+    bool NetworkReady();
+    // Gives the router's port back before the program ends on the spot, waiting a bounded while.
+    void GiveBackDoorNow();
     // What the player typed for a server: the host to connect to, its port given to the table.
     std::string TakeAddress(const std::string& typed);
     void ForgetTypedPort();
@@ -248,12 +256,14 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::string peerTip_;                // the opponent's program, once it has announced itself
     std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer
     std::string friendAddress_;          // what "Copy Address" copies
+    std::string homeAddress_;            // this machine's, for a friend on its network
     std::size_t convoBytes_ = 0;         // the transcript's size the chat view shows
     bool portFromAddress_ = false;       // the table's port was taken from a typed address
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;
     bool closing_ = false;
+    bool endWithoutQuestion_ = false;
     bool shown_ = false;
 };
 

@@ -215,11 +215,13 @@ void Form1::BuildMenus() {
     mnuAbout_ = add(help, "mnuAbout", "&No Help For You!");
 
     connect(mnuServer_, &QAction::triggered, this, [this] {
+        if (!NetworkReady()) return;
         ForgetTypedPort();
         table_->WatchOpponent(false);
         table_->mnuServer_Click();
     });
     connect(mnuClient_, &QAction::triggered, this, [this] {
+        if (!NetworkReady()) return;
         table_->WatchOpponent(false);
         table_->mnuClient_Click();
     });

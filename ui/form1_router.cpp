@@ -4,7 +4,7 @@
 
 #include <QAction>
 #include <QMenu>
-#include <numeric>
+#include <QStringList>
 
 #include "portmap/address.h"
 #include "qtnet/window_socket.h"
@@ -72,6 +72,14 @@ void Form1::ShowRouterReport(const DoorReport& report) {
     hostTips_.push_back(DoorSentence(report));
     AddHistory(hostTips_.back());
     ShowStatusTip();
+    if (report.outcome == DoorOutcome::kLost) {
+        // The router's address leads nowhere now; the IPv6 one, if any, still does, and this
+        // network's always does for a friend on it.
+        const std::string v6 = socket_.GlobalIPv6Address();
+        friendAddress_ = v6.empty() ? homeAddress_ : FormatServerAddress(v6, report.insidePort);
+        mnuCopyAddress_->setEnabled(!friendAddress_.empty());
+        ShowHostingLine();
+    }
     if (report.outcome != DoorOutcome::kOpen) return;
     // The router's address reaches a friend with IPv4 as well as with IPv6: it is the one to give.
     friendAddress_ = FormatServerAddress(report.outsideAddress, report.outsidePort);
@@ -81,12 +89,29 @@ void Form1::ShowRouterReport(const DoorReport& report) {
 void Form1::ShowStatusTip() {
     std::vector<std::string> lines = hostTips_;
     if (!peerTip_.empty()) lines.insert(lines.begin(), peerTip_);
-    const std::string tip = std::accumulate(lines.begin(), lines.end(), std::string(),
-                                            [](const std::string& all, const std::string& line) {
-                                                return all.empty() ? line : all + "\n" + line;
-                                            });
-    lblStatus_->setToolTip(QString::fromStdString(tip));
+    // A tooltip takes markup, and the opponent's program names itself: every line is shown as
+    // the text it is, each on a line of its own.
+    QStringList shown;
+    for (const std::string& line : lines)
+        shown << QString::fromStdString(line).toHtmlEscaped().replace('\n', QStringLiteral("<br>"));
+    lblStatus_->setToolTip(shown.isEmpty() ? QString()
+                                           : "<qt>" + shown.join(QStringLiteral("<br>")) + "</qt>");
     ShowHostingLine();
+}
+
+bool Form1::NetworkReady() {
+    const std::string why = socket_.SessionsUnavailable();
+    if (why.empty()) return true;
+    AddHistory(why);
+    EnableSessionMenus(true);
+    ShowBox({why, Buttons::kOk, Icon::kExclamation, ""});
+    return false;
+}
+
+void Form1::GiveBackDoorNow() {
+    ++doorsOpened_;
+    door_.reset();
+    socket_.AwaitRouterGiveBacks();
 }
 
 std::string Form1::TakeAddress(const std::string& typed) {

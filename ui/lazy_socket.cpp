@@ -2,6 +2,7 @@
 #include "ui/lazy_socket.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <utility>
 
 #include "game/failure.h"
@@ -23,9 +24,26 @@ void LazySocket::ListenOn(const std::string& address) {
     if (real_) real_->ListenOn(address);
 }
 
+std::string LazySocket::SessionsUnavailable() {
+    if (Load()) return {};
+    // The loader's own words name symbols and libraries the player cannot act on; the file, its
+    // place and the repair are what he needs.
+    const QString where = modules_.isEmpty() ? QString() : modules_.front();
+    return "No session can start: the game's network part " +
+           QFileInfo(where).fileName().toStdString() + " is missing or damaged in " +
+           QFileInfo(where).absolutePath().toStdString() +
+           "; reinstalling the kelvane package repairs it.";
+}
+
 WindowSocket& LazySocket::Real() {
-    if (real_) return *real_;
-    QStringList why;
+    // The window asks SessionsUnavailable before any session; a broken installation reaching
+    // here all the same is a fault of the window's, for the error reporter.
+    if (!Load()) throw Failure(kInternalError, SessionsUnavailable());
+    return *real_;
+}
+
+bool LazySocket::Load() {
+    if (real_) return true;
     for (const QString& path : modules_) {
         library_.setFileName(path);
         using NewSocket = WindowSocket* (*)();
@@ -33,12 +51,8 @@ WindowSocket& LazySocket::Real() {
             real_.reset(make());
             break;
         }
-        why << library_.errorString();
     }
-    // A broken installation: the error reporter names what was missing.
-    if (!real_)
-        throw Failure(kInternalError, "The game's network side could not be loaded: " +
-                                          why.join(QStringLiteral("; ")).toStdString());
+    if (!real_) return false;
     real_->ListenOn(listenOn_);
     real_->onConnectionRequest = [this](int index, long requestId) {
         if (onConnectionRequest) onConnectionRequest(index, requestId);
@@ -55,7 +69,7 @@ WindowSocket& LazySocket::Real() {
     real_->onConnected = [this](int index) {
         if (onConnected) onConnected(index);
     };
-    return *real_;
+    return true;
 }
 
 }  // namespace kelvane

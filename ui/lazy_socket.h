@@ -49,11 +49,16 @@ class LazySocket : public WindowSocket {
                                             std::function<void(const DoorReport&)> tell) override {
         return Real().OpenRouter(port, std::move(tell));
     }
+    bool AwaitRouterGiveBacks() override { return !real_ || real_->AwaitRouterGiveBacks(); }
+    // Loads the network side if it is not loaded yet: empty when it is there, or else the
+    // sentence that tells the player what is missing and how to repair it.
+    std::string SessionsUnavailable() override;
 
     bool loaded() const { return real_ != nullptr; }
 
   private:
     WindowSocket& Real();
+    bool Load();
 
     QStringList modules_;
     std::string listenOn_;

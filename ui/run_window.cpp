@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/run_window.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QApplication>
 #include <QEvent>
 #include <QIcon>
 #include <QPointer>
+#include <QSocketNotifier>
+#include <csignal>
+#include <memory>
 
 #include "ui/deck.h"
 #include "ui/fonts.h"
@@ -41,6 +47,30 @@ class IconAfterFirstFrame : public QObject {
     QPointer<QWidget> window_;
 };
 
+// A signal handler may only write a byte; the event loop reads it and ends the window there,
+// where destructors and the router's give-back can run.
+int endPipe[2] = {-1, -1};
+
+void OnEndSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] const auto written = write(endPipe[1], &byte, 1);
+}
+
+// Closing the terminal, the desktop's session ending, Ctrl+C and a plain kill each end the game
+// as its Quit does: the opponent hears a quit and the router takes its port back.
+void EndOnSignals(Form1& window) {
+    if (pipe2(endPipe, O_CLOEXEC) != 0) return;
+    auto* notifier = new QSocketNotifier(endPipe[0], QSocketNotifier::Read, &window);
+    QObject::connect(notifier, &QSocketNotifier::activated, &window, [&window, notifier] {
+        notifier->setEnabled(false);
+        window.EndAsQuit();
+    });
+    struct sigaction action {};
+    action.sa_handler = OnEndSignal;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+}
+
 }  // namespace
 
 void UseTheWindowsFace() {
@@ -56,11 +86,16 @@ int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>&
     UseTheWindowsFace();
     Deck deck;
     LazySocket socket(LazySocket::DefaultModules());
-    Form1 window(socket, deck);
-    const IconAfterFirstFrame icon(window);
-    if (beforeShow) beforeShow(window);
-    window.show();
-    return QApplication::exec();
+    auto window = std::make_unique<Form1>(socket, deck);
+    const IconAfterFirstFrame icon(*window);
+    EndOnSignals(*window);
+    if (beforeShow) beforeShow(*window);
+    window->show();
+    const int code = QApplication::exec();
+    window.reset();
+    // The threads giving the router's port back end with the process: they get their bound.
+    socket.AwaitRouterGiveBacks();
+    return code;
 }
 
 }  // namespace kelvane

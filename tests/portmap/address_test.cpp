@@ -47,5 +47,56 @@ TEST(ServerAddress, OnlyPrivateAndSharedIPv4AddressesAreUnreachableFromOutside) 
         EXPECT_FALSE(IsPrivateOrShared(outside)) << outside;
 }
 
+// A router's yes is judged before a player is told an address to give: only what someone on the
+// internet can type, with a real port and a lease still running, is a door.
+TEST(RouterAnswer, OnlyAReachableAddressWithAPortAndALeaseIsADoor) {
+    struct Answer {
+        const char* address;
+        int port;
+        int lease;
+        DoorOutcome judged;
+    };
+    const Answer answers[] = {
+        {"203.0.113.7", 8895, 3600, DoorOutcome::kOpen},
+        {"11.22.33.1", 8896, 1, DoorOutcome::kOpen},
+        {"2001:db8::7", 8895, 3600, DoorOutcome::kOpen},
+        {"::ffff:203.0.113.7", 8895, 3600, DoorOutcome::kOpen},
+        {"192.168.1.1", 8895, 3600, DoorOutcome::kShared},
+        {"100.64.0.1", 8895, 3600, DoorOutcome::kShared},
+        // unspecified
+        {"0.0.0.0", 8895, 3600, DoorOutcome::kNoDoor},
+        {"0.1.2.3", 8895, 3600, DoorOutcome::kNoDoor},
+        {"::", 8895, 3600, DoorOutcome::kNoDoor},
+        // this machine's own
+        {"127.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
+        {"127.255.0.9", 8895, 3600, DoorOutcome::kNoDoor},
+        {"::1", 8895, 3600, DoorOutcome::kNoDoor},
+        {"::ffff:127.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
+        // link-local
+        {"169.254.3.4", 8895, 3600, DoorOutcome::kNoDoor},
+        {"fe80::1", 8895, 3600, DoorOutcome::kNoDoor},
+        // multicast, reserved, broadcast
+        {"224.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
+        {"239.255.255.250", 8895, 3600, DoorOutcome::kNoDoor},
+        {"240.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
+        {"255.255.255.255", 8895, 3600, DoorOutcome::kNoDoor},
+        {"ff02::1", 8895, 3600, DoorOutcome::kNoDoor},
+        // unreadable
+        {"", 8895, 3600, DoorOutcome::kNoDoor},
+        {"203.0.113", 8895, 3600, DoorOutcome::kNoDoor},
+        {"router.example", 8895, 3600, DoorOutcome::kNoDoor},
+        {"203.0.113.7 ", 8895, 3600, DoorOutcome::kNoDoor},
+        // no port, no lease
+        {"203.0.113.7", 0, 3600, DoorOutcome::kNoDoor},
+        {"203.0.113.7", 65536, 3600, DoorOutcome::kNoDoor},
+        {"203.0.113.7", 8895, 0, DoorOutcome::kNoDoor},
+    };
+    for (const Answer& a : answers) {
+        const DoorReport report{DoorOutcome::kOpen, a.address, a.port, 8895, "UPnP", a.lease};
+        EXPECT_EQ(JudgeDoor(report), a.judged)
+            << "'" << a.address << "' port " << a.port << " lease " << a.lease;
+    }
+}
+
 }  // namespace
 }  // namespace kelvane

@@ -4,11 +4,14 @@
 # router (NAT with nftables, miniupnpd answering UPnP IGD and NAT-PMP) and a far player on the
 # "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
 # games through the router's forwarding, and the router is checked to hold none once a bot has
-# gone.
-#   router_lab.sh BOT [WINDOW_TESTS]    exits 77 (skipped) without root or the tools
+# gone. A NAT-PMP router with odd answers (odd_router.py) is never told as a door. Every way a
+# program ends that can still run code (the bot's and the window's signals, the window's Quit and
+# its "No" to a program-error report) leaves no mapping on the router.
+#   router_lab.sh BOT [WINDOW_TESTS LAB_WINDOW]    exits 77 (skipped) without root or the tools
 set -uo pipefail
 bot=$1
 window_tests=${2:-}
+lab_window=${3:-}
 here=$(dirname "$0")
 # shellcheck source=router_lab_net.sh
 source "$here/router_lab_net.sh"
@@ -17,6 +20,8 @@ source "$here/router_lab_net.sh"
 bot_in() {
     local name=$1 ns=$2
     shift 2
+    # Gone before the start: the shell opens the new files only in the background job.
+    rm -f "$dir/$name.out" "$dir/$name.err"
     ip netns exec "$ns" timeout 20 "$bot" --delay 0 --level 1 --seed 7 "$@" \
         >"$dir/$name.out" 2>"$dir/$name.err" &
     eval "${name}_pid=$!"
@@ -25,10 +30,131 @@ bot_in() {
 # NAME PATTERN SECONDS: the line of NAME's standard error matching PATTERN.
 await_line() {
     for _ in $(seq $(($3 * 10))); do
-        grep -m1 -E "$2" "$dir/$1.err" && return
+        grep -m1 -E "$2" "$dir/$1.err" 2>/dev/null && return
         sleep 0.1
     done
     fail "$1 never said /$2/ within $3 s"
+}
+
+# PID SECONDS WHAT: the program's exit status, or a failure once it has not ended within SECONDS.
+ended_within() {
+    for _ in $(seq $(($2 * 10))); do
+        kill -0 "$1" 2>/dev/null || { wait "$1"; return; }
+        sleep 0.1
+    done
+    kill -KILL "$1" 2>/dev/null
+    fail "$3: still running $2 s after it was told to end"
+}
+
+# The serving bot ended by each signal a terminal or a desktop sends: the mapping goes with it.
+bot_signals() {
+    local signal status
+    for signal in TERM INT HUP; do
+        # Started straight, not under timeout(1), so that the signal is the bot's own.
+        rm -f "$dir/signalled.err"
+        ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
+            >"$dir/signalled.out" 2>"$dir/signalled.err" &
+        signalled_pid=$!
+        await_line signalled "players in other homes" 5 >/dev/null
+        [ "$(mappings)" -ge 1 ] || fail "bot $signal: the router holds no mapping while serving"
+        kill -"$signal" "$signalled_pid"
+        ended_within "$signalled_pid" 5 "bot $signal"
+        status=$?
+        # Stopped, not done: the bot's status for a game it did not finish.
+        [ "$status" -eq 1 ] || fail "bot $signal: ended with status $status"
+        [ "$(mappings)" -eq 0 ] || fail "bot $signal: a mapping is left after the bot ended"
+        echo "bot $signal: given back"
+    done
+}
+
+# HOW [FAR]: the window serving as the program runs it, ended by HOW (quit, no, or a signal's
+# name), with a far player in the game first when FAR is given. Nothing is left on the router.
+window_ends() {
+    local how=$1 far_game=${2:-} mode=wait status
+    case $how in quit | no) mode=$how ;; esac
+    rm -f "$dir/go" "$dir/win.err"
+    ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" "$mode" "$dir/go" \
+        >"$dir/win.out" 2>"$dir/win.err" &
+    window_pid=$!
+    await_line win "players in other homes" 8 >/dev/null
+    if [ -n "$far_game" ]; then
+        rm -f "$dir/far.err"
+        ip netns exec "$far" timeout 20 "$bot" --delay 300 --level 1 --connect $outside \
+            >"$dir/far.out" 2>"$dir/far.err" &
+        far_pid=$!
+        await_line far "playing " 5 >/dev/null
+    fi
+    [ "$(mappings)" -ge 1 ] || fail "window $how: the router holds no mapping while serving"
+    if [ "$mode" = wait ]; then kill -"$how" "$window_pid"; else touch "$dir/go"; fi
+    ended_within "$window_pid" 8 "window $how${far_game:+ mid-game}"
+    status=$?
+    case $how in
+        no) [ "$status" -eq 1 ] || fail "window no: ended with status $status, not at once" ;;
+        *) [ "$status" -eq 0 ] || fail "window $how: ended with status $status" ;;
+    esac
+    [ "$(mappings)" -eq 0 ] || fail "window $how: a mapping is left after the window ended"
+    if [ -n "$far_game" ]; then
+        ended_within "$far_pid" 10 "the far player of window $how"
+        grep -q "Your opponent left." "$dir/far.out" || fail "window $how: the far player was not told"
+    fi
+    echo "window $how${far_game:+ mid-game}: given back"
+}
+
+# bot|window: the router is slow to take the port back (frozen while the program ends), and the
+# program waits for it, within the give-back's bound, rather than leave with the port open.
+slow_give_back() {
+    local who=$1 pid
+    if [ "$who" = bot ]; then
+        rm -f "$dir/signalled.err"
+        ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
+            >"$dir/signalled.out" 2>"$dir/signalled.err" &
+        pid=$!
+        await_line signalled "players in other homes" 5 >/dev/null
+    else
+        rm -f "$dir/win.err"
+        ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" wait \
+            >"$dir/win.out" 2>"$dir/win.err" &
+        pid=$!
+        await_line win "players in other homes" 8 >/dev/null
+    fi
+    kill -STOP "$daemon"
+    kill -TERM "$pid"
+    sleep 0.5
+    if ! kill -0 "$pid" 2>/dev/null; then
+        kill -CONT "$daemon"
+        fail "$who: ended without waiting for the router to take the port back"
+    fi
+    kill -CONT "$daemon"
+    ended_within "$pid" 5 "$who with a slow router"
+    [ "$(mappings)" -eq 0 ] || fail "$who: a mapping is left after a slow give-back"
+    echo "$who: waited for a slow router to take the port back"
+}
+
+# OUTSIDE PORT LIFETIME SAYS: a NAT-PMP router that answers the bot's request with these odd
+# values. The bot says SAYS, never an address to give unless the answer is a door, and gives back
+# at once what is no door.
+odd_answer() {
+    local answer="$1 $2 $3" says=$4
+    rm -f "$dir/odd.log" "$dir/odd.out" "$dir/signalled.err"
+    ip netns exec "$router" python3 "$here/odd_router.py" 192.168.77.1 "$1" "$2" "$3" "$dir/odd.log" \
+        >"$dir/odd.out" 2>&1 &
+    odd_pid=$!
+    for _ in $(seq 50); do grep -q listening "$dir/odd.out" 2>/dev/null && break; sleep 0.1; done
+    ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
+        >"$dir/signalled.out" 2>"$dir/signalled.err" &
+    signalled_pid=$!
+    await_line signalled "router" 5 >/dev/null
+    grep -q "$says" "$dir/signalled.err" || fail "odd answer $answer: not told '$says'"
+    if [ "$says" != "connect to $1." ]; then
+        ! grep -q "connect to" "$dir/signalled.err" || fail "odd answer $answer: told as an address"
+        for _ in $(seq 20); do grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" && break; sleep 0.1; done
+        grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" || fail "odd answer $answer: not given back"
+    fi
+    kill -TERM "$signalled_pid"
+    ended_within "$signalled_pid" 5 "bot after the odd answer $answer"
+    kill "$odd_pid"
+    wait "$odd_pid" 2>/dev/null
+    echo "odd answer $answer: $(grep -o 'The router.*' "$dir/signalled.err")"
 }
 
 # A whole game through the router: the server at home with --open-router, the far player at the
@@ -48,6 +174,8 @@ game_through_router() {  # CASE ROUNDS [HOME_NS]
 }
 
 start_router yes
+bot_signals
+slow_give_back bot
 game_through_router "UPnP" 2
 [ "$(mappings)" -eq 0 ] || fail "UPnP: a mapping is left after the server quit"
 grep -q "for: Kelvane" "$dir/upnpd.log" || fail "UPnP: the mapping's description is not Kelvane"
@@ -78,6 +206,7 @@ echo "lost game: given back"
 start_router no
 game_through_router "NAT-PMP" 1
 [ "$(mappings)" -eq 0 ] || fail "NAT-PMP: a mapping is left after the server quit"
+bot_signals
 
 # Nobody answers: one sentence within the bound, and a player on the home network plays on.
 start_router none
@@ -93,6 +222,20 @@ wait "$server_pid" || fail "no router: the server ended with status $?"
 grep -q "^Round 1:" "$dir/far.out" || fail "no router: the home player did not play"
 echo "no router: told after $elapsed ms, LAN play went on"
 
+if command -v python3 >/dev/null; then
+    no_door="did not open a door"
+    odd_answer $outside 8895 3600 "connect to $outside."
+    odd_answer 0.0.0.0 8895 3600 "$no_door"
+    odd_answer 127.0.0.1 8895 3600 "$no_door"
+    odd_answer 169.254.1.1 8895 3600 "$no_door"
+    odd_answer 224.0.0.1 8895 3600 "$no_door"
+    odd_answer $outside 0 3600 "$no_door"
+    odd_answer $outside 8895 0 "$no_door"
+    odd_answer 192.168.1.1 8895 3600 "private or shared"
+else
+    echo "odd answers: skipped (python3 is not installed)"
+fi
+
 if [ -n "$window_tests" ]; then
     start_router yes
     ip netns exec "$home" env QT_QPA_PLATFORM=offscreen KELVANE_LAB_OUTSIDE=$outside \
@@ -102,5 +245,10 @@ if [ -n "$window_tests" ]; then
     grep -q "PASSED.*1 test" "$dir/window.out" || fail "the window's test did not run"
     echo "window: told the outside address and played a round through it"
     [ "$(mappings)" -eq 0 ] || fail "window: a mapping is left after the window closed"
+    for how in quit TERM INT HUP no; do window_ends "$how"; done
+    window_ends TERM far
+    slow_give_back window
+    start_router no
+    window_ends HUP
 fi
 echo "PASS"

@@ -14,17 +14,21 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QFile>
+#include <QFileInfo>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -441,6 +445,135 @@ TEST_F(RouterWindow, ServingTellsTheOutsideAddressAndAFarPlayerReachesIt) {
     bot.Start("ip", {"netns", "exec", far, KELVANE_BOT_PATH, "--connect", outside, "--rounds", "1",
                      "--delay", "0", "--level", "1"});
     EXPECT_EQ(PlayUntil(bot, [&] { return bot.out().contains("Round 1:"); }), "");
+}
+
+// The socket of the program with the router played by the test: what the window asks the router
+// is answered when the test says.
+class RouterByTest : public QtSocket {
+  public:
+    std::unique_ptr<RouterLease> OpenRouter(int,
+                                            std::function<void(const DoorReport&)> told) override {
+        tell = std::move(told);
+        return std::make_unique<RouterLease>();
+    }
+    std::function<void(const DoorReport&)> tell;
+};
+
+// What the router answers, told from its thread, reaches the history and the status line's
+// tooltip; only an open door is copied as the address to give, and a door lost later, its lease
+// no longer renewed, is told and no longer copied.
+TEST(WindowServingBehindARouter, OnlyAnOpenDoorIsGivenAndALostOneIsTold) {
+    Deck deck;
+    RouterByTest socket;
+    const std::string v6 = socket.GlobalIPv6Address();
+    test::UnattendedWindow window(socket, deck);
+    window.action("mnuOpenRouter")->setChecked(true);
+    QAction* copy = window.action("mnuCopyAddress");
+    const DoorReport open{DoorOutcome::kOpen, "203.0.113.7", 8896, 8895, "UPnP", 3600};
+    DoorReport lost = open, noDoor = open, shared = open;
+    lost.outcome = DoorOutcome::kLost;
+    noDoor.outsideAddress = "0.0.0.0";
+    noDoor.outcome = DoorOutcome::kNoDoor;
+    shared.outsideAddress = "192.168.1.1";
+    shared.outcome = DoorOutcome::kShared;
+    // The router's answers in turn, and the address copied after each ("" for the one a friend
+    // on this network reaches when no other does).
+    const std::vector<std::pair<std::vector<DoorReport>, std::string>> hostings = {
+        {{open}, "203.0.113.7:8896"},
+        {{open, lost}, v6},
+        {{noDoor}, v6},
+        {{shared}, v6},
+    };
+    for (auto [answers, copied] : hostings) {
+        const quint16 port = test::FreePort();
+        window.table().UsePort(port);
+        window.table().mnuServer_Click();
+        if (copied.empty()) copied = FormatServerAddress(socket.LocalIP(0), port);
+        ASSERT_TRUE(socket.tell) << "serving did not ask the router";
+        for (const DoorReport& answer : answers) {
+            std::thread([&] { socket.tell(answer); }).join();
+            QCoreApplication::processEvents();
+            EXPECT_EQ(window.historyLines().back().toStdString(), DoorSentence(answer));
+            EXPECT_TRUE(
+                window.label("lblStatus")
+                    ->toolTip()
+                    .contains(QString::fromStdString(DoorSentence(answer)).toHtmlEscaped()));
+        }
+        EXPECT_EQ(copy->isEnabled(), !copied.empty()) << DoorSentence(answers.back());
+        copy->trigger();
+        if (!copied.empty()) {
+            EXPECT_EQ(QApplication::clipboard()->text().toStdString(), copied);
+        }
+        // The session ends; a late answer of its door is not shown.
+        socket.Close(0);
+        window.EnableSessionMenus(true);
+        const QStringList before = window.historyLines();
+        std::thread([&] { socket.tell(open); }).join();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(window.historyLines(), before);
+        socket.tell = nullptr;
+    }
+    EXPECT_TRUE(window.failures.empty()) << window.failures.front();
+}
+
+// A window whose network side is missing or damaged (a broken installation): each command that
+// starts a session says so in one sentence that names the file and the repair, and never as a
+// program-error report; the window stays on the empty table with every session command enabled.
+TEST(WindowWithoutItsNetworkSide, SaysWhatIsMissingAndKeepsEverySessionCommand) {
+    QTemporaryDir scratch;
+    const QString damaged = scratch.filePath("kelvane-network.so");
+    QFile garbage(damaged);
+    ASSERT_TRUE(garbage.open(QIODevice::WriteOnly) && garbage.write("not a library") > 0);
+    garbage.close();
+    for (const QString& module : {scratch.filePath("nowhere/kelvane-network.so"), damaged}) {
+        SCOPED_TRACE(module.toStdString());
+        Deck deck;
+        LazySocket socket(QStringList{module});
+        test::UnattendedWindow window(socket, deck);
+        const QString status = window.label("lblStatus")->text();
+        for (const char* command : {"mnuServer", "mnuClient", "mnuComputerLevel1"}) {
+            window.boxes.clear();
+            window.action(command)->trigger();
+            ASSERT_EQ(window.boxes.size(), 1u) << command;
+            const std::string& told = window.boxes.front();
+            EXPECT_NE(told.find(" kelvane-network.so is missing or damaged in " +
+                                QFileInfo(module).absolutePath().toStdString()),
+                      std::string::npos)
+                << told;
+            EXPECT_NE(told.find("reinstalling the kelvane package repairs it."), std::string::npos)
+                << told;
+            EXPECT_EQ(window.historyLines().back().toStdString(), told);
+            for (const char* session : {"mnuServer", "mnuClient", "mnuComputer"})
+                EXPECT_TRUE(window.action(session)->isEnabled()) << command << " " << session;
+        }
+        EXPECT_TRUE(window.failures.empty()) << window.failures.front();
+        EXPECT_EQ(window.label("lblStatus")->text(), status);
+        EXPECT_FALSE(socket.loaded());
+    }
+}
+
+// The opponent's program names itself, and the status line's tooltip shows that name beside the
+// router's answer: the player sees the text as it came, never as markup, line by line.
+TEST(WindowStatusTip, ThePeersProgramNameIsShownAsTheTextItIs) {
+    Deck deck;
+    LazySocket socket(QStringList{KELVANE_NETWORK_MODULE});
+    test::UnattendedWindow window(socket, deck);
+    const std::string names[] = {
+        "<font color=red size=7>UPDATE NOW: http://x.io</font>",
+        "kelvane 1.0.42\nsecond line & <b>more</b>",
+        "<qt>plain &amp; simple",
+    };
+    for (const std::string& name : names) {
+        window.ShowPeerProgram(name);
+        const QString tip = window.label("lblStatus")->toolTip();
+        // How a tooltip reads what it is given.
+        QTextDocument shown;
+        if (Qt::mightBeRichText(tip))
+            shown.setHtml(tip);
+        else
+            shown.setPlainText(tip);
+        EXPECT_EQ(shown.toPlainText().toStdString(), PeerProgramText(name)) << tip.toStdString();
+    }
 }
 
 // The cards wearing the last-move mark, where they lie: "opponent's hand | up pile | melds | own
