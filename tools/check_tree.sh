@@ -3,7 +3,8 @@
 # Two checks CI makes on the tree, each failing with the lines at fault:
 # - layers: a library includes only its own folder and the folders below it, so the layering
 #   ARCHITECTURE.md draws holds by check, not by discipline;
-# - paths: every file or folder path ARCHITECTURE.md and README.md name exists.
+# - paths: every file or folder path ARCHITECTURE.md, README.md and docs/measurements.md name
+#   exists.
 #   bash tools/check_tree.sh
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -35,7 +36,7 @@ done
 # Paths into the repository (their first folder is one of its own), in backquotes or links:
 # `engine/table.h`, (docs/round.png). Paths on an installed system are not the repository's.
 top=$(git ls-tree --name-only HEAD | paste -sd'|')
-for doc in ARCHITECTURE.md README.md; do
+for doc in ARCHITECTURE.md README.md docs/measurements.md; do
     while read -r path; do
         [ -e "$path" ] || {
             echo "paths: $doc names $path, which does not exist" >&2

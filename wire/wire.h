@@ -74,15 +74,21 @@ enum class MessageKind {
 };
 
 // Every message kind and its prefix, compared case-sensitively in this order (so a new meld's
-// "M:M:N:" is tried before a lay-off's "M:M:"). The fields follow the prefix directly; a
-// lay-off's start with its two-digit column and a ":". "S:" is an older server's deal, only ever
-// received.
+// "M:M:N:" is tried before a lay-off's "M:M:"). The fields follow the prefix directly. Beside each
+// row: its fields, who sends it and when. The game's own messages write every number as two
+// digits and every card as its code from 01 to 52; a card list is one to 13 cards, each followed
+// by ",". ReadMessage reads them exactly so, and Judge (engine/received_moves.cpp) puts the move
+// they state to game/moves.h from the sender's seat before anything of it is applied.
 //
 // Kelvane's own messages begin "K:", a prefix the game's dispatch does not know, so a program
-// that speaks only the game's messages passes over them without a trace. Each field is separated
-// by ":"; counts are decimal. `counted` messages are numbered by both sides, in the order sent,
-// so that after a dropped connection each side knows which of the other's it has applied; a
-// message whose kind is not known is counted unless it begins "K:".
+// that speaks only the game's messages passes over them without a trace; they are used only
+// after both sides have announced themselves with this version. Each field is separated by ":";
+// counts are decimal without leading zeros (at most nine digits), totals may carry a "-", a
+// game's identifier and a digest are 16 lower-case hexadecimal digits, a key and a challenge 32,
+// a proof 64. `counted` messages are numbered by both sides, in the order sent, so that after a
+// dropped connection each side knows which of the other's it has applied; the sender keeps those
+// not yet confirmed, framed, to send again. A message whose kind is not known is counted unless
+// it begins "K:".
 struct MessageFormat {
     MessageKind kind;
     std::string_view prefix;
@@ -90,25 +96,61 @@ struct MessageFormat {
 };
 inline constexpr std::string_view kExtensionPrefix = "K:";
 inline constexpr MessageFormat kMessageFormats[] = {
+    // "M:D:" card: the card discarded from the sender's hand; his turn ends.
     {MessageKind::kDiscard, "M:D:"},
+    // "M:N:" card: a draw from the stack, naming the card drawn. Both copies of the stock agree,
+    // so it must be the stack's top; any other code means the two programs no longer agree.
     {MessageKind::kStackDraw, "M:N:"},
+    // "M:U:" position: a take from the up pile, the position (from the bottom, the first 00) of
+    // the lowest card taken; every card above it comes too.
     {MessageKind::kUpPile, "M:U:"},
+    // "M:M:N:" cards: a new meld, its whole list in the order the rules lay it.
     {MessageKind::kNewMeld, "M:M:N:"},
+    // "M:M:" column ":" cards: a lay-off onto the table's column, two digits, then the column's
+    // whole content after it, its own cards included, in the order the rules lay it.
     {MessageKind::kLayOff, "M:M:"},
+    // "S:" and anything: an older server's deal, only ever received. Where a deal is due it tells
+    // the player "Server's version is too old" and closes the session; elsewhere it is refused.
     {MessageKind::kOldVersion, "S:"},
+    // "s:" cards: the server's deal between rounds, exactly 52 cards, the stock's order bottom
+    // first, each card once.
     {MessageKind::kDeal, "s:"},
+    // "C:" text: a chat line, at most kChatLineLimit typed characters, "(" and ")" written as
+    // "{LPAREN}" and "{RPAREN}" (EscapeChat); leading spaces are dropped on reading.
     {MessageKind::kChat, "C:"},
     // "K:HELLO:" version ":" game ":" applied ":" sent ":" key ":" program
+    // The announcement. Sent first on a session's first connection by both sides (the server
+    // before its deal, the client as soon as it is connected), and on a resumed connection by
+    // the server once the caller has proved himself. `version` of Kelvane's messages
+    // (kExtensionVersion); `game` the identifier of the game being resumed, "-" on a first
+    // connection; `applied` how many of the other side's counted messages this side has applied
+    // and `sent` how many it has sent (both 0 on a first connection); `key` this side's half of
+    // the session's secret, 16 random bytes, on the first connection only ("-" on a resume);
+    // `program` the name and version, e.g. "kelvane-bot 1.0.42", up to kProgramNameLimit
+    // printable characters.
     {MessageKind::kHello, "K:HELLO:", false},
     // "K:ROUND:" applied ":" round ":" server's total ":" client's total ":" deals ":" opener
     // ":" digest
+    // Sent by each side as it scores a round, before the server's next deal. `applied` as above
+    // (it lets the other side forget what it kept); `round` rounds scored in this session; the
+    // totals after the round, the server's first; `deals` made in the game, the one just scored
+    // included; `opener` "S" or "C", who plays first in the next deal; `digest` StateDigest of
+    // the whole game. Any difference but `applied` ends the session.
     {MessageKind::kRoundDigest, "K:ROUND:"},
     // "K:SYNC:" applied ":" sent ":" digest
+    // Sent once after a resume, when this side has applied all the other side said it had sent:
+    // the counts at which `digest`, of the whole game, was taken. Compared only by a receiver
+    // standing at the very same counts.
     {MessageKind::kSync, "K:SYNC:", false},
+    // "K:BYE": no fields. Sent by a program that quits or ends the session, right before it
+    // closes the connection; after it nothing the sender says is taken, chat included.
     {MessageKind::kBye, "K:BYE", false},
-    // "K:CHALLENGE:" nonce, from a server waiting for its client to come back
+    // "K:CHALLENGE:" nonce: 16 fresh random bytes, sent by a server waiting for its client to
+    // every caller as soon as it lets him into its room of callers, and nothing else.
     {MessageKind::kChallenge, "K:CHALLENGE:", false},
-    // "K:PROOF:" applied ":" sent ":" keyed hash, the caller's answer
+    // "K:PROOF:" applied ":" sent ":" mac: the answer of the client that left. Its counts, and
+    // HMAC-SHA-256 under the session's secret (the server's half, then the client's) of
+    // "kelvane resume:" challenge ":" applied ":" sent (engine/credential.cpp).
     {MessageKind::kProof, "K:PROOF:", false},
 };
 
