@@ -27,9 +27,9 @@
 #include <thread>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/lookahead.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 

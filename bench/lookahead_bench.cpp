@@ -11,10 +11,10 @@
 #include <random>
 #include <vector>
 
-#include "bot/bot_policy.h"
 #include "bot/fast_round.h"
-#include "bot/lookahead.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "engine/table.h"
 #include "sim/duel.h"
 

@@ -15,10 +15,10 @@
 #include <string>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/lookahead.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "bot/options.h"
-#include "bot/search.h"
 #include "engine/table.h"
 #include "game/scoring.h"
 #include "game/stock.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bot/search.h"
+#include "bot/level3.h"
 
 namespace kelvane::bot {
 

@@ -98,7 +98,7 @@ MUTANTS = [
     ("M33", "ui/form1_views.cpp", 's.HasDrawn ? "Discard" : "Draw"', 's.HasDrawn ? "Draw" : "Discard"',
      "the status line asks for the wrong step"),
     # The bot and the socket.
-    ("M34", "bot/bot_policy.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
+    ("M34", "bot/level1.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
      "points - outlook_.KeptCost(kept) + outlook_.Denial(card)",
      "the bot's judgement of a discard flips a sign"),
     ("M35", "bot/main.cpp", "if (sessionClosed) return Leave(kExitFailure);",
@@ -222,13 +222,13 @@ MUTANTS = [
      "if (false && r.readable && r.kind == MessageKind::kHello",
      "a client calling back a restarted server is not told its game is gone"),
     # Level 3's successive halving.
-    ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });",
+    ("M69", "bot/level3.cpp", "return margin[a] > margin[b]; });",
      "return margin[a] < margin[b]; });",
      "level 3 keeps the worse half of its candidates"),
-    ("M70", "bot/search.cpp", "(margin[a] == margin[b] && a > b)",
+    ("M70", "bot/level3.cpp", "(margin[a] == margin[b] && a > b)",
      "(margin[a] == margin[b] && a < b)",
      "level 3 takes the last of equal candidates, not the first level's preference"),
-    ("M71", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
+    ("M71", "bot/level3.cpp", "static_cast<long long>(count) / rounds;",
      "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
     # The simulated round level 2 plays out.
     ("M72", "bot/fast_round.cpp",
@@ -238,11 +238,11 @@ MUTANTS = [
     # Level 3's reading of the opponent's hand and its play-outs.
     ("M73", "bot/fast_round.cpp", "if ((wide & (wide >> 1) & (wide >> 2)) != 0) return true;",
      "if ((wide & (wide >> 1)) != 0) return true;", "two cards in a row count as a run in a hand"),
-    ("M74", "bot/lookahead.cpp", "settled_ = reading.read && (", "settled_ = !reading.read && (",
+    ("M74", "bot/level2.cpp", "settled_ = reading.read && (", "settled_ = !reading.read && (",
      "level 3 deals the opponent's hand as if it had read nothing"),
     ("M75", "bot/fast_round.cpp", "(!live || (sameRank & ~held & ~gone) != 0)",
      "(!live || (sameRank & ~held) != 0)", "level 3's play-outs keep a pair whose rank is gone"),
-    ("M76", "bot/lookahead.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
+    ("M76", "bot/level2.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
      "level 3 reads a meld-free hand into the opponent before his first turn"),
 ]
 

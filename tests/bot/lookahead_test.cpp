@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/lookahead.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,8 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "engine/table.h"
 #include "headless/policy.h"
 #include "sim/duel.h"

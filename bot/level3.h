@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "bot/lookahead.h"
+#include "bot/level2.h"
 
 namespace kelvane::bot {
 

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "bot/bot_policy.h"
 #include "bot/fast_round.h"
+#include "bot/level1.h"
 #include "game/game_state.h"
 
 namespace kelvane::bot {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/bot_policy.h"
+#include "bot/level1.h"
 
 #include <algorithm>
 #include <bitset>

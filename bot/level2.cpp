@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/lookahead.h"
+#include "bot/level2.h"
 
 #include <algorithm>
 #include <bit>

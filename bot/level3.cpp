@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/search.h"
+#include "bot/level3.h"
 
 #include <algorithm>
 #include <bit>
