@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <limits>
 
+#include "bot/fast_round.h"
 #include "game/scoring.h"
+#include "game/stock.h"
 #include "headless/gestures.h"
 
 namespace kelvane::bot {
@@ -21,7 +23,6 @@ constexpr double kGoOut = 25;
 constexpr double kFloat = 12;
 // Floating with the stack (almost) gone can leave a player nothing he may draw.
 constexpr double kFloatLate = -1000;
-constexpr int kFloatLateStack = 6;
 // A draw after which the turn could not end at all.
 constexpr double kStuck = -100;
 // How much of a card's cost a live chance of melding it later takes away.
@@ -33,7 +34,6 @@ constexpr double kDenial = 0.4;
 constexpr double kRiskFullStock = 0.35;
 constexpr double kRiskOpponentNearlyOut = 0.8;
 constexpr int kOpponentNearlyOut = 2;
-constexpr int kStockAfterDeal = 37;
 // The plan search stops looking at combinations of melds after this many; real hands need far
 // fewer.
 constexpr int kSearchLimit = 20000;
@@ -42,13 +42,6 @@ using CardSet = std::bitset<kCardsInDeck + 1>;
 
 int Points(Int16 card) {
     return CardPoints(card).value();
-}
-
-// The card of `suit` at `rank`, where 14 names the ace above the king; 0 off either end.
-Int16 CardAt(int suit, int rank) {
-    if (rank == kKing + 1) rank = kAce;
-    if (rank < kAce || rank > kKing) return 0;
-    return MakeCard(suit, rank);
 }
 
 CardSet HandCards(const GameState& s) {

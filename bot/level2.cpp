@@ -8,15 +8,13 @@
 #include <vector>
 
 #include "game/moves.h"
+#include "game/stock.h"
 
 namespace kelvane::bot {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int kFloatLateStack = 6;
-// The stack after a deal of seven cards each and the first up card.
-constexpr int kStockAfterDeal = kCardsInDeck - 2 * 7 - 1;
 // Deals tried for an opponent's hand that holds no meld; a hand that cannot be had is dealt anyway.
 constexpr int kRedeals = 20;
 
