@@ -9,7 +9,6 @@
 #include "bot/fast_round.h"
 #include "game/scoring.h"
 #include "game/stock.h"
-#include "headless/gestures.h"
 
 namespace kelvane::bot {
 
@@ -295,11 +294,12 @@ std::vector<TurnPlan> BestPlans(const GameState& seen, std::size_t count) {
     return Planner(seen, count).Best();
 }
 
-std::optional<Draw> ChooseDraw(const GameState& seen) {
-    std::optional<Draw> best;
+std::optional<DrawChoice> ChooseDraw(const SeatView& view) {
+    const GameState seen = view.Pictured();
+    std::optional<DrawChoice> best;
     double bestValue = std::numeric_limits<double>::lowest();
     if (CanDrawFromStack(seen, Seat::kLocal).ok()) {
-        best = Draw{true, 0};
+        best = DrawChoice{true, 0};
         bestValue = StackValue(seen);
     }
     const Int16 top = seen.UpCount - 1;
@@ -310,27 +310,22 @@ std::optional<Draw> ChooseDraw(const GameState& seen) {
         TakeFromUpPile(after, Seat::kLocal, p);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         if (plan && plan->value > bestValue) {
-            best = Draw{false, p};
+            best = DrawChoice{false, p};
             bestValue = plan->value;
         }
     }
     return best;
 }
 
-void BotPolicy::Draw(Table& table, const GameState& seen) {
-    const std::optional<kelvane::bot::Draw> draw = ChooseDraw(seen);
-    if (!draw) return;
-    if (draw->fromStack)
-        table.imgStack_Click();
-    else
-        table.imgUpPile_Click(draw->position);
+std::optional<DrawChoice> BotPolicy::PickDraw(const SeatView& seen) {
+    return ChooseDraw(seen);
 }
 
-void BotPolicy::Choose(Table& table, const GameState& seen) {
-    const std::optional<TurnPlan> plan = PlanTurn(seen);
-    if (!plan) return;
-    if (plan->melds.empty()) return ClickToDiscard(table, seen, plan->discard);
-    StartMeld(table, seen, plan->melds.front());
+std::optional<TurnStep> BotPolicy::PickStep(const SeatView& seen) {
+    std::optional<TurnPlan> plan = PlanTurn(seen.Pictured());
+    if (!plan) return std::nullopt;
+    if (plan->melds.empty()) return TurnStep::Throw(plan->discard);
+    return TurnStep::Lay(std::move(plan->melds.front()));
 }
 
 }  // namespace kelvane::bot
