@@ -47,8 +47,9 @@ class MovePlayer : public Policy {
     // Which of the presses the meld still needs comes next.
     virtual std::size_t NextPress(const std::vector<Int16>&) { return 0; }
 
-  private:
     void Play(const SeatView& seen, Gestures& clicks) final;
+
+  private:
     // Makes the meld's next gesture; false when the meld can no longer be made.
     bool ContinueMeld(const SeatView& seen, Gestures& clicks);
 

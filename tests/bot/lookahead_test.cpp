@@ -119,6 +119,51 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
     }
 }
 
+// The clicks a player makes, in words.
+struct Clicks : Gestures {
+    std::vector<std::string> made;
+    void imgStack_Click() override { made.push_back("stack"); }
+    void imgUpPile_Click(Int16 p) override { made.push_back("up " + std::to_string(p.value())); }
+    void imgLocal_MouseDown(Int16 p, int button) override {
+        made.push_back("hand " + std::to_string(p.value()) + " " + std::to_string(button));
+    }
+    void frTable_Click() override { made.push_back("table"); }
+    void imgMeld_Click(Int16 slot) override {
+        made.push_back("meld " + std::to_string(slot.value()));
+    }
+};
+
+// A level played on a view the test makes, with no table at all.
+template <typename Player>
+struct OnItsOwn : Player {
+    using Player::Play;
+    using Player::Player;
+};
+
+// Two players who each take the other's discard back could circle for ever: a level that meets a
+// position again at its draw, the stack no shorter, draws from the stack, though it took from the
+// up pile there the first time.
+TEST(Levels, MeetingAPositionAgainAtTheDrawTheyDrawFromTheStack) {
+    std::vector<GameState> states;
+    Watched<BotPolicy> a(states), b(states);
+    ASSERT_EQ(sim::PlayDuel(9, a, b, 2).failure, "");
+    for (const LookaheadSearch& search : {LookaheadSearch{}, kLevel3Search}) {
+        int circles = 0;
+        for (std::size_t i = 0; i < states.size() && circles < 3; ++i) {
+            const SeatView seen(states[i]);
+            if (!seen.MyTurn || seen.HasDrawn || seen.StackCount == 0) continue;
+            OnItsOwn<LookaheadPolicy> player(kRepeatable, 1, search);
+            Clicks clicks;
+            player.Play(seen, clicks);
+            if (clicks.made.back() == "stack") continue;
+            player.Play(seen, clicks);
+            EXPECT_EQ(clicks.made.back(), "stack") << "state " << i;
+            ++circles;
+        }
+        EXPECT_EQ(circles, 3);
+    }
+}
+
 // Level 3's judge keeps the candidate that plays out best however wide the field and wherever it
 // stands in it, takes the first of equals, and spends no more play-outs than level 2 would.
 TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
