@@ -127,11 +127,20 @@ std::function<RandomSource()> Shuffles(const BotOptions& options) {
     return [generator] { return SeededRandom((*generator)()); };
 }
 
+// The seed of the decisions' own stream, apart from the shuffles': seeded alike, the first
+// decision would replay the numbers that shuffled the first round.
+std::uint64_t DecisionSeed(std::uint64_t seed) {
+    std::seed_seq words{static_cast<std::uint32_t>(seed), static_cast<std::uint32_t>(seed >> 32),
+                        std::uint32_t{'d'}};
+    return std::mt19937_64(words)();
+}
+
 // The level asked for; levels 2 and 3 repeat their play for a seed only when their time is not
 // limited.
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
-    const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
+    const std::uint64_t seed =
+        options.seed ? DecisionSeed(*options.seed) : std::uint64_t{std::random_device{}()};
     const LookaheadBudget budget = BudgetOf(options.level, options.playouts, options.thinkMs);
     if (options.level == 3) return std::make_unique<SearchPolicy>(budget, seed);
     return std::make_unique<LookaheadPolicy>(budget, seed);
