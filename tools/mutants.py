@@ -57,7 +57,8 @@ MUTANTS = [
      "the card just below the top may be taken without melding it"),
     ("M14", "game/meldability.cpp", "bool SetTest() const { return sameRank >= 3; }",
      "bool SetTest() const { return sameRank >= 2; }", "two of a rank count as meldable"),
-    ("M15", "game/stock.cpp", "s.LocalCount = 7;", "s.LocalCount = 6;", "a deal gives six cards"),
+    ("M15", "game/stock.cpp", "s.LocalCount = kDealtPerHand;", "s.LocalCount = kDealtPerHand - 1;",
+     "a deal gives six cards"),
     # The wire.
     ("M16", "wire/wire.cpp", "if (text.size() != 2 ||", "if (text.size() < 2 ||",
      "a number of three digits is read as two"),
@@ -244,6 +245,22 @@ MUTANTS = [
      "(!live || (sameRank & ~held) != 0)", "level 3's play-outs keep a pair whose rank is gone"),
     ("M76", "bot/level2.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
      "level 3 reads a meld-free hand into the opponent before his first turn"),
+    # What a player sees of its seat, and the clicks it makes.
+    ("M92", "headless/gestures.cpp", "    if (draw.fromStack)", "    if (!draw.fromStack)",
+     "a chosen draw clicks the other pile"),
+    ("M93", "headless/policy.cpp", "seen.Selected[i] = table.IsSelected(i);",
+     "seen.Selected[i] = false;", "a player's view forgets the cards he has raised"),
+    ("M94", "game/seat_view.cpp", "      KnownCards(table.KnownCards),", "",
+     "a seat's view leaves out the cards the opponent took face up"),
+    ("M95", "game/seat_view.cpp", "    s.MustMeldCard = MustMeldCard;", "",
+     "the pictured table forgets the card that must be melded"),
+    ("M96", "headless/gestures.cpp", "clicks.imgMeld_Click(Int16(meld.column * kSlotsPerColumn));",
+     "clicks.imgMeld_Click(Int16(meld.column));", "a lay-off clicks a slot number as a column"),
+    ("M97", "headless/gestures.cpp", "Int16(static_cast<int>(at - hand));",
+     "Int16(static_cast<int>(at - hand) + 1);", "a discard's right press lands on the next card"),
+    ("M98", "bot/level2.cpp",
+     "const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();",
+     "const bool circling = false;", "two levels passing the same cards circle for ever"),
 ]
 
 
