@@ -47,6 +47,8 @@ class MovePlayer : public Policy {
     // Which of the presses the meld still needs comes next.
     virtual std::size_t NextPress(const std::vector<Int16>&) { return 0; }
 
+    // Where every chosen draw, meld and discard becomes its clicks. A test may call it with a
+    // view and clicks of its own making.
     void Play(const SeatView& seen, Gestures& clicks) final;
 
   private:
