@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -19,6 +18,7 @@
 #include "bot/level2.h"
 #include "bot/level3.h"
 #include "bot/options.h"
+#include "bot/seeds.h"
 #include "engine/table.h"
 #include "game/scoring.h"
 #include "game/stock.h"
@@ -121,26 +121,11 @@ class BotScreen : public HeadlessScreen {
     int chatLinesLeft_ = 1000;
 };
 
-std::function<RandomSource()> Shuffles(const BotOptions& options) {
-    if (!options.seed) return ClockSeededRandom;
-    auto generator = std::make_shared<std::mt19937_64>(*options.seed);
-    return [generator] { return SeededRandom((*generator)()); };
-}
-
-// The seed of the decisions' own stream, apart from the shuffles': seeded alike, the first
-// decision would replay the numbers that shuffled the first round.
-std::uint64_t DecisionSeed(std::uint64_t seed) {
-    std::seed_seq words{static_cast<std::uint32_t>(seed), static_cast<std::uint32_t>(seed >> 32),
-                        std::uint32_t{'d'}};
-    return std::mt19937_64(words)();
-}
-
 // The level asked for; levels 2 and 3 repeat their play for a seed only when their time is not
 // limited.
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
-    const std::uint64_t seed =
-        options.seed ? DecisionSeed(*options.seed) : std::uint64_t{std::random_device{}()};
+    const std::uint64_t seed = DecisionSeed(options.seed);
     const LookaheadBudget budget = BudgetOf(options.level, options.playouts, options.thinkMs);
     if (options.level == 3) return std::make_unique<SearchPolicy>(budget, seed);
     return std::make_unique<LookaheadPolicy>(budget, seed);
@@ -154,7 +139,7 @@ class Session {
         : options_(options),
           counted_(socket_),
           prompts_(options.host),
-          table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
+          table_({screen_, prompts_, counted_, errors_}, Shuffles(options.seed)) {
         table_.UsePort(options.port);
         socket_.ListenOn(options.listen);
         table_.SetProgramName("kelvane-bot " KELVANE_VERSION);

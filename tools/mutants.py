@@ -261,6 +261,8 @@ MUTANTS = [
     ("M98", "bot/level2.cpp",
      "const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();",
      "const bool circling = false;", "two levels passing the same cards circle for ever"),
+    ("M99", "bot/seeds.cpp", "    return std::mt19937_64(words)();", "    return *seed;",
+     "a seeded bot's first decision replays the numbers that shuffled round 1"),
 ]
 
 
