@@ -27,9 +27,9 @@
 #include <thread>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/lookahead.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"
 
@@ -85,9 +85,7 @@ struct Played {
     DuelResult result;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
+struct Options {
     unsigned long long rounds = 1000;
     unsigned long long seed = 1;
     unsigned long long level = 1;
@@ -95,25 +93,31 @@ int main(int argc, char** argv) {
     std::optional<unsigned long long> playouts;  // none: each level's own
     unsigned long long thinkMs = 0;
     unsigned long long jobs = 1;
+};
+
+// The options given, or nothing (after the usage) when one cannot be read.
+std::optional<Options> ReadOptions(int argc, char** argv) {
+    Options o;
     for (int i = 1; i < argc; i += 2) {
         const std::string_view arg = argv[i];
         const std::string_view value = i + 1 < argc ? argv[i + 1] : "";
         bool ok = false;
         if (arg == "--rounds" || arg == "--seed")
-            ok = ReadNumber(value, arg == "--rounds" ? rounds : seed);
+            ok = ReadNumber(value, arg == "--rounds" ? o.rounds : o.seed);
         else if (arg == "--level")
-            ok = ReadNumber(value, level) && level >= 1 && level <= 3;
+            ok = ReadNumber(value, o.level) && o.level >= 1 && o.level <= 3;
         else if (arg == "--playouts")
-            ok = ReadNumber(value, playouts.emplace()) && *playouts >= 1 && *playouts <= 1'000'000;
+            ok = ReadNumber(value, o.playouts.emplace()) && *o.playouts >= 1 &&
+                 *o.playouts <= 1'000'000;
         else if (arg == "--think-ms")
-            ok = ReadNumber(value, thinkMs) && thinkMs <= 60'000;
+            ok = ReadNumber(value, o.thinkMs) && o.thinkMs <= 60'000;
         else if (arg == "--jobs")
-            ok = ReadNumber(value, jobs) && jobs >= 1 && jobs <= 256;
+            ok = ReadNumber(value, o.jobs) && o.jobs >= 1 && o.jobs <= 256;
         else if (arg == "--against") {
             // "bot" is the first level, as before there was a second.
             ok =
                 value == "random" || value == "1" || value == "bot" || value == "2" || value == "3";
-            against = value == "random" ? 0 : value == "2" ? 2 : value == "3" ? 3 : 1;
+            o.against = value == "random" ? 0 : value == "2" ? 2 : value == "3" ? 3 : 1;
         }
         if (!ok) {
             std::fprintf(stderr,
@@ -122,68 +126,81 @@ int main(int argc, char** argv) {
                          "[--jobs N]\n"
                          "  --jobs N  plays the duels on N threads (default 1); the figures are "
                          "those of one thread\n");
-            return 2;
+            return std::nullopt;
         }
     }
+    return o;
+}
 
-    const auto play = [&](const DuelPlan& plan) {
-        const std::uint64_t duelSeed = seed + static_cast<std::uint64_t>(plan.number);
-        const std::unique_ptr<kelvane::Policy> player = Player(
-            static_cast<int>(level), duelSeed * 104729 + 1, playouts, static_cast<int>(thinkMs));
-        const std::unique_ptr<kelvane::Policy> other =
-            Player(against, duelSeed * 7919, playouts, static_cast<int>(thinkMs));
-        // The bot serves in every other duel.
-        return plan.number % 2 == 0 ? PlayDuel(duelSeed, *player, *other, plan.rounds)
-                                    : PlayDuel(duelSeed, *other, *player, plan.rounds);
-    };
+DuelResult PlayOne(const Options& o, const DuelPlan& plan) {
+    const std::uint64_t duelSeed = o.seed + static_cast<std::uint64_t>(plan.number);
+    const auto thinkMs = static_cast<int>(o.thinkMs);
+    const std::unique_ptr<kelvane::Policy> player =
+        Player(static_cast<int>(o.level), duelSeed * 104729 + 1, o.playouts, thinkMs);
+    const std::unique_ptr<kelvane::Policy> other =
+        Player(o.against, duelSeed * 7919, o.playouts, thinkMs);
+    // The bot serves in every other duel.
+    return plan.number % 2 == 0 ? PlayDuel(duelSeed, *player, *other, plan.rounds)
+                                : PlayDuel(duelSeed, *other, *player, plan.rounds);
+}
 
-    // A duel that ends stuck plays fewer rounds than it was given, and the duels after it then
-    // start later in the run. The duels are planned as though each ran its length, played, and
-    // planned again from the results until every duel of the plan has been played for the length
-    // the serial run would give it.
-    std::vector<std::optional<Played>> played;
-    const auto start = std::chrono::steady_clock::now();
-    for (;;) {
-        std::vector<DuelPlan> due;
-        long long planned = 0;
-        for (long long n = 0; planned < static_cast<long long>(rounds); ++n) {
-            const int left = static_cast<int>(
-                std::min<long long>(kRoundsPerDuel, static_cast<long long>(rounds) - planned));
-            const auto i = static_cast<std::size_t>(n);
-            if (i >= played.size()) played.resize(i + 1);
-            if (played[i] && played[i]->rounds == left) {
-                // A failed duel ends the run there; the duels after it do not count.
-                if (!played[i]->result.failure.empty()) break;
-                planned += played[i]->result.rounds;
-            } else {
-                due.push_back({n, left});
-                planned += left;
-            }
+// The duels of the plan not yet played for the length the serial run would give them, each with
+// that length; empty once all are. `played` grows to the plan's length.
+std::vector<DuelPlan> DuelsDue(const Options& o, std::vector<std::optional<Played>>& played) {
+    std::vector<DuelPlan> due;
+    long long planned = 0;
+    for (long long n = 0; planned < static_cast<long long>(o.rounds); ++n) {
+        const int left = static_cast<int>(
+            std::min<long long>(kRoundsPerDuel, static_cast<long long>(o.rounds) - planned));
+        const auto i = static_cast<std::size_t>(n);
+        if (i >= played.size()) played.resize(i + 1);
+        if (played[i] && played[i]->rounds == left) {
+            // A failed duel ends the run there; the duels after it do not count.
+            if (!played[i]->result.failure.empty()) break;
+            planned += played[i]->result.rounds;
+        } else {
+            due.push_back({n, left});
+            planned += left;
         }
-        if (due.empty()) break;
+    }
+    return due;
+}
+
+// A duel that ends stuck plays fewer rounds than it was given, and the duels after it then start
+// later in the run. The duels are planned as though each ran its length, played, and planned
+// again from the results until every duel of the plan has been played for the length the serial
+// run would give it.
+std::vector<std::optional<Played>> PlayAll(const Options& o) {
+    std::vector<std::optional<Played>> played;
+    for (std::vector<DuelPlan> due = DuelsDue(o, played); !due.empty(); due = DuelsDue(o, played)) {
         std::vector<DuelResult> results(due.size());
         std::atomic<std::size_t> next{0};
         const auto work = [&] {
-            for (std::size_t k = next++; k < due.size(); k = next++) results[k] = play(due[k]);
+            for (std::size_t k = next++; k < due.size(); k = next++)
+                results[k] = PlayOne(o, due[k]);
         };
         std::vector<std::thread> threads;
-        for (unsigned long long j = 1; j < std::min<unsigned long long>(jobs, due.size()); ++j)
+        for (unsigned long long j = 1; j < std::min<unsigned long long>(o.jobs, due.size()); ++j)
             threads.emplace_back(work);
         work();
         for (std::thread& thread : threads) thread.join();
         for (std::size_t k = 0; k < due.size(); ++k)
             played[static_cast<std::size_t>(due[k].number)] = Played{due[k].rounds, results[k]};
     }
+    return played;
+}
 
+// The duels' figures summed in their order; nothing (after saying which) when one failed.
+std::optional<Tally> Sum(const Options& o, const std::vector<std::optional<Played>>& played) {
     Tally t;
-    for (long long n = 0; t.rounds < static_cast<long long>(rounds); ++n) {
+    for (long long n = 0; t.rounds < static_cast<long long>(o.rounds); ++n) {
         const DuelResult& r = played[static_cast<std::size_t>(n)]->result;
         const bool botServes = n % 2 == 0;
         if (!r.failure.empty()) {
             std::fprintf(stderr, "duel with seed %llu failed: %s\n",
-                         static_cast<unsigned long long>(seed + static_cast<std::uint64_t>(n)),
+                         static_cast<unsigned long long>(o.seed + static_cast<std::uint64_t>(n)),
                          r.failure.c_str());
-            return 1;
+            return std::nullopt;
         }
         ++t.duels;
         t.stuck += r.stuck ? 1 : 0;
@@ -195,9 +212,10 @@ int main(int argc, char** argv) {
         t.botPoints += botServes ? r.serverPoints : r.clientPoints;
         t.randomPoints += botServes ? r.clientPoints : r.serverPoints;
     }
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return t;
+}
 
+void Print(const Tally& t, double seconds) {
     const auto perRound = [&](long long points) {
         return t.rounds > 0 ? static_cast<double>(points) / static_cast<double>(t.rounds) : 0.0;
     };
@@ -212,5 +230,16 @@ int main(int argc, char** argv) {
     std::printf("points per round:   bot %.1f, opponent %.1f\n", perRound(t.botPoints),
                 perRound(t.randomPoints));
     std::printf("speed:              %.0f rounds/s\n", static_cast<double>(t.rounds) / seconds);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::optional<Options> options = ReadOptions(argc, argv);
+    if (!options) return 2;
+    const auto start = std::chrono::steady_clock::now();
+    const std::optional<Tally> tally = Sum(*options, PlayAll(*options));
+    if (!tally) return 1;
+    Print(*tally, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     return 0;
 }

@@ -49,13 +49,13 @@ void BM_DuelRounds(benchmark::State& state) {
 }
 BENCHMARK(BM_DuelRounds)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
-class Idle : public Policy {
+class Idle : public Actor {
   public:
     void Act(Table&) override {}
 };
 
 // A session whose first deal is on its way to the client.
-std::unique_ptr<Duel> DealInFlight(std::uint64_t seed, Policy& idle) {
+std::unique_ptr<Duel> DealInFlight(std::uint64_t seed, Actor& idle) {
     auto duel = std::make_unique<Duel>(seed, idle, idle);
     duel->Open();
     return duel;
@@ -63,7 +63,7 @@ std::unique_ptr<Duel> DealInFlight(std::uint64_t seed, Policy& idle) {
 
 // A dealt session in which the client, who opens the game, has drawn and discarded: the discard
 // is on its way to the server.
-std::unique_ptr<Duel> DiscardInFlight(std::uint64_t seed, Policy& idle) {
+std::unique_ptr<Duel> DiscardInFlight(std::uint64_t seed, Actor& idle) {
     auto duel = DealInFlight(seed, idle);
     duel->DeliverAll(Side::kServer);
     Table& client = duel->table(Side::kClient);

@@ -11,10 +11,10 @@
 #include <random>
 #include <vector>
 
-#include "bot/bot_policy.h"
 #include "bot/fast_round.h"
-#include "bot/lookahead.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "engine/table.h"
 #include "sim/duel.h"
 
@@ -22,7 +22,7 @@ namespace kelvane::bot {
 namespace {
 
 // The first level, noting the engine's state whenever it is about to decide.
-class Recorder : public Policy {
+class Recorder : public Actor {
   public:
     explicit Recorder(std::vector<GameState>& states) : states_(states) {}
     void Act(Table& table) override {
@@ -70,7 +70,7 @@ BENCHMARK(BM_PlayOutRestOfRound);
 // The same with the hidden cards dealt afresh first, as level 2 plays them.
 void BM_DealAndPlayOut(benchmark::State& st) {
     std::vector<HiddenDeals> deals;
-    for (const GameState& s : Positions()) deals.emplace_back(s);
+    for (const GameState& s : Positions()) deals.emplace_back(SeatView(s));
     MeldBuffer scratch;
     std::mt19937_64 random(1);
     std::size_t next = 0;
@@ -87,9 +87,8 @@ BENCHMARK(BM_DealAndPlayOut);
 // Play-outs made by the decisions being timed: each candidate's own moves come once per play-out.
 long long playedOut = 0;
 template <JudgeByPlayOuts judge>
-std::size_t Counted(const GameState& seen, const HandReading& reading,
-                    const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
-                    const PlayCandidate& play) {
+std::size_t Counted(const SeatView& seen, const HandReading& reading, const LookaheadBudget& budget,
+                    std::uint64_t seed, std::size_t count, const PlayCandidate& play) {
     return judge(seen, reading, budget, seed, count, [&](FastRound& round, std::size_t c) {
         ++playedOut;
         play(round, c);
@@ -106,11 +105,12 @@ void TimeDecisions(benchmark::State& st, const LookaheadSearch& search,
     for (auto _ : st) {
         ms.clear();
         for (const GameState& s : Positions()) {
+            const SeatView seen(s);
             const auto start = std::chrono::steady_clock::now();
-            if (s.HasDrawn)
-                benchmark::DoNotOptimize(PlanTurnAhead(s, budget, seed++, search));
+            if (seen.HasDrawn)
+                benchmark::DoNotOptimize(PlanTurnAhead(seen, budget, seed++, search));
             else
-                benchmark::DoNotOptimize(ChooseDrawAhead(s, budget, seed++, search));
+                benchmark::DoNotOptimize(ChooseDrawAhead(seen, budget, seed++, search));
             ms.push_back(
                 std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
                     .count());

@@ -68,14 +68,73 @@ bool Shoot(Form1& window, const QString& path) {
     return shot.save(path);
 }
 
+// Where the pictures go: the folder and the prefix of their names.
+struct Album {
+    QDir out;
+    QString prefix;
+    QString Path(const char* name) const { return out.filePath(prefix + name); }
+};
+
+// After the draw: two cards selected, as a player gathering a meld would, then put down again,
+// and the keyboard's frame on the hand's fourth card. Whether the selection was taken.
+bool ShootSelectionAndKeys(Player& window, const Album& album) {
+    QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
+    QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
+    Settle(300);
+    const bool shot = Shoot(window, album.Path("selection.png"));
+    QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
+    QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
+    window.activateWindow();
+    Settle(200);
+    window.tableKeys()->setFocus(Qt::TabFocusReason);
+    for (Qt::Key key :
+         {Qt::Key_Down, Qt::Key_Down, Qt::Key_Home, Qt::Key_Right, Qt::Key_Right, Qt::Key_Right})
+        QTest::keyClick(window.tableKeys(), key);
+    Settle(300);
+    Shoot(window, album.Path("keyboard.png"));
+    return shot;
+}
+
+bool ResultsShown(Player& window) {
+    return window.resultsDialog() && window.resultsDialog()->isVisible();
+}
+
+// The player's side until the results show, through the mouse: the stack, then a card at random
+// thrown, and the random player's move when the window refuses that. The round's pictures are
+// taken on the way, once the table holds a meld; whether they were.
+bool PlayToResults(Player& window, const Album& album) {
+    const GameState& s = window.table().state();
+    sim::RandomPolicy fallback(3);
+    std::mt19937 random(9);
+    bool shotRound = false;
+    int turns = 0;
+    while (!ResultsShown(window)) {
+        Wait([&] { return s.MyTurn || ResultsShown(window); });
+        if (!s.MyTurn) break;
+        ++turns;
+        const bool shoot =
+            !shotRound && turns >= 4 && s.TableMelds.ColumnCount() > 0 && s.LocalCount >= 6;
+        // The opponent's last turn still marked, before the player's draw ends the marks.
+        if (shoot) Settle(300), Shoot(window, album.Path("round.png"));
+        if (!s.HasDrawn) QTest::mouseClick(window.imgStack(), Qt::LeftButton);
+        Settle(200);
+        if (shoot) shotRound = ShootSelectionAndKeys(window, album);
+        window.refused = false;
+        const int pick = std::uniform_int_distribution<int>(0, s.LocalCount.value() - 1)(random);
+        QTest::mousePress(window.imgLocal(pick), Qt::RightButton);
+        if (window.refused || s.MyTurn) fallback.Act(window.table());
+        Settle(100);
+    }
+    return shotRound;
+}
+
 }  // namespace
 }  // namespace kelvane
 
 int main(int argc, char** argv) {
     using namespace kelvane;
     QApplication app(argc, argv);
-    const QDir out(argc > 1 ? argv[1] : ".");
-    const QString prefix = argc > 2 ? argv[2] : "";
+    const Album album{QDir(argc > 1 ? argv[1] : "."), argc > 2 ? argv[2] : ""};
     const QString delay = argc > 3 ? argv[3] : "300";
     UseTheWindowsFace();
     Deck deck;
@@ -85,55 +144,15 @@ int main(int argc, char** argv) {
     window.show();
     // The newcomer's first screen: the welcome on the empty table.
     Settle(800);
-    Shoot(window, out.filePath(prefix + "welcome.png"));
+    Shoot(window, album.Path("welcome.png"));
     window.action("mnuComputerLevel2")->trigger();
-    const GameState& s = window.table().state();
-    Wait([&] { return s.LocalCount > 0; });
-    sim::RandomPolicy fallback(3);
-    std::mt19937 random(9);
-    bool shotRound = false;
-    int turns = 0;
-    while (!window.resultsDialog() || !window.resultsDialog()->isVisible()) {
-        Wait([&] {
-            return s.MyTurn || (window.resultsDialog() && window.resultsDialog()->isVisible());
-        });
-        if (!s.MyTurn) break;
-        ++turns;
-        const bool shoot =
-            !shotRound && turns >= 4 && s.TableMelds.ColumnCount() > 0 && s.LocalCount >= 6;
-        // The opponent's last turn still marked, before the player's draw ends the marks.
-        if (shoot) Settle(300), Shoot(window, out.filePath(prefix + "round.png"));
-        if (!s.HasDrawn) QTest::mouseClick(window.imgStack(), Qt::LeftButton);
-        Settle(200);
-        if (shoot) {
-            // Two cards selected, as a player gathering a meld would.
-            QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
-            QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
-            Settle(300);
-            shotRound = Shoot(window, out.filePath(prefix + "selection.png"));
-            QTest::mouseClick(window.imgLocal(1), Qt::LeftButton);
-            QTest::mouseClick(window.imgLocal(2), Qt::LeftButton);
-            // The keyboard's frame on the hand's fourth card.
-            window.activateWindow();
-            Settle(200);
-            window.tableKeys()->setFocus(Qt::TabFocusReason);
-            for (Qt::Key key : {Qt::Key_Down, Qt::Key_Down, Qt::Key_Home, Qt::Key_Right,
-                                Qt::Key_Right, Qt::Key_Right})
-                QTest::keyClick(window.tableKeys(), key);
-            Settle(300);
-            Shoot(window, out.filePath(prefix + "keyboard.png"));
-        }
-        window.refused = false;
-        const int pick = std::uniform_int_distribution<int>(0, s.LocalCount.value() - 1)(random);
-        QTest::mousePress(window.imgLocal(pick), Qt::RightButton);
-        if (window.refused || s.MyTurn) fallback.Act(window.table());
-        Settle(100);
-    }
+    Wait([&] { return window.table().state().LocalCount > 0; });
+    const bool shotRound = PlayToResults(window, album);
     Settle(500);
-    Shoot(window, out.filePath(prefix + "results.png"));
+    Shoot(window, album.Path("results.png"));
     if (ResultsDialog* d = window.resultsDialog()) d->close();
     window.action("mnuHistory")->trigger();
     Settle(500);
-    Shoot(window, out.filePath(prefix + "history.png"));
+    Shoot(window, album.Path("history.png"));
     return shotRound ? 0 : 1;
 }

@@ -9,27 +9,16 @@ namespace {
 
 constexpr int kSuits = 4;
 constexpr int kRanks = kRanksPerSuit;
-// In a run the ace may also stand above the king; rank 14 names it there.
-constexpr int kAceHigh = kRanks + 1;
 constexpr unsigned kSuitRanks = (1u << kRanks) - 1;
 // Moves in one round beyond which a play-out is called off where it stands: two greedy players
 // can pass the up card back and forth without drawing from the stack.
 constexpr int kMostPlayOutMoves = 600;
-// Melding the whole hand with the stack nearly gone can leave both players floating with nothing
-// to draw, a round nobody can finish: the greedy player keeps a card back then when it can.
-constexpr int kFloatLateStack = 6;
 
 constexpr int RankOf(int card) {
     return (card - 1) % kRanks + 1;
 }
 constexpr int SuitOf(int card) {
     return (card - 1) / kRanks + 1;
-}
-// The card of `suit` at `rank` (14 the ace again), 0 off either end.
-constexpr int CardAt(int suit, int rank) {
-    if (rank == kAceHigh) rank = kAce;
-    if (rank < kAce || rank > kKing) return 0;
-    return (suit - 1) * kRanks + rank;
 }
 constexpr CardSet SuitMask(int suit) {
     return CardSet{kSuitRanks} << ((suit - 1) * kRanks);
@@ -68,18 +57,6 @@ bool HoldsTwo(CardSet cards) {
 bool Contiguous(unsigned ranks) {
     const unsigned shifted = ranks >> std::countr_zero(ranks);
     return (shifted & (shifted + 1)) == 0;
-}
-
-// The same-suit ranks two below, one below, one above and two above a rank, 0 where none: the
-// ace counts below the two and above the king alike.
-struct Neighbours {
-    int m2, m1, p1, p2;
-};
-constexpr Neighbours NeighboursOf(int r) {
-    if (r == kAce) return {kQueen, kKing, 2, 3};
-    if (r == kQueen) return {10, 11, kKing, kAce};
-    if (r == kKing) return {11, kQueen, kAce, 0};
-    return {r - 2, r - 1, r + 1, r + 2};
 }
 
 void Add(MeldBuffer& out, CardSet cards, int column) {

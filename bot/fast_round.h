@@ -19,6 +19,11 @@ constexpr CardSet Bit(int card) {
     return CardSet{1} << (card - 1);
 }
 
+// Melding the whole hand with the stack nearly gone can leave both players floating with nothing
+// to draw, a round nobody can finish: below this many cards in the stack every level, and the
+// greedy play-out player, keeps a card back when it can.
+inline constexpr int kFloatLateStack = 6;
+
 // A meld column never holds fewer than three cards, so 52 cards make at most 17 columns.
 inline constexpr int kMostColumns = kCardsInDeck / 3;
 inline constexpr int kNoColumn = -1;

@@ -11,14 +11,14 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/lookahead.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "bot/options.h"
-#include "bot/search.h"
+#include "bot/seeds.h"
 #include "engine/table.h"
 #include "game/scoring.h"
 #include "game/stock.h"
@@ -121,17 +121,11 @@ class BotScreen : public HeadlessScreen {
     int chatLinesLeft_ = 1000;
 };
 
-std::function<RandomSource()> Shuffles(const BotOptions& options) {
-    if (!options.seed) return ClockSeededRandom;
-    auto generator = std::make_shared<std::mt19937_64>(*options.seed);
-    return [generator] { return SeededRandom((*generator)()); };
-}
-
 // The level asked for; levels 2 and 3 repeat their play for a seed only when their time is not
 // limited.
 std::unique_ptr<Policy> PolicyFor(const BotOptions& options) {
     if (options.level == 1) return std::make_unique<BotPolicy>();
-    const std::uint64_t seed = options.seed ? *options.seed : std::random_device{}();
+    const std::uint64_t seed = DecisionSeed(options.seed);
     const LookaheadBudget budget = BudgetOf(options.level, options.playouts, options.thinkMs);
     if (options.level == 3) return std::make_unique<SearchPolicy>(budget, seed);
     return std::make_unique<LookaheadPolicy>(budget, seed);
@@ -145,7 +139,7 @@ class Session {
         : options_(options),
           counted_(socket_),
           prompts_(options.host),
-          table_({screen_, prompts_, counted_, errors_}, Shuffles(options)) {
+          table_({screen_, prompts_, counted_, errors_}, Shuffles(options.seed)) {
         table_.UsePort(options.port);
         socket_.ListenOn(options.listen);
         table_.SetProgramName("kelvane-bot " KELVANE_VERSION);

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "bot/search.h"
+#include "bot/level3.h"
 #include "wire/wire.h"
 
 namespace kelvane::bot {

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <utility>
 
-#include "bot/bot_policy.h"
+#include "bot/level1.h"
 #include "engine/table_peer.h"
 #include "game/invariants.h"
 #include "headless/headless_ports.h"

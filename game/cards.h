@@ -21,6 +21,28 @@ inline constexpr int kKing = 13;
 
 enum Suit : int { kSpades = 1, kDiamonds = 2, kClubs = 3, kHearts = 4 };
 
+// In a run the ace may also stand above the king; this rank names it there.
+inline constexpr int kAceHigh = kRanksPerSuit + 1;
+
+// The card of `suit` at `rank` (kAceHigh the ace again), 0 off either end of the suit.
+constexpr int CardAt(int suit, int rank) {
+    if (rank == kAceHigh) rank = kAce;
+    if (rank < kAce || rank > kKing) return kNoCard;
+    return (suit - 1) * kRanksPerSuit + rank;
+}
+
+// The same-suit ranks that stand two below, one below, one above and two above rank r, 0 where
+// there is none. The ace counts below the two and above the king alike.
+struct Neighbours {
+    int m2, m1, p1, p2;
+};
+constexpr Neighbours NeighboursOf(int r) {
+    if (r == kAce) return {kQueen, kKing, 2, 3};
+    if (r == kQueen) return {10, 11, kKing, kAce};
+    if (r == kKing) return {11, kQueen, kAce, 0};
+    return {r - 2, r - 1, r + 1, r + 2};
+}
+
 // Picture codes asked of the card-image source: a face is its card code.
 inline constexpr int kBackPicture = 62;
 inline constexpr int kEmptyStackPicture = 56;

@@ -85,6 +85,8 @@ struct GameState {
     bool RoundInPlay = false;
 
     MeldTable TableMelds;
+
+    friend bool operator==(const GameState&, const GameState&) = default;
 };
 
 // The two players as one program's state holds them: its own player and the opponent.

@@ -14,9 +14,6 @@ namespace kelvane {
 
 namespace {
 
-// In a run the ace may also stand above the king; rank 14 names it there.
-constexpr int kAceHigh = 14;
-
 // The hand's cards by suit and rank, the ace present at both ends of its suit.
 class HandGrid {
   public:

@@ -5,19 +5,6 @@ namespace kelvane {
 
 namespace {
 
-// The same-suit ranks that stand two below, one below, one above and two above rank r, 0 where
-// there is none. The ace counts below the two and above the king alike.
-struct Neighbours {
-    int m2, m1, p1, p2;
-};
-
-Neighbours NeighboursOf(int r) {
-    if (r == kAce) return {kQueen, kKing, 2, 3};
-    if (r == kQueen) return {10, 11, kKing, kAce};
-    if (r == kKing) return {11, kQueen, kAce, 0};
-    return {r - 2, r - 1, r + 1, r + 2};
-}
-
 // What a list of candidate cards holds that matters to one card: how many of its rank, and which
 // of its same-suit neighbours. Tallies add up, so the cards a player holds are tallied once and
 // each meld column's cards are added to them in turn.

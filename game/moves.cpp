@@ -289,11 +289,4 @@ Int16 HandPosition(const GameState& s, Seat seat, Int16 card) {
     return -1;
 }
 
-GameState SeatView(const GameState& state) {
-    GameState seen = state;
-    seen.Stack.fill(0);
-    seen.RemoteHand.fill(0);
-    return seen;
-}
-
 }  // namespace kelvane

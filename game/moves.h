@@ -107,9 +107,4 @@ Verdict CanDealNow(const GameState& s, Seat dealer);
 // Where the card lies in the seat's hand, or -1.
 Int16 HandPosition(const GameState& s, Seat seat, Int16 card);
 
-// What the player at one seat sees: his hand, the up pile, the melds, the counts, the cards the
-// opponent took face up, the turn and the scores. The stock's order and the opponent's hand are
-// blanked, so nothing decided from the result can peek.
-GameState SeatView(const GameState& state);
-
 }  // namespace kelvane

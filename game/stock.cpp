@@ -57,7 +57,7 @@ void DealRound(GameState& s, std::string_view role) {
     s.KnownCards.fill(0);
     // The server's hand gets the first card from the top on both sides: each program gives it to
     // whichever hand is the server's in its own view.
-    for (int i = 0; i < 7; ++i) {
+    for (int i = 0; i < kDealtPerHand; ++i) {
         if (server) {
             s.LocalHand[i] = GetTopCardFromStack(s);
             s.RemoteHand[i] = GetTopCardFromStack(s);
@@ -66,8 +66,8 @@ void DealRound(GameState& s, std::string_view role) {
             s.LocalHand[i] = GetTopCardFromStack(s);
         }
     }
-    s.LocalCount = 7;
-    s.RemoteCount = 7;
+    s.LocalCount = kDealtPerHand;
+    s.RemoteCount = kDealtPerHand;
     s.KnownCount = 0;
     SortHand(s);
     s.UpPile[s.UpCount] = GetTopCardFromStack(s);

@@ -22,6 +22,11 @@ RandomSource SeededRandom(std::uint64_t seed);
 // while it is already used, so every order of the 52 cards can occur.
 CardArray ShuffleOrder(const RandomSource& random);
 
+// Each hand's cards at the deal, and what the stock holds once both hands and the first up card
+// are dealt from it.
+inline constexpr int kDealtPerHand = 7;
+inline constexpr int kStockAfterDeal = kCardsInDeck - 2 * kDealtPerHand - 1;
+
 // Empties the table and the up pile, as at every deal.
 void ClearTableState(GameState& state);
 

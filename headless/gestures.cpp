@@ -3,61 +3,77 @@
 
 #include <algorithm>
 
+#include "engine/table.h"
+
 namespace kelvane {
 
-bool StillPlayable(const GameState& seen, const MeldMove& meld) {
-    const bool inHand = std::all_of(meld.cards.begin(), meld.cards.end(), [&](Int16 card) {
-        return HandPosition(seen, Seat::kLocal, card) >= 0;
-    });
+namespace {
+
+// The one place a chosen draw becomes its click.
+void ClickToDraw(Gestures& clicks, const DrawChoice& draw) {
+    if (draw.fromStack)
+        clicks.imgStack_Click();
+    else
+        clicks.imgUpPile_Click(draw.position);
+}
+
+// The click that lays the raised cards: on the table's cloth, or on the meld's column.
+void ClickToLay(Gestures& clicks, const MeldMove& meld) {
+    if (meld.column == kNewColumn)
+        clicks.frTable_Click();
+    else
+        clicks.imgMeld_Click(Int16(meld.column * kSlotsPerColumn));
+}
+
+Int16 PositionInHand(const SeatView& seen, Int16 card) {
+    const auto hand = seen.LocalHand.begin(), end = hand + seen.LocalCount.value();
+    const auto at = std::find(hand, end, card);
+    return at == end ? Int16(-1) : Int16(static_cast<int>(at - hand));
+}
+
+}  // namespace
+
+bool StillPlayable(const SeatView& seen, const MeldMove& meld) {
+    const bool inHand = std::all_of(meld.cards.begin(), meld.cards.end(),
+                                    [&](Int16 card) { return PositionInHand(seen, card) >= 0; });
     return inHand && meld.column < seen.TableMelds.ColumnCount().value();
 }
 
-std::vector<Int16> PressesToward(const Table& table, const GameState& seen, const MeldMove& meld) {
+std::vector<Int16> PressesToward(const SeatView& seen, const MeldMove& meld) {
     std::vector<Int16> presses;
     for (Int16 i = 0; i < seen.LocalCount; ++i)
-        if (table.IsSelected(i) != meld.Contains(seen.LocalHand[i])) presses.push_back(i);
+        if (seen.Selected[i] != meld.Contains(seen.LocalHand[i])) presses.push_back(i);
     return presses;
 }
 
-void ClickToLay(Table& table, const MeldMove& meld) {
-    if (meld.column == kNewColumn)
-        table.frTable_Click();
-    else
-        table.imgMeld_Click(Int16(meld.column * kSlotsPerColumn));
-}
-
-void ClickToDiscard(Table& table, const GameState& seen, Int16 card) {
-    table.imgLocal_MouseDown(HandPosition(seen, Seat::kLocal, card), kMouseRight);
-}
-
-void MovePlayer::Act(Table& table) {
-    const GameState seen = SeatView(table.state());
+void MovePlayer::Play(const SeatView& seen, Gestures& clicks) {
     if (!seen.MyTurn || !seen.HasDrawn) {
         meld_.reset();
-        if (seen.MyTurn) Draw(table, seen);
+        if (!seen.MyTurn) return;
+        if (const std::optional<DrawChoice> draw = PickDraw(seen)) ClickToDraw(clicks, *draw);
         return;
     }
-    if (meld_ && ContinueMeld(table, seen)) return;
-    Choose(table, seen);
+    if (meld_ && ContinueMeld(seen, clicks)) return;
+    std::optional<TurnStep> step = PickStep(seen);
+    if (!step) return;
+    if (!step->meld)
+        return clicks.imgLocal_MouseDown(PositionInHand(seen, step->discard), kMouseRight);
+    meld_ = std::move(step->meld);
+    ContinueMeld(seen, clicks);
 }
 
-void MovePlayer::StartMeld(Table& table, const GameState& seen, MeldMove meld) {
-    meld_ = std::move(meld);
-    ContinueMeld(table, seen);
-}
-
-bool MovePlayer::ContinueMeld(Table& table, const GameState& seen) {
+bool MovePlayer::ContinueMeld(const SeatView& seen, Gestures& clicks) {
     // A meld whose cards have left the hand, or whose column is gone, is chosen afresh.
     if (!StillPlayable(seen, *meld_)) {
         meld_.reset();
         return false;
     }
-    const std::vector<Int16> presses = PressesToward(table, seen, *meld_);
+    const std::vector<Int16> presses = PressesToward(seen, *meld_);
     if (!presses.empty()) {
-        table.imgLocal_MouseDown(presses[NextPress(presses)], kMouseLeft);
+        clicks.imgLocal_MouseDown(presses[NextPress(presses)], kMouseLeft);
         return true;
     }
-    ClickToLay(table, *meld_);
+    ClickToLay(clicks, *meld_);
     meld_.reset();
     return true;
 }

@@ -46,8 +46,8 @@ class HeadlessScreen : public Screen {
     bool closed_ = false;
 };
 
-// Answers every question with Yes, gives a fixed host when asked and counts pauses instead of
-// sleeping. What it was told and asked is kept, so a harness can tell a refused gesture.
+// Answers every question with Yes, gives a fixed host when asked and never pauses. What it was
+// told and asked is kept, so a harness can tell a refused gesture.
 class HeadlessPrompts : public Prompts {
   public:
     explicit HeadlessPrompts(std::string host = "127.0.0.1") : host_(std::move(host)) {}
@@ -58,8 +58,6 @@ class HeadlessPrompts : public Prompts {
         notices_.clear();
         questions_.clear();
     }
-    int pauses() const { return pauses_; }
-    long long pausedMilliseconds() const { return pausedMs_; }
 
     void Tell(const Notice& notice) override { notices_.push_back(notice); }
     // Every discard is confirmed; a program without a player keeps a game that waits for its
@@ -69,17 +67,13 @@ class HeadlessPrompts : public Prompts {
         return question.kind != QuestionKind::kNewGameWithCaller;
     }
     std::string AskHost() override { return host_; }
-    void Pause(int milliseconds) override {
-        ++pauses_;
-        pausedMs_ += milliseconds;
-    }
+    // Nothing waits for a player who is not there to see the table.
+    void Pause(int) override {}
 
   private:
     std::string host_;
     std::vector<Notice> notices_;
     std::vector<Question> questions_;
-    int pauses_ = 0;
-    long long pausedMs_ = 0;
 };
 
 // Records every failure report and goes on, as a player answering Yes would; a harness treats

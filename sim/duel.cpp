@@ -54,12 +54,12 @@ std::string Told(const Notice& notice) {
 
 }  // namespace
 
-Duel::Seat::Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles)
+Duel::Seat::Seat(LinkedSockets& link, Side s, Actor& p, std::function<RandomSource()> shuffles)
     : side(s), policy(p), table({screen, prompts, link.socket(s), errors}, std::move(shuffles)) {
     screen.state = &table.state();
 }
 
-Duel::Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions options)
+Duel::Duel(std::uint64_t seed, Actor& server, Actor& client, DuelOptions options)
     : options_(options),
       shuffles_(seed),
       random_(seed ^ kSplitSalt),
@@ -197,7 +197,7 @@ std::size_t Duel::PieceLength(const std::string& inFlight) {
 void Duel::Gesture(Seat& seat) {
     const GameState& state = seat.table.state();
     if (!state.HasDrawn && state.StackCount == 0 && state.UpCount == 0)
-        return Stick(seat, WhyTurnCannotEnd(SeatView(state)));
+        return Stick(seat, WhyTurnCannotEnd(SeatView(state).Pictured()));
     const std::size_t sentBefore = link_.SentBytes(seat.side);
     Guarded([&] { seat.policy.Act(seat.table); });
     // The only question a legal gesture meets is the one that confirms a discard.
@@ -224,7 +224,7 @@ bool Duel::Frozen(const Seat& seat, const Notice& notice) {
 }
 
 void Duel::JudgeIdle(Seat& seat) {
-    const std::string reason = WhyTurnCannotEnd(SeatView(seat.table.state()));
+    const std::string reason = WhyTurnCannotEnd(SeatView(seat.table.state()).Pictured());
     if (!reason.empty()) return Stick(seat, reason);
     Fail(std::string(SideName(seat.side)) + "'s policy made no progress in " +
          std::to_string(idle_) + " gestures although its turn can end");
@@ -316,7 +316,7 @@ DuelResult Duel::Result() const {
     return result;
 }
 
-DuelResult PlayDuel(std::uint64_t seed, Policy& server, Policy& client, int rounds,
+DuelResult PlayDuel(std::uint64_t seed, Actor& server, Actor& client, int rounds,
                     DuelOptions options) {
     Duel duel(seed, server, client, options);
     return duel.Play(rounds);

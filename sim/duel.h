@@ -58,7 +58,7 @@ struct DuelResult {
 class Duel {
   public:
     // `seed` decides the shuffles, the splitting of the byte stream and the interleaving.
-    Duel(std::uint64_t seed, Policy& server, Policy& client, DuelOptions options = {});
+    Duel(std::uint64_t seed, Actor& server, Actor& client, DuelOptions options = {});
     Duel(const Duel&) = delete;
     Duel& operator=(const Duel&) = delete;
 
@@ -88,7 +88,7 @@ class Duel {
 
   private:
     struct Seat {
-        Seat(LinkedSockets& link, Side s, Policy& p, std::function<RandomSource()> shuffles);
+        Seat(LinkedSockets& link, Side s, Actor& p, std::function<RandomSource()> shuffles);
         // Counts the rounds scored with both piles empty: rounds nobody could draw in.
         struct Screen : HeadlessScreen {
             const GameState* state = nullptr;
@@ -99,7 +99,7 @@ class Duel {
             }
         };
         Side side;
-        Policy& policy;
+        Actor& policy;
         Screen screen;
         HeadlessPrompts prompts;
         HeadlessErrors errors;
@@ -148,7 +148,7 @@ class Duel {
     int resumes_ = 0;
 };
 
-DuelResult PlayDuel(std::uint64_t seed, Policy& server, Policy& client, int rounds,
+DuelResult PlayDuel(std::uint64_t seed, Actor& server, Actor& client, int rounds,
                     DuelOptions options = {});
 
 }  // namespace kelvane::sim

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -37,9 +36,6 @@ class LinkedSockets {
     const std::string& InFlight(Side from) const { return Of(from).inFlight; }
     // Every byte `from` has ever sent.
     std::size_t SentBytes(Side from) const { return Of(from).sent; }
-    // A 64-bit FNV-1a digest of every byte `from` has ever sent: two runs that send the same
-    // bytes in the same order have the same digest.
-    std::uint64_t SentDigest(Side from) const { return Of(from).digest; }
     // Every byte of the game's own messages `from` has sent, leaving out Kelvane's ("K:"
     // frames), which a program that knows nothing of them passes over.
     const std::string& GameText(Side from) const { return Of(from).gameText; }
@@ -64,7 +60,6 @@ class LinkedSockets {
         std::string inFlight;
         std::string received;
         std::size_t sent = 0;
-        std::uint64_t digest = 0xcbf29ce484222325ULL;
         std::string gameText;
         bool closeEvent = false;
         bool connectEvent = false;

@@ -19,7 +19,8 @@ bool TurnCanEndAfterTake(const GameState& seen, Int16 position) {
 
 }  // namespace
 
-void RandomPolicy::Draw(Table& table, const GameState& seen) {
+std::optional<DrawChoice> RandomPolicy::PickDraw(const SeatView& view) {
+    const GameState seen = view.Pictured();
     const Int16 top = seen.UpCount - 1;
     // Weighted 3 : 1 : 2; a kind not open to the player now is dropped and another drawn.
     std::vector<DrawKind> kinds = {DrawKind::kStack, DrawKind::kStack,    DrawKind::kStack,
@@ -28,12 +29,12 @@ void RandomPolicy::Draw(Table& table, const GameState& seen) {
         const DrawKind kind = Pick(kinds);
         switch (kind) {
             case DrawKind::kStack:
-                if (CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
+                if (CanDrawFromStack(seen, Seat::kLocal).ok()) return DrawChoice{true, 0};
                 break;
             case DrawKind::kTop:
                 // Taken alone into an empty hand, the top card may be neither kept nor discarded.
                 if (seen.UpCount > 0 && (seen.LocalCount > 0 || TurnCanEndAfterTake(seen, top)))
-                    return table.imgUpPile_Click(top);
+                    return DrawChoice{false, top};
                 break;
             case DrawKind::kBelowTop: {
                 std::vector<Int16> takes;
@@ -41,16 +42,18 @@ void RandomPolicy::Draw(Table& table, const GameState& seen) {
                     if (CanTakeFromUpPile(seen, Seat::kLocal, p).ok() &&
                         TurnCanEndAfterTake(seen, p))
                         takes.push_back(p);
-                if (!takes.empty()) return table.imgUpPile_Click(Pick(takes));
+                if (!takes.empty()) return DrawChoice{false, Pick(takes)};
                 break;
             }
         }
         std::erase(kinds, kind);
     }
     // Nothing open leaves a turn that can end; the harness names the dead end.
+    return std::nullopt;
 }
 
-void RandomPolicy::Choose(Table& table, const GameState& seen) {
+std::optional<TurnStep> RandomPolicy::PickStep(const SeatView& view) {
+    const GameState seen = view.Pictured();
     const std::vector<Int16> discards = Discardable(seen);
     // Three times in four a meld is played when there is one; the search is spared otherwise.
     std::vector<MeldMove> melds;
@@ -61,11 +64,11 @@ void RandomPolicy::Choose(Table& table, const GameState& seen) {
         for (std::size_t left = melds.size(); left > 0; --left) {
             std::swap(melds[left - 1], melds[Below(left)]);
             if (!TurnCanEndAfter(seen, melds[left - 1])) continue;
-            return StartMeld(table, seen, std::move(melds[left - 1]));
+            return TurnStep::Lay(std::move(melds[left - 1]));
         }
     }
-    if (discards.empty()) return;
-    ClickToDiscard(table, seen, Pick(discards));
+    if (discards.empty()) return std::nullopt;
+    return TurnStep::Throw(Pick(discards));
 }
 
 }  // namespace kelvane::sim

@@ -20,8 +20,8 @@ class RandomPolicy : public MovePlayer {
     explicit RandomPolicy(std::uint64_t seed) : random_(seed) {}
 
   private:
-    void Draw(Table& table, const GameState& seen) override;
-    void Choose(Table& table, const GameState& seen) override;
+    std::optional<DrawChoice> PickDraw(const SeatView& seen) override;
+    std::optional<TurnStep> PickStep(const SeatView& seen) override;
     std::size_t NextPress(const std::vector<Int16>& presses) override {
         return Below(presses.size());
     }

@@ -57,7 +57,8 @@ MUTANTS = [
      "the card just below the top may be taken without melding it"),
     ("M14", "game/meldability.cpp", "bool SetTest() const { return sameRank >= 3; }",
      "bool SetTest() const { return sameRank >= 2; }", "two of a rank count as meldable"),
-    ("M15", "game/stock.cpp", "s.LocalCount = 7;", "s.LocalCount = 6;", "a deal gives six cards"),
+    ("M15", "game/stock.cpp", "s.LocalCount = kDealtPerHand;", "s.LocalCount = kDealtPerHand - 1;",
+     "a deal gives six cards"),
     # The wire.
     ("M16", "wire/wire.cpp", "if (text.size() != 2 ||", "if (text.size() < 2 ||",
      "a number of three digits is read as two"),
@@ -98,7 +99,7 @@ MUTANTS = [
     ("M33", "ui/form1_views.cpp", 's.HasDrawn ? "Discard" : "Draw"', 's.HasDrawn ? "Draw" : "Discard"',
      "the status line asks for the wrong step"),
     # The bot and the socket.
-    ("M34", "bot/bot_policy.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
+    ("M34", "bot/level1.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
      "points - outlook_.KeptCost(kept) + outlook_.Denial(card)",
      "the bot's judgement of a discard flips a sign"),
     ("M35", "bot/main.cpp", "if (sessionClosed) return Leave(kExitFailure);",
@@ -222,13 +223,13 @@ MUTANTS = [
      "if (false && r.readable && r.kind == MessageKind::kHello",
      "a client calling back a restarted server is not told its game is gone"),
     # Level 3's successive halving.
-    ("M69", "bot/search.cpp", "return margin[a] > margin[b]; });",
+    ("M69", "bot/level3.cpp", "return margin[a] > margin[b]; });",
      "return margin[a] < margin[b]; });",
      "level 3 keeps the worse half of its candidates"),
-    ("M70", "bot/search.cpp", "(margin[a] == margin[b] && a > b)",
+    ("M70", "bot/level3.cpp", "(margin[a] == margin[b] && a > b)",
      "(margin[a] == margin[b] && a < b)",
      "level 3 takes the last of equal candidates, not the first level's preference"),
-    ("M71", "bot/search.cpp", "static_cast<long long>(count) / rounds;",
+    ("M71", "bot/level3.cpp", "static_cast<long long>(count) / rounds;",
      "static_cast<long long>(count);", "level 3 spends its whole budget in every round of halving"),
     # The simulated round level 2 plays out.
     ("M72", "bot/fast_round.cpp",
@@ -238,12 +239,30 @@ MUTANTS = [
     # Level 3's reading of the opponent's hand and its play-outs.
     ("M73", "bot/fast_round.cpp", "if ((wide & (wide >> 1) & (wide >> 2)) != 0) return true;",
      "if ((wide & (wide >> 1)) != 0) return true;", "two cards in a row count as a run in a hand"),
-    ("M74", "bot/lookahead.cpp", "settled_ = reading.read && (", "settled_ = !reading.read && (",
+    ("M74", "bot/level2.cpp", "settled_ = reading.read && (", "settled_ = !reading.read && (",
      "level 3 deals the opponent's hand as if it had read nothing"),
     ("M75", "bot/fast_round.cpp", "(!live || (sameRank & ~held & ~gone) != 0)",
      "(!live || (sameRank & ~held) != 0)", "level 3's play-outs keep a pair whose rank is gone"),
-    ("M76", "bot/lookahead.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
+    ("M76", "bot/level2.cpp", "(stackBefore < kStockAfterDeal ||", "(stackBefore <= kStockAfterDeal ||",
      "level 3 reads a meld-free hand into the opponent before his first turn"),
+    # What a player sees of its seat, and the clicks it makes.
+    ("M92", "headless/gestures.cpp", "    if (draw.fromStack)", "    if (!draw.fromStack)",
+     "a chosen draw clicks the other pile"),
+    ("M93", "headless/policy.cpp", "seen.Selected[i] = table.IsSelected(i);",
+     "seen.Selected[i] = false;", "a player's view forgets the cards he has raised"),
+    ("M94", "game/seat_view.cpp", "      KnownCards(table.KnownCards),", "",
+     "a seat's view leaves out the cards the opponent took face up"),
+    ("M95", "game/seat_view.cpp", "    s.MustMeldCard = MustMeldCard;", "",
+     "the pictured table forgets the card that must be melded"),
+    ("M96", "headless/gestures.cpp", "clicks.imgMeld_Click(Int16(meld.column * kSlotsPerColumn));",
+     "clicks.imgMeld_Click(Int16(meld.column));", "a lay-off clicks a slot number as a column"),
+    ("M97", "headless/gestures.cpp", "Int16(static_cast<int>(at - hand));",
+     "Int16(static_cast<int>(at - hand) + 1);", "a discard's right press lands on the next card"),
+    ("M98", "bot/level2.cpp",
+     "const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();",
+     "const bool circling = false;", "two levels passing the same cards circle for ever"),
+    ("M99", "bot/seeds.cpp", "    return std::mt19937_64(words)();", "    return *seed;",
+     "a seeded bot's first decision replays the numbers that shuffled round 1"),
 ]
 
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/lookahead.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,8 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "bot/bot_policy.h"
-#include "bot/search.h"
+#include "bot/level1.h"
+#include "bot/level2.h"
+#include "bot/level3.h"
 #include "engine/table.h"
 #include "headless/policy.h"
 #include "sim/duel.h"
@@ -23,7 +22,7 @@ namespace {
 // A computer player that notes the engine's whole state whenever it is about to decide a draw or
 // a plan: each gesture with nothing selected (before each meld and before the discard).
 template <typename Player>
-class Watched : public Policy {
+class Watched : public Actor {
   public:
     template <typename... Args>
     explicit Watched(std::vector<GameState>& states, Args&&... args)
@@ -40,21 +39,23 @@ class Watched : public Policy {
     Player player_;
 };
 
-// The same position with the stock's order and the opponent's cards not known to be in his hand
-// dealt out afresh over the same places.
-GameState Rescrambled(const GameState& s, std::mt19937_64& random) {
-    GameState out = s;
-    std::vector<Int16*> hidden;
-    for (Int16 i = 0; i < s.StackCount; ++i) hidden.push_back(&out.Stack[i]);
-    const auto known = s.KnownCards.begin(), knownEnd = known + s.KnownCount.value();
-    for (Int16 i = 0; i < s.RemoteCount; ++i)
-        if (std::find(known, knownEnd, s.RemoteHand[i]) == knownEnd)
-            hidden.push_back(&out.RemoteHand[i]);
-    std::vector<Int16> cards;
-    for (Int16* slot : hidden) cards.push_back(*slot);
-    std::shuffle(cards.begin(), cards.end(), random);
-    for (std::size_t k = 0; k < hidden.size(); ++k) *hidden[k] = cards[k];
-    return out;
+// Whether a player given `View` could name the opponent's hand or the stack's order.
+template <typename View>
+constexpr bool kShowsHiddenCards = requires(const View& v) {
+    v.RemoteHand;
+}
+|| requires(const View& v) {
+    v.Stack;
+};
+static_assert(kShowsHiddenCards<GameState>);
+static_assert(!kShowsHiddenCards<SeatView>);
+
+// The table as the seat pictures it: the whole state but the stack's cards and the opponent's.
+GameState Blanked(GameState s) {
+    s.Stack.fill(0);
+    s.RemoteHand.fill(0);
+    s.RevealOpponent = false;
+    return s;
 }
 
 constexpr LookaheadBudget kRepeatable{24, 0};
@@ -67,17 +68,17 @@ CardSet Hidden(const FastRound& r) {
 }
 
 // What a level would do next in words, with what the first level judges its plan worth.
-std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
+std::string Decision(const SeatView& s, int level, std::uint64_t seed = 5) {
     const LookaheadSearch search = level == 3 ? kLevel3Search : LookaheadSearch{};
     if (!s.HasDrawn) {
-        const std::optional<Draw> d =
+        const std::optional<DrawChoice> d =
             level == 1 ? ChooseDraw(s) : ChooseDrawAhead(s, kRepeatable, seed, search);
         return !d             ? "no draw"
                : d->fromStack ? "stack"
                               : "up " + std::to_string(d->position.value());
     }
     const std::optional<TurnPlan> plan =
-        level == 1 ? PlanTurn(s) : PlanTurnAhead(s, kRepeatable, seed, search);
+        level == 1 ? PlanTurn(s.Pictured()) : PlanTurnAhead(s, kRepeatable, seed, search);
     if (!plan) return "stuck";
     std::string text;
     for (const MeldMove& m : plan->melds) {
@@ -90,8 +91,8 @@ std::string Decision(const GameState& s, int level, std::uint64_t seed = 5) {
 
 // Every level plays through the engine's handlers without one refused gesture or a turn left
 // unplayed (the duel fails on either: a card taken from below the top of the up pile and not
-// melded is one), and what its seat cannot see never changes a decision, while the seed of levels
-// 2 and 3 does change some: their play-outs matter.
+// melded is one). What it decides from pictures everything its seat sees of each position and
+// nothing else, and the seed of levels 2 and 3 changes some decisions: their play-outs matter.
 TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
     for (const int level : {1, 2, 3}) {
         SCOPED_TRACE("level " + std::to_string(level));
@@ -101,22 +102,65 @@ TEST(Levels, PlayThroughTheEngineAndDecideFromTheirSeatAlone) {
             Watched<BotPolicy> first(states), second(states);
             Watched<LookaheadPolicy> ahead(states, kRepeatable, seed,
                                            level == 3 ? kLevel3Search : LookaheadSearch{});
-            Policy& player = level == 1 ? static_cast<Policy&>(first) : ahead;
-            Policy& opponent = level == 1 ? static_cast<Policy&>(second) : other;
+            Actor& player = level == 1 ? static_cast<Actor&>(first) : ahead;
+            Actor& opponent = level == 1 ? static_cast<Actor&>(second) : other;
             const sim::DuelResult r = seed % 2 ? sim::PlayDuel(seed, player, opponent, 6)
                                                : sim::PlayDuel(seed, opponent, player, 6);
             EXPECT_EQ(r.failure, "") << "seed " << seed;
         }
         ASSERT_GT(states.size(), 100u);
-        std::mt19937_64 random(17);
         int changedBySeed = 0;
         for (std::size_t i = 0; i < states.size(); i += 2) {
-            const GameState& s = states[i];
-            const std::string decision = Decision(s, level);
-            ASSERT_EQ(decision, Decision(Rescrambled(s, random), level)) << "state " << i;
-            if (level > 1) changedBySeed += decision != Decision(s, level, 6);
+            const SeatView seen(states[i]);
+            ASSERT_EQ(seen.Pictured(), Blanked(states[i])) << "state " << i;
+            if (level > 1) changedBySeed += Decision(seen, level) != Decision(seen, level, 6);
         }
         EXPECT_TRUE(level == 1 || changedBySeed > 0);
+    }
+}
+
+// The clicks a player makes, in words.
+struct Clicks : Gestures {
+    std::vector<std::string> made;
+    void imgStack_Click() override { made.push_back("stack"); }
+    void imgUpPile_Click(Int16 p) override { made.push_back("up " + std::to_string(p.value())); }
+    void imgLocal_MouseDown(Int16 p, int button) override {
+        made.push_back("hand " + std::to_string(p.value()) + " " + std::to_string(button));
+    }
+    void frTable_Click() override { made.push_back("table"); }
+    void imgMeld_Click(Int16 slot) override {
+        made.push_back("meld " + std::to_string(slot.value()));
+    }
+};
+
+// A level played on a view the test makes, with no table at all.
+template <typename Player>
+struct OnItsOwn : Player {
+    using Player::Play;
+    using Player::Player;
+};
+
+// Two players who each take the other's discard back could circle for ever: a level that meets a
+// position again at its draw, the stack no shorter, draws from the stack, though it took from the
+// up pile there the first time.
+TEST(Levels, MeetingAPositionAgainAtTheDrawTheyDrawFromTheStack) {
+    std::vector<GameState> states;
+    Watched<BotPolicy> a(states), b(states);
+    ASSERT_EQ(sim::PlayDuel(9, a, b, 2).failure, "");
+    for (const LookaheadSearch& search : {LookaheadSearch{}, kLevel3Search}) {
+        int circles = 0;
+        for (std::size_t i = 0; i < states.size() && circles < 3; ++i) {
+            const SeatView seen(states[i]);
+            if (!seen.MyTurn || seen.HasDrawn || seen.StackCount == 0) continue;
+            OnItsOwn<LookaheadPolicy> player(kRepeatable, 1, search);
+            Clicks clicks;
+            player.Play(seen, clicks);
+            if (clicks.made.back() == "stack") continue;
+            player.Play(seen, clicks);
+            EXPECT_EQ(clicks.made.back(), "stack") << "state " << i;
+            ++circles;
+        }
+        EXPECT_EQ(circles, 3);
     }
 }
 
@@ -132,11 +176,11 @@ TEST(Lookahead, HalvingFindsTheBestCandidateWithinTheSameBudget) {
                                     {16, 9, 9}, {16, 16, 0}, {17, 16, 16}};
     for (const auto& [count, better, expected] : cases) {
         long long played = 0;
-        const std::size_t chosen =
-            HalvingPlayOuts(s, {}, kRepeatable, 1, count, [&](FastRound& round, std::size_t i) {
-                ++played;
-                if (i == better) round.melded[0] += 5;
-            });
+        const std::size_t chosen = HalvingPlayOuts(SeatView(s), {}, kRepeatable, 1, count,
+                                                   [&](FastRound& round, std::size_t i) {
+                                                       ++played;
+                                                       if (i == better) round.melded[0] += 5;
+                                                   });
         EXPECT_EQ(chosen, expected) << count << " candidates, better " << better;
         EXPECT_LE(played, static_cast<long long>(count) * kRepeatable.playouts) << count;
         EXPECT_GT(played, static_cast<long long>(count) * kRepeatable.playouts / 2) << count;
@@ -158,12 +202,13 @@ TEST(Lookahead, DealsTheHiddenCardsConsistentlyWithWhatWasSeen) {
         for (const bool read : {false, true}) {
             const FastRound seen = FastRound::From(s);
             std::mt19937_64 before = random;
-            const FastRound dealt = HiddenDeals(s, {read, 0}).Deal(random);
+            const FastRound dealt = HiddenDeals(SeatView(s), {read, 0}).Deal(random);
             // Before the opponent's first turn (the opener about to draw) his hand is as dealt.
             if (read && s.StackCount == 37 && s.KnownCount == 0 && !s.HasDrawn) {
                 std::mt19937_64 plain = before;
                 for (int k = 0; k < 8; ++k)
-                    EXPECT_EQ(HiddenDeals(s, {true, 0}).Deal(before), HiddenDeals(s).Deal(plain));
+                    EXPECT_EQ(HiddenDeals(SeatView(s), {true, 0}).Deal(before),
+                              HiddenDeals(SeatView(s)).Deal(plain));
             }
             holdingMelds[read] += dealt.HoldsMeld(1);
             // Only his hand and the stock change, sharing out the same cards as before.

@@ -4,10 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <QRegularExpression>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
+
+#include "bot/seeds.h"
 
 namespace kelvane::bot {
 namespace {
@@ -112,6 +117,22 @@ TEST(BotOptions, TheManualPageDescribesEveryOptionTheUsageTextLists) {
             << "no entry for --" << m.captured(1).toStdString();
     }
     EXPECT_GE(options, 8);
+}
+
+// With --seed, no decision of a level plays out its deals on the numbers that shuffled a round:
+// the first number of each of a hundred rounds' shuffles and of a hundred decisions' play-outs
+// have none in common. Each decision's play-outs are seeded from the level's generator, as the
+// shuffles are from theirs.
+TEST(BotSeeds, TheDecisionsNeverReplayTheShuffles) {
+    for (const std::uint64_t seed : {0ULL, 1ULL, 3ULL, 4ULL}) {
+        const auto shuffles = Shuffles(seed);
+        std::set<std::uint64_t> shuffled;
+        for (int round = 0; round < 100; ++round) shuffled.insert(shuffles()());
+        std::mt19937_64 decisions(DecisionSeed(seed));
+        for (int decision = 0; decision < 100; ++decision)
+            ASSERT_FALSE(shuffled.contains(std::mt19937_64(decisions())()))
+                << "seed " << seed << ", decision " << decision;
+    }
 }
 
 }  // namespace

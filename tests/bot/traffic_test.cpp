@@ -8,7 +8,7 @@
 #include <tuple>
 #include <utility>
 
-#include "bot/bot_policy.h"
+#include "bot/level1.h"
 #include "game/state_digest.h"
 #include "sim/duel.h"
 #include "sim/random_policy.h"

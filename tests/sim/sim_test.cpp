@@ -130,7 +130,7 @@ TEST(Duel, DigestsCatchProgramsThatHaveComeApart) {
     }
 }
 
-struct ScriptedPolicy : Policy {
+struct ScriptedPolicy : Actor {
     std::function<void(Table&)> act;
     void Act(Table& table) override { act(table); }
 };

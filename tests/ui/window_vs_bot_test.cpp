@@ -114,7 +114,7 @@ class WindowAgainstBot : public ::testing::Test {
     // selection at a time, and else discards. At each turn a reader finds the names of the cards,
     // the stack, the frames and the opponent's move.
     void ByKeys() {
-        const GameState seen = SeatView(s());
+        const GameState seen = SeatView(s()).Pictured();
         if (!seen.HasDrawn) {
             CheckNames();
             Go(Row::kPiles, CanDrawFromStack(seen, Seat::kLocal).ok() ? 0 : seen.UpCount.value());
@@ -123,7 +123,7 @@ class WindowAgainstBot : public ::testing::Test {
         for (const MeldMove& m :
              seen.MustMeldCard != 0 ? MeldsWith(seen, seen.MustMeldCard) : AllMelds(seen)) {
             if (!TurnCanEndAfter(seen, m)) continue;
-            const std::vector<Int16> presses = PressesToward(window->table(), seen, m);
+            const std::vector<Int16> presses = PressesToward(SeatViewOf(window->table()), m);
             if (!presses.empty()) {
                 Go(Row::kHand, presses.front().value());
                 EXPECT_EQ(

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/lookahead.h"
+#include "bot/level2.h"
 
 #include <algorithm>
 #include <bit>
@@ -8,15 +8,13 @@
 #include <vector>
 
 #include "game/moves.h"
+#include "game/stock.h"
 
 namespace kelvane::bot {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int kFloatLateStack = 6;
-// The stack after a deal of seven cards each and the first up card.
-constexpr int kStockAfterDeal = kCardsInDeck - 2 * 7 - 1;
 // Deals tried for an opponent's hand that holds no meld; a hand that cannot be had is dealt anyway.
 constexpr int kRedeals = 20;
 
@@ -42,7 +40,7 @@ void PlayPlan(FastRound& round, const TurnPlan& plan) {
 }  // namespace
 
 // Every candidate meets the same deals until the budget is spent.
-std::size_t EqualPlayOuts(const GameState& seen, const HandReading& reading,
+std::size_t EqualPlayOuts(const SeatView& seen, const HandReading& reading,
                           const LookaheadBudget& budget, std::uint64_t seed, std::size_t candidates,
                           const PlayCandidate& play) {
     if (candidates <= 1) return 0;
@@ -67,8 +65,8 @@ std::size_t EqualPlayOuts(const GameState& seen, const HandReading& reading,
                                     margin.begin());
 }
 
-HiddenDeals::HiddenDeals(const GameState& state, const HandReading& reading)
-    : base_(FastRound::From(SeatView(state))) {
+HiddenDeals::HiddenDeals(const SeatView& state, const HandReading& reading)
+    : base_(FastRound::From(state.Pictured())) {
     // Until the opponent's first turn of the round his hand is as dealt. Before this turn's draw
     // the stack held all that the deal left it unless he drew from it or took the up card.
     const bool drewFromStack = state.HasDrawn && state.TakenUpCard == 0 && state.MustMeldCard == 0;
@@ -116,14 +114,15 @@ FastRound HiddenDeals::DealOnce(std::mt19937_64& random) const {
     return round;
 }
 
-std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
-                                    std::uint64_t seed, const LookaheadSearch& search,
-                                    int passedUp) {
+std::optional<DrawChoice> ChooseDrawAhead(const SeatView& view, const LookaheadBudget& budget,
+                                          std::uint64_t seed, const LookaheadSearch& search,
+                                          int passedUp) {
+    const GameState seen = view.Pictured();
     const HandReading reading{search.readsHand, passedUp};
     // Each candidate draw is followed by the first level's plan for the turn: for a take the plan
     // is known now, for the stack it is made for each card the stack could give.
     struct Candidate {
-        kelvane::bot::Draw draw;
+        DrawChoice draw;
         TurnPlan plan;
     };
     std::vector<Candidate> candidates;
@@ -140,7 +139,7 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
     std::array<std::optional<TurnPlan>, kCardsInDeck + 1> stackPlans;
     std::array<bool, kCardsInDeck + 1> planned{};
     const std::size_t best = search.judge(
-        seen, reading, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
+        view, reading, budget, seed, candidates.size(), [&](FastRound& round, std::size_t c) {
             const Candidate& candidate = candidates[c];
             if (!candidate.draw.fromStack) {
                 round.TakeFromUpPile(0, candidate.draw.position.value());
@@ -161,11 +160,11 @@ std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget
     return candidates[best].draw;
 }
 
-std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
+std::optional<TurnPlan> PlanTurnAhead(const SeatView& seen, const LookaheadBudget& budget,
                                       std::uint64_t seed, const LookaheadSearch& search,
                                       int passedUp) {
     const HandReading reading{search.readsHand, passedUp};
-    std::vector<TurnPlan> plans = BestPlans(seen, search.plans);
+    std::vector<TurnPlan> plans = BestPlans(seen.Pictured(), search.plans);
     if (plans.empty()) return std::nullopt;
     // Floating with the stack nearly gone can leave both players nothing to draw, a round only
     // quitting ends; the play-outs would score such a round as it stands, so it is not offered.
@@ -178,14 +177,15 @@ std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudg
     return std::move(plans[best]);
 }
 
-void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
+std::optional<DrawChoice> LookaheadPolicy::PickDraw(const SeatView& seen) {
     plan_.reset();
     laid_ = 0;
     // Two players who each take the other's discard back can pass the same cards to and fro for
     // ever while the stack waits. A position met before at this round's draw, with the stack no
     // shorter, is such a circle: the stack's card breaks it, and the stack shrinks each time, so
     // the round goes on.
-    const FastRound here = FastRound::From(SeatView(seen));
+    const GameState pictured = seen.Pictured();
+    const FastRound here = FastRound::From(pictured);
     if (!drawnAt_.empty() && here.stackCount > drawnAt_.back().stackCount) drawnAt_.clear();
     const bool circling = std::find(drawnAt_.begin(), drawnAt_.end(), here) != drawnAt_.end();
     drawnAt_.push_back(here);
@@ -195,30 +195,25 @@ void LookaheadPolicy::Draw(Table& table, const GameState& seen) {
     passedUp_ = seen.StackCount == stackAfterDraw_ - 1 && seen.UpCount >= under
                     ? seen.UpPile[seen.UpCount - under].value()
                     : 0;
-    if (circling && CanDrawFromStack(seen, Seat::kLocal).ok()) return table.imgStack_Click();
-    const std::optional<kelvane::bot::Draw> draw =
-        ChooseDrawAhead(seen, budget_, random_(), search_, passedUp_);
-    if (!draw) return;
-    if (draw->fromStack)
-        table.imgStack_Click();
-    else
-        table.imgUpPile_Click(draw->position);
+    if (circling && CanDrawFromStack(pictured, Seat::kLocal).ok()) return DrawChoice{true, 0};
+    return ChooseDrawAhead(seen, budget_, random_(), search_, passedUp_);
 }
 
-void LookaheadPolicy::Choose(Table& table, const GameState& seen) {
+std::optional<TurnStep> LookaheadPolicy::PickStep(const SeatView& seen) {
     // The turn's plan is chosen once, after the draw, and then laid meld by meld.
+    const GameState pictured = seen.Pictured();
     const bool onCourse = plan_ && laid_ < plan_->melds.size() &&
-                          CanMeld(seen, Seat::kLocal, plan_->melds[laid_]).ok();
+                          CanMeld(pictured, Seat::kLocal, plan_->melds[laid_]).ok();
     const bool discardDue = plan_ && laid_ == plan_->melds.size() &&
-                            CanDiscard(seen, Seat::kLocal, plan_->discard).ok();
+                            CanDiscard(pictured, Seat::kLocal, plan_->discard).ok();
     if (!onCourse && !discardDue) {
         stackAfterDraw_ = seen.StackCount.value();
         plan_ = PlanTurnAhead(seen, budget_, random_(), search_, passedUp_);
         laid_ = 0;
-        if (!plan_) return;
+        if (!plan_) return std::nullopt;
     }
-    if (laid_ < plan_->melds.size()) return StartMeld(table, seen, plan_->melds[laid_++]);
-    ClickToDiscard(table, seen, plan_->discard);
+    if (laid_ < plan_->melds.size()) return TurnStep::Lay(plan_->melds[laid_++]);
+    return TurnStep::Throw(plan_->discard);
 }
 
 }  // namespace kelvane::bot

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/bot_policy.h"
+#include "bot/level1.h"
 
 #include <algorithm>
 #include <bitset>
 #include <cstdint>
 #include <limits>
 
+#include "bot/fast_round.h"
 #include "game/scoring.h"
-#include "headless/gestures.h"
+#include "game/stock.h"
 
 namespace kelvane::bot {
 
@@ -21,7 +22,6 @@ constexpr double kGoOut = 25;
 constexpr double kFloat = 12;
 // Floating with the stack (almost) gone can leave a player nothing he may draw.
 constexpr double kFloatLate = -1000;
-constexpr int kFloatLateStack = 6;
 // A draw after which the turn could not end at all.
 constexpr double kStuck = -100;
 // How much of a card's cost a live chance of melding it later takes away.
@@ -33,7 +33,6 @@ constexpr double kDenial = 0.4;
 constexpr double kRiskFullStock = 0.35;
 constexpr double kRiskOpponentNearlyOut = 0.8;
 constexpr int kOpponentNearlyOut = 2;
-constexpr int kStockAfterDeal = 37;
 // The plan search stops looking at combinations of melds after this many; real hands need far
 // fewer.
 constexpr int kSearchLimit = 20000;
@@ -42,13 +41,6 @@ using CardSet = std::bitset<kCardsInDeck + 1>;
 
 int Points(Int16 card) {
     return CardPoints(card).value();
-}
-
-// The card of `suit` at `rank`, where 14 names the ace above the king; 0 off either end.
-Int16 CardAt(int suit, int rank) {
-    if (rank == kKing + 1) rank = kAce;
-    if (rank < kAce || rank > kKing) return 0;
-    return MakeCard(suit, rank);
 }
 
 CardSet HandCards(const GameState& s) {
@@ -302,11 +294,12 @@ std::vector<TurnPlan> BestPlans(const GameState& seen, std::size_t count) {
     return Planner(seen, count).Best();
 }
 
-std::optional<Draw> ChooseDraw(const GameState& seen) {
-    std::optional<Draw> best;
+std::optional<DrawChoice> ChooseDraw(const SeatView& view) {
+    const GameState seen = view.Pictured();
+    std::optional<DrawChoice> best;
     double bestValue = std::numeric_limits<double>::lowest();
     if (CanDrawFromStack(seen, Seat::kLocal).ok()) {
-        best = Draw{true, 0};
+        best = DrawChoice{true, 0};
         bestValue = StackValue(seen);
     }
     const Int16 top = seen.UpCount - 1;
@@ -317,27 +310,22 @@ std::optional<Draw> ChooseDraw(const GameState& seen) {
         TakeFromUpPile(after, Seat::kLocal, p);
         const std::optional<TurnPlan> plan = PlanTurn(after);
         if (plan && plan->value > bestValue) {
-            best = Draw{false, p};
+            best = DrawChoice{false, p};
             bestValue = plan->value;
         }
     }
     return best;
 }
 
-void BotPolicy::Draw(Table& table, const GameState& seen) {
-    const std::optional<kelvane::bot::Draw> draw = ChooseDraw(seen);
-    if (!draw) return;
-    if (draw->fromStack)
-        table.imgStack_Click();
-    else
-        table.imgUpPile_Click(draw->position);
+std::optional<DrawChoice> BotPolicy::PickDraw(const SeatView& seen) {
+    return ChooseDraw(seen);
 }
 
-void BotPolicy::Choose(Table& table, const GameState& seen) {
-    const std::optional<TurnPlan> plan = PlanTurn(seen);
-    if (!plan) return;
-    if (plan->melds.empty()) return ClickToDiscard(table, seen, plan->discard);
-    StartMeld(table, seen, plan->melds.front());
+std::optional<TurnStep> BotPolicy::PickStep(const SeatView& seen) {
+    std::optional<TurnPlan> plan = PlanTurn(seen.Pictured());
+    if (!plan) return std::nullopt;
+    if (plan->melds.empty()) return TurnStep::Throw(plan->discard);
+    return TurnStep::Lay(std::move(plan->melds.front()));
 }
 
 }  // namespace kelvane::bot

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "bot/bot_policy.h"
 #include "bot/fast_round.h"
+#include "bot/level1.h"
 #include "game/game_state.h"
 
 namespace kelvane::bot {
@@ -30,9 +30,6 @@ struct LookaheadBudget {
 // How many of the first level's best plans after a draw are played out against each other.
 inline constexpr std::size_t kCandidatePlans = 6;
 
-// The cards the seat cannot see dealt in at random over the opponent's hand and the stack: the
-// opponent keeps the cards he is known to hold (taken face up, seen nowhere since). What the
-// state holds of the stack and the opponent's hand is blanked first and never read.
 // What the seat reads of the opponent's hand from his play this round, for the deals to follow.
 struct HandReading {
     // Whether to read at all: a player who has had a turn lays what he can, so his hand holds no
@@ -41,10 +38,12 @@ struct HandReading {
     int passedUp = 0;  // the up card he drew past at his last draw, 0 for none
 };
 
-// With a reading, the opponent's hand is dealt again (a few times at most) while it contradicts it.
+// The cards the seat cannot see dealt in at random over the opponent's hand and the stack: the
+// opponent keeps the cards he is known to hold (taken face up, seen nowhere since). With a
+// reading, the opponent's hand is dealt again (a few times at most) while it contradicts it.
 class HiddenDeals {
   public:
-    explicit HiddenDeals(const GameState& state, const HandReading& reading = {});
+    explicit HiddenDeals(const SeatView& seen, const HandReading& reading = {});
     // One deal; the stack's order is random too.
     FastRound Deal(std::mt19937_64& random) const;
 
@@ -63,11 +62,11 @@ class HiddenDeals {
 using PlayCandidate = std::function<void(FastRound& round, std::size_t c)>;
 // Plays `count` candidates out in deals of the seat's hidden cards within the budget and returns
 // the index of the best; among equals the first, the candidates coming in order of preference.
-using JudgeByPlayOuts = std::size_t (*)(const GameState& seen, const HandReading& reading,
+using JudgeByPlayOuts = std::size_t (*)(const SeatView& seen, const HandReading& reading,
                                         const LookaheadBudget& budget, std::uint64_t seed,
                                         std::size_t count, const PlayCandidate& play);
 // The second level's judge: every candidate in `playouts` deals, the best average margin wins.
-std::size_t EqualPlayOuts(const GameState& seen, const HandReading& reading,
+std::size_t EqualPlayOuts(const SeatView& seen, const HandReading& reading,
                           const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
                           const PlayCandidate& play);
 
@@ -80,11 +79,11 @@ struct LookaheadSearch {
 
 // Where to draw, from the seat's view; nothing when no draw lets the turn end. `passedUp` is the up
 // card the opponent drew past at his last draw, for a level that reads his hand.
-std::optional<Draw> ChooseDrawAhead(const GameState& seen, const LookaheadBudget& budget,
-                                    std::uint64_t seed, const LookaheadSearch& search = {},
-                                    int passedUp = 0);
+std::optional<DrawChoice> ChooseDrawAhead(const SeatView& seen, const LookaheadBudget& budget,
+                                          std::uint64_t seed, const LookaheadSearch& search = {},
+                                          int passedUp = 0);
 // The rest of the turn after the draw, from the seat's view; nothing when it cannot end.
-std::optional<TurnPlan> PlanTurnAhead(const GameState& seen, const LookaheadBudget& budget,
+std::optional<TurnPlan> PlanTurnAhead(const SeatView& seen, const LookaheadBudget& budget,
                                       std::uint64_t seed, const LookaheadSearch& search = {},
                                       int passedUp = 0);
 
@@ -97,8 +96,8 @@ class LookaheadPolicy : public MovePlayer {
         : budget_(budget), search_(search), random_(seed) {}
 
   private:
-    void Draw(Table& table, const GameState& seen) override;
-    void Choose(Table& table, const GameState& seen) override;
+    std::optional<DrawChoice> PickDraw(const SeatView& seen) override;
+    std::optional<TurnStep> PickStep(const SeatView& seen) override;
 
     LookaheadBudget budget_;
     LookaheadSearch search_;

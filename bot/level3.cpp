@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bot/search.h"
+#include "bot/level3.h"
 
 #include <algorithm>
 #include <bit>
@@ -9,7 +9,7 @@
 
 namespace kelvane::bot {
 
-std::size_t HalvingPlayOuts(const GameState& seen, const HandReading& reading,
+std::size_t HalvingPlayOuts(const SeatView& seen, const HandReading& reading,
                             const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
                             const PlayCandidate& play) {
     if (count <= 1) return 0;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "bot/lookahead.h"
+#include "bot/level2.h"
 
 namespace kelvane::bot {
 
@@ -18,7 +18,7 @@ namespace kelvane::bot {
 // reads (`HandReading`), and the greedy players keep only cards that can still be melded.
 inline constexpr std::size_t kSearchedPlans = 16;
 
-std::size_t HalvingPlayOuts(const GameState& seen, const HandReading& reading,
+std::size_t HalvingPlayOuts(const SeatView& seen, const HandReading& reading,
                             const LookaheadBudget& budget, std::uint64_t seed, std::size_t count,
                             const PlayCandidate& play);
 

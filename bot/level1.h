@@ -20,30 +20,25 @@ struct TurnPlan {
     double value = 0;
 };
 
-// The best way to finish the turn from the seat's view, or nothing when no legal sequence of
+// The best way to finish the turn from the table as the seat pictures it (SeatView::Pictured,
+// or that picture after a draw), or nothing when no legal sequence of
 // melds and a discard ends it (the must-meld card fits no actual meld, or the only card left
 // is one the rules will not let go).
 std::optional<TurnPlan> PlanTurn(const GameState& seen);
 // The `count` plans PlanTurn judges best, best first (PlanTurn's own choice leads).
 std::vector<TurnPlan> BestPlans(const GameState& seen, std::size_t count);
 
-// Where to draw: the stack, or the up pile from `position` up. A card below the top is taken
-// only when a plan after the take melds it and still ends the turn.
-struct Draw {
-    bool fromStack = true;
-    Int16 position = 0;
-};
-// Nothing when the rules leave the player no draw after which the turn can end.
-std::optional<Draw> ChooseDraw(const GameState& seen);
+// Where to draw: the stack, or the up pile from a position up. A card below the top is taken
+// only when a plan after the take melds it and still ends the turn. Nothing when the rules leave
+// the player no draw after which the turn can end.
+std::optional<DrawChoice> ChooseDraw(const SeatView& seen);
 
-// The bot's one gesture. Everything it decides from is the seat's view of the table (its hand,
-// the up pile, the melds, the counts and the cards the opponent took face up): the stock's
-// order and the opponent's hand are blanked before any decision, although the engine holds them.
-// Every gesture goes through the handlers a click would use, and only one the handler accepts.
+// Level 1, the bot's own judgement: PlanTurn after the draw, ChooseDraw before it, each decided
+// from the seat's view alone and made through the player's clicks.
 class BotPolicy : public MovePlayer {
   private:
-    void Draw(Table& table, const GameState& seen) override;
-    void Choose(Table& table, const GameState& seen) override;
+    std::optional<DrawChoice> PickDraw(const SeatView& seen) override;
+    std::optional<TurnStep> PickStep(const SeatView& seen) override;
 };
 
 }  // namespace kelvane::bot
