@@ -231,6 +231,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     std::vector<int> lastMove_;  // the cards of the opponent's moves since the player's last
     QSize laidOut_;              // the client area's size at the last layout
     bool wasMyTurn_ = false;
+    QString turnSpoken_;  // the status line's turn as last told to a screen reader
     std::unique_ptr<RouterLease> door_;
     int doorsOpened_ = 0;                // a report from a door since closed is not shown
     std::string peerTip_;                // the opponent's program, once it has announced itself
