@@ -122,8 +122,8 @@ TEST_F(ScreenReader, TheTableShowsOnlyTheMeldsCards) {
 }
 
 // The news of one handler is one notice, the turn last and only as it stands at the end; the
-// turn is told when it changes, and again at a new deal; the card drawn and the opponent's chat
-// are told.
+// turn is told when it changes, and again at a new deal; the card drawn, the opponent's chat and
+// the results are told.
 TEST_F(ScreenReader, TheNewsIsToldOncePerHandlerWithTheTurnLast) {
     InPlay(false, false);
     window.RefreshHands('B');
@@ -144,6 +144,10 @@ TEST_F(ScreenReader, TheNewsIsToldOncePerHandlerWithTheTurnLast) {
     window.ClearTable();
     window.RefreshHands('B');
     EXPECT_EQ(notices().back(), "Status: Draw.") << "a new deal tells its first turn";
+    EXPECT_TRUE(notices().contains(
+        "Your opponent drew from the stack. Your opponent discarded the King of Diamonds. "
+        "Status: Draw."))
+        << "the news before stays for a reader that lags";
     window.ShowStack(test::Card("7H"));
     window.ShowStack(kBackPicture);
     state().HasDrawn = true;
@@ -153,6 +157,11 @@ TEST_F(ScreenReader, TheNewsIsToldOncePerHandlerWithTheTurnLast) {
     chat.AddLine("OPPONENT: well played");
     window.ChatLineAdded(chat, Speaker::kOpponent);
     EXPECT_EQ(notices().back(), "OPPONENT: well played.");
+    window.ShowRoundResult({15, -15});
+    EXPECT_TRUE(notices().back().startsWith("Round over. ")) << notices().back().toStdString();
+    EXPECT_TRUE(notices().back().endsWith("You won that round."));
+    window.ShowGameResult(GameOutcome::kLost);
+    EXPECT_TRUE(notices().back().startsWith("You Lost the Game! Totals: you "));
 }
 
 // A new game starts with no notice of the last one for a reader to find; news not yet told, the
