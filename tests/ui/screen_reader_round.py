@@ -344,6 +344,9 @@ class Round:
             status = self.w.status_text()
             if status in wanted:
                 return status
+            if status == "Not Connected":
+                raise Failed("the game stopped: the window lost its opponent while waiting for "
+                             + what)
             if time.monotonic() > deadline:
                 raise Failed("the game stopped: waited %.0f s for %s, the status stays %r"
                              % (TURN_WAIT, what, status))
