@@ -17,7 +17,8 @@ packages=(g++ cmake ninja-build pkg-config clang-format libgtest-dev libgmock-de
           qt6-base-dev qt6-base-private-dev qt6-svg-dev libgl-dev kdegames-card-data-kf5
           fonts-liberation2 clang libclang-rt-14-dev dpkg-dev file desktop-file-utils appstream
           groff-base libgcrypt20-dev lintian libminiupnpc-dev libnatpmp-dev miniupnpd-nftables
-          nftables iproute2)
+          nftables iproute2
+          orca at-spi2-core python3-pyatspi dbus-daemon dbus-bin xvfb openbox xdotool)
 
 install_missing() {
     local missing=()

@@ -19,7 +19,6 @@ CardImage::CardImage(Deck& deck, int index, QWidget* parent)
 void CardImage::setPicture(int pictureCode) {
     if (tag_ == pictureCode) return;
     tag_ = pictureCode;
-    Rename();
     update();
 }
 
@@ -30,12 +29,11 @@ void CardImage::clearPicture() {
 void CardImage::setSelected(bool selected) {
     if (selected_ == selected) return;
     selected_ = selected;
-    Rename();
     update();
 }
 
-void CardImage::Rename() {
-    if (!namedByOwner_) setAccessibleName(QString::fromStdString(CardSlotName(tag_, selected_)));
+QString CardImage::spokenName() const {
+    return namedByOwner_ ? accessibleName() : QString::fromStdString(CardSlotName(tag_, selected_));
 }
 
 void CardImage::setLastMove(bool marked) {

@@ -30,8 +30,11 @@ class CardImage : public QWidget {
     void setLastMove(bool marked);
 
     // A slot names itself after its card for a screen reader, unless its name says more than the
-    // card (the stack's count) and is set by its owner.
+    // card (the stack's count) and is set by its owner. The name is read when asked for
+    // (ui/screen_reader.cpp), not announced at each change: a deal changes dozens of slots, and a
+    // reader flooded with their news drops the game's own.
     void setNamedByOwner() { namedByOwner_ = true; }
+    QString spokenName() const;
 
     static QColor SelectionColour() { return {0, 102, 204}; }
     static QColor LastMoveColour() { return {230, 130, 0}; }
@@ -53,8 +56,6 @@ class CardImage : public QWidget {
     bool selected_ = false;
     bool lastMove_ = false;
     bool namedByOwner_ = false;
-
-    void Rename();
 };
 
 }  // namespace kelvane

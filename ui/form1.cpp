@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QDeadlineTimer>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QInputDialog>
@@ -24,6 +25,7 @@
 
 #include "portmap/address.h"
 #include "qtnet/window_socket.h"
+#include "ui/announcer.h"
 #include "ui/card_image.h"
 #include "ui/clipboard.h"
 #include "ui/codepage.h"
@@ -32,6 +34,7 @@
 #include "ui/geometry.h"
 #include "ui/resizer.h"
 #include "ui/results_dialog.h"
+#include "ui/screen_reader.h"
 #include "ui/table_keys.h"
 #include "ui/welcome_panel.h"
 
@@ -49,6 +52,7 @@ Form1::Form1(WindowSocket& socket, Deck& deck, std::function<RandomSource()> shu
              QWidget* parent)
     : QMainWindow(parent), socket_(socket), deck_(deck), resizer_(new FormResizer) {
     setObjectName("Form1");
+    InstallScreenReaderFactory();
     table_ =
         std::make_unique<Table>(Table::Ports{*this, *this, socket_, *this}, std::move(shuffles));
     BuildControls();
@@ -342,12 +346,16 @@ void Form1::ShowPeerProgram(const std::string& program) {
 // right after, and a new game starts from zero totals.
 void Form1::ShowRoundResult(const RoundResult& result) {
     lastRound_ = result;
-    AddHistory(RoundSummaryText(table_->state(), result));
+    const std::string summary = RoundSummaryText(table_->state(), result);
+    AddHistory(summary);
+    announcer_->Announce(QString::fromStdString(summary));
     ShowResult(RoundText(result), RoundFigures(table_->state(), result));
 }
 
 void Form1::ShowGameResult(GameOutcome outcome) {
-    AddHistory(GameSummaryText(outcome, table_->state()));
+    const std::string summary = GameSummaryText(outcome, table_->state());
+    AddHistory(summary);
+    announcer_->Announce(QString::fromStdString(summary));
     ShowResult(GameText(outcome), GameFigures(table_->state(), lastRound_));
 }
 
@@ -440,8 +448,13 @@ void Form1::PlayAgainstComputer(int level) {
 
 void Form1::Pause(int milliseconds) {
     // What must be seen was painted at once by the view; the game then holds still, handling
-    // nothing, as a player watching the card expects.
-    QThread::msleep(static_cast<unsigned long>(milliseconds));
+    // nothing, as a player watching the card expects. Only a screen reader's questions about what
+    // the window shows are answered.
+    const QDeadlineTimer until(milliseconds);
+    while (!until.hasExpired()) {
+        AnswerScreenReader();
+        QThread::msleep(static_cast<unsigned long>(std::min<qint64>(10, until.remainingTime())));
+    }
 }
 
 void Form1::SetClipboardText(const std::string& text) {

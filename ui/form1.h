@@ -251,6 +251,7 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QSize upPileCard_;           // an up-pile card's size as the layout gives it
     bool wasMyTurn_ = false;
     RoundResult lastRound_{0, 0};  // the last round's, for the game's results beside it
+    QString turnSpoken_;           // the status line's turn as last told to a screen reader
     std::unique_ptr<RouterLease> door_;
     int doorsOpened_ = 0;                // a report from a door since closed is not shown
     std::string peerTip_;                // the opponent's program, once it has announced itself

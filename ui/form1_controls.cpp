@@ -262,6 +262,7 @@ void Form1::MakeHistory() {
     history_->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable);
     historyText_ = new QPlainTextEdit(history_);
     historyText_->setObjectName("HistoryText");
+    historyText_->setAccessibleName(QStringLiteral("move history"));
     historyText_->setReadOnly(true);
     // Like the chat, a bounded record: a session of many games keeps its last lines.
     historyText_->setMaximumBlockCount(static_cast<int>(Transcript::kMostLines));
@@ -292,6 +293,7 @@ void Form1::ShowHelp() {
         box->setAttribute(Qt::WA_DeleteOnClose);
         box->setWindowTitle(QString::fromStdString(HelpTitle()));
         auto* text = new QTextBrowser(box);
+        text->setAccessibleName(QString::fromStdString(HelpTitle()));
         text->setHtml(QString::fromStdString(HelpText()));
         auto* close = new QPushButton("Close", box);
         connect(close, &QPushButton::clicked, box, &QDialog::close);

@@ -53,10 +53,10 @@ void Form1::RefreshHands(char which) {
         const bool local = which != 'R';
         const bool remote = which != 'L';
         if ((local && s.LocalCount > 1) || (remote && s.RemoteCount > 1)) MakeCardSlots();
-        steps([&] {
-            if (local) frLocalHand_->hide();
-            if (remote) frRemoteHand_->hide();
-        });
+        // A frame is drawn once after its cards change, without being hidden meanwhile: nothing is
+        // painted before this handler returns. Hiding it would tell a screen reader that every
+        // card in it went away and came back, dozens of times a turn, and a reader so flooded
+        // drops the game's news.
         for (int i = 0; i < static_cast<int>(imgLocal_.size()); ++i) {
             if (local)
                 steps([&] {
@@ -99,11 +99,11 @@ void Form1::RefreshHands(char which) {
                 });
         }
         steps([&] {
-            if (local) frLocalHand_->show();
             if (remote) {
-                frRemoteHand_->show();
                 frRemoteHand_->setTitle(
                     QStringLiteral("Your Opponent's Hand (%1)").arg(s.RemoteCount.value()));
+                frRemoteHand_->setAccessibleName(
+                    QString::fromStdString(OpponentHandName(s.RemoteCount)));
             }
         });
         steps([&] { WriteStatusLine(); });
@@ -134,12 +134,13 @@ void Form1::WriteStatusLine() {
         return;
     }
     SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
-    if (s.MyTurn) {
-        SetStatusText(s.HasDrawn ? "Discard" : "Draw");
-    } else {
-        SetStatusText(QStringLiteral("Waiting for your opponent to ") +
-                      (s.HasDrawn ? "discard" : "draw"));
-    }
+    const QString turn = s.MyTurn ? QString(s.HasDrawn ? "Discard" : "Draw")
+                                  : QStringLiteral("Waiting for your opponent to ") +
+                                        (s.HasDrawn ? "discard" : "draw");
+    SetStatusText(turn);
+    // A reader does not follow the status line by itself: each new turn and step is told.
+    if (turn != std::exchange(turnSpoken_, turn))
+        announcer_->AnnounceTurn(QString::fromStdString(StatusName(turn.toStdString())));
 }
 
 void Form1::SetStatusColour(const QColor& colour) {
@@ -161,7 +162,7 @@ void Form1::RefreshUpPile() {
         const int room = frUpPile_->height() - top - 1;
         if (card.height() > room && room > 0)
             card = QSize(card.width() * room / card.height(), room);
-        steps([&] { frUpPile_->hide(); });
+        // Drawn once, not hidden meanwhile (RefreshHands says why).
         for (int i = 0; i < static_cast<int>(imgUpPile_.size()); ++i) {
             steps([&] {
                 CardImage* slot = imgUpPile_[static_cast<std::size_t>(i)];
@@ -179,7 +180,6 @@ void Form1::RefreshUpPile() {
                 slot->show();
             });
         }
-        steps([&] { frUpPile_->show(); });
         steps([&] { ShowLastMoveMarks(); });
         steps([&] { FollowKeys(); });
     });
@@ -193,6 +193,9 @@ void Form1::MarkUpPileSlot(Int16 index, bool marked) {
 }
 
 void Form1::ShowStack(Int16 picture) {
+    // Only the player's own draw shows a card's face on the stack; a reader hears which. Told
+    // once the draw's hold is over: a reader that asks a window holding still gives up on it.
+    if (IsCard(picture)) announcer_->Announce(QString::fromStdString(DrawnCardText(picture)));
     imgStack_->setPicture(picture.value());
     imgStack_->repaint();
 }
@@ -331,6 +334,10 @@ void Form1::ClearTable() {
     // A new deal: the last round's moves are over, and only the history keeps them.
     lastMove_.clear();
     ownMove_.clear();
+    // The first turn of the deal is told even when it reads as the last one of the round before.
+    turnSpoken_.clear();
+    // Before a game's first deal nothing has been played; what a reader finds is of this game.
+    if (table_->state().GamesPlayed == 0) announcer_->Clear();
     if (historyText_ && !historyText_->document()->isEmpty()) AddHistory(NewRoundText());
     Clear(imgMeld_[0]);
     imgMeld_[0]->hide();
@@ -412,7 +419,10 @@ void AppendColoured(QTextCursor& cursor, const Transcript& t, std::size_t from,
 }  // namespace
 
 void Form1::ChatLineAdded(const Transcript& t, Speaker speaker) {
-    if (speaker == Speaker::kOpponent) AskForAttention();
+    if (speaker == Speaker::kOpponent) {
+        AskForAttention();
+        announcer_->Announce(FromCodePage(t.text().substr(t.lastLineStart())));
+    }
     // The transcript dropped its oldest lines to make room: the view follows it whole.
     const bool dropped = t.lastLineStart() < convoBytes_;
     convoBytes_ = t.text().size();

@@ -15,6 +15,8 @@ TableKeys::TableKeys(Table& table, Places places,
                      std::function<void(const std::function<void()>&)> gesture, QWidget* parent)
     : QWidget(parent), table_(table), places_(places), gesture_(std::move(gesture)) {
     setObjectName("TableKeys");
+    // Said once as the keys take the table; each place is said as the frame reaches it.
+    setAccessibleDescription(QString::fromStdString(TableKeysHelp()));
     setFocusPolicy(Qt::StrongFocus);
     // The frame only shows where the keys act; the mouse reaches the cards below it.
     setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -55,8 +57,8 @@ QString TableKeys::TargetName() const {
     if (row_ == Row::kTable)
         return QString::fromStdString(index_ == 0 ? ClothName() : MeldName(Int16(index_ - 1), s));
     if (row_ == Row::kHand && s.LocalCount == 0) return QStringLiteral("your hand, empty");
-    const QWidget* target = Target();
-    return target ? target->accessibleName() : QString();
+    if (const auto* card = qobject_cast<const CardImage*>(Target())) return card->spokenName();
+    return QString();
 }
 
 void TableKeys::Follow() {
@@ -78,6 +80,7 @@ void TableKeys::Follow() {
 }
 
 void TableKeys::keyPressEvent(QKeyEvent* event) {
+    const QString before = accessibleName();
     const int rows = 3;
     int row = static_cast<int>(row_);
     switch (event->key()) {
@@ -114,8 +117,20 @@ void TableKeys::keyPressEvent(QKeyEvent* event) {
     shown_ = true;
     row_ = static_cast<Row>(row);
     Follow();
-    if (hasFocus()) {
-        QAccessibleEvent moved(this, QAccessible::Focus);
+    if (hasFocus()) SpeakPlace(before);
+}
+
+QString TableKeys::placeName(int place) const {
+    return place == current_ ? accessibleName() : placeNames_[place];
+}
+
+void TableKeys::SpeakPlace(const QString& left) {
+    QAccessibleInterface* keys = QAccessible::queryAccessibleInterface(this);
+    if (!keys) return;
+    placeNames_[current_] = left;
+    current_ = 1 - current_;
+    if (QAccessibleInterface* place = keys->child(current_)) {
+        QAccessibleEvent moved(place, QAccessible::Focus);
         QAccessible::updateAccessibility(&moved);
     }
 }

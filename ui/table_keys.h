@@ -13,8 +13,9 @@ class CardImage;
 
 // The game by keyboard. This widget takes the keyboard focus for the whole table and draws a
 // dashed frame over the place the keys act on: the stack and the up pile's cards, the table's
-// free space and its melds, the hand's cards. Its accessible name is what it frames, so a screen
-// reader speaks each place as the focus reaches it.
+// free space and its melds, the hand's cards. Its accessible name is what it frames, and every key
+// moves a screen reader's focus to the place framed (ui/screen_reader.cpp), so the reader speaks
+// the place at each move, and again after a key that changed it (a card selected).
 class TableKeys : public QWidget {
     Q_OBJECT
 
@@ -40,6 +41,10 @@ class TableKeys : public QWidget {
     int index() const { return index_; }
     // Follows the game: the place is kept within its row and the frame redrawn over it.
     void Follow();
+    // The two places a screen reader's focus alternates between, and the one it is on. The one
+    // the frame is on is named as the frame is; the other keeps the name it had when left.
+    QString placeName(int place) const;
+    int currentPlace() const { return current_; }
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
@@ -53,6 +58,9 @@ class TableKeys : public QWidget {
     QWidget* Target() const;
     QString TargetName() const;
     void Act(int button);
+    // Moves a screen reader's focus to the framed place, as a new object so that it is spoken;
+    // `left` is what the place left was called.
+    void SpeakPlace(const QString& left);
 
     Table& table_;
     Places places_;
@@ -62,6 +70,8 @@ class TableKeys : public QWidget {
     // it.
     bool shown_ = false;
     int index_ = 0;
+    QString placeNames_[2];  // what each place was called when the frame left it
+    int current_ = 0;
 };
 
 }  // namespace kelvane

@@ -2,6 +2,7 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTextEdit>
 
 #include "ui/announcer.h"
 #include "ui/card_image.h"
@@ -14,6 +15,10 @@ namespace kelvane {
 
 void Form1::BuildAccess() {
     NameTheFrames(this);
+    // The chat's label stands beside the input box, not before it in the tab order; a reader
+    // hears each by its own name.
+    txtSay_->setAccessibleName(QStringLiteral("chat message to your opponent"));
+    rtbConvo_->setAccessibleName(QStringLiteral("chat with your opponent"));
     imgStack_->setNamedByOwner();
     imgStack_->setAccessibleName(QString::fromStdString(StackName(table_->state().StackCount)));
     announcer_ = new Announcer(this);

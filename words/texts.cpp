@@ -498,6 +498,20 @@ std::string StackName(Int16 cards) {
     return "the stack, " + std::to_string(cards.value()) + (cards == 1 ? " card" : " cards");
 }
 
+std::string OpponentHandName(Int16 cards) {
+    return "your opponent's hand, " + std::to_string(cards.value()) +
+           (cards == 1 ? " card" : " cards");
+}
+
+std::string TableKeysHelp() {
+    return "Up and Down move between the piles, the table and your hand, Left and Right along "
+           "them; Space plays the framed place, D discards the framed card.";
+}
+
+std::string DrawnCardText(Int16 card) {
+    return "You drew the " + GetCardName(card, true);
+}
+
 std::string StatusName(const std::string& status) {
     return "Status: " + status;
 }

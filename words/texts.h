@@ -109,6 +109,12 @@ std::string CardSlotName(int picture, bool selected);
 std::string StackName(Int16 cards);
 // The status line, read with what it says.
 std::string StatusName(const std::string& status);
+// The opponent's hand with its count, as its caption has it: "your opponent's hand, 7 cards".
+std::string OpponentHandName(Int16 cards);
+// The player's own draw from the stack, for a reader: "You drew the Seven of Hearts".
+std::string DrawnCardText(Int16 card);
+// What the keys on the table do, in one sentence for a screen reader.
+std::string TableKeysHelp();
 // The table's free space, where the selected cards are laid down as a new meld.
 std::string ClothName();
 // A meld of the table by its position and cards: "meld 2: Seven of Spades, Eight of Spades, ...".

@@ -23,6 +23,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextDocument>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -151,10 +152,18 @@ class WindowAgainstBot : public ::testing::Test {
                   "Status: " + window->label("lblStatus")->text());
         EXPECT_EQ(Spoken(window->findChild<QGroupBox*>("frLocalHand")), "your hand");
         EXPECT_EQ(Spoken(window->frTable()), "the table");
-        const QStringList moves = window->historyLines().filter(
-            QRegularExpression("^Your opponent (drew|took|laid|discarded)"));
+        // This round's: a new game's first deal leaves nothing of the last one for a reader.
+        const QStringList history = window->historyLines();
+        const QStringList moves =
+            history.mid(history.lastIndexOf(QString::fromStdString(NewRoundText())) + 1)
+                .filter(QRegularExpression("^Your opponent (drew|took|laid|discarded)"));
         if (!moves.isEmpty()) {
-            EXPECT_EQ(Spoken(window->announcer()), moves.back());
+            // What the last handler gave is told once the events are pumped; this one may not be.
+            window->announcer()->Flush();
+            const QStringList told = window->announcer()->notices();
+            EXPECT_TRUE(std::any_of(told.begin(), told.end(), [&](const QString& n) {
+                return n.contains(moves.back());
+            })) << moves.back().toStdString();
         }
     }
 
