@@ -61,7 +61,6 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     ComputerOpponent* computerOpponent() const { return computer_.get(); }
     // The move history's lines, oldest first.
     QStringList historyLines() const;
-    QDockWidget* historyPanel() const { return history_; }
 
     // Ends the program as Quit does, without the question nobody is there to answer: the
     // desktop's session ends, the terminal closes, or the program is told to stop.
@@ -86,7 +85,6 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     QAction* action(const char* name) const;
     ResultsDialog* resultsDialog() const { return dialog_; }
     LinkDialog* linkDialog() const { return linkDialog_; }
-    int statusFontSize() const { return statusFontSize_; }
     WelcomePanel* welcomePanel() const { return welcome_; }
     TableKeys* tableKeys() const { return keys_; }
     Announcer* announcer() const { return announcer_; }

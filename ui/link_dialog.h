@@ -20,7 +20,6 @@ class LinkDialog : public QDialog {
   public:
     LinkDialog(Table& table, bool reconnecting, QWidget* parent);
     QPushButton* reconnectButton() const { return reconnect_; }
-    QPushButton* giveUpButton() const { return giveUp_; }
 
   protected:
     void reject() override;

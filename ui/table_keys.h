@@ -35,10 +35,8 @@ class TableKeys : public QWidget {
     TableKeys(Table& table, Places places,
               std::function<void(const std::function<void()>&)> gesture, QWidget* parent);
 
-    Row row() const { return row_; }
     // Whether the dashed frame is drawn: only once a key has been used on the table.
     bool framed() const { return shown_ && hasFocus(); }
-    int index() const { return index_; }
     // Follows the game: the place is kept within its row and the frame redrawn over it.
     void Follow();
     // The two places a screen reader's focus alternates between, and the one it is on. The one

@@ -22,7 +22,6 @@ class WelcomePanel : public QFrame {
     QPushButton* computerButton() const { return computer_; }
     QPushButton* serverButton() const { return server_; }
     QPushButton* clientButton() const { return client_; }
-    QComboBox* levelChoice() const { return level_; }
 
     // Centred in `area` (the table, in the panel's parent's coordinates), at a size that fits.
     void PlaceIn(const QRect& area);
