@@ -141,6 +141,10 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void Form_Load();
     void Form_Resize();
     void BuildControls();
+    void BuildCardRows();
+    void BuildLabels();
+    void BuildChat();
+    void WireGestures();
     void BuildMenus();
     void BuildHistory();
     void MakeHistory();
@@ -178,6 +182,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void PlaceMeldSlot(int slot);
     void ColorizeRTB();
     void TakeStatusFontSize();
+    void ShowLocalSlot(int i);
+    void ShowRemoteSlot(int i);
     void WriteStatusLine();
     // "Not Connected", or the waiting text while the server waits for its client.
     QString NotConnectedText() const;

@@ -107,7 +107,16 @@ void Form1::BuildControls() {
     // the captions and scores would outgrow their places.
     client_->setFont(TableFont());
     setCentralWidget(client_);
+    BuildCardRows();
+    BuildLabels();
+    BuildChat();
+    // Frames that are drawn later sit below the card rows they overlap.
+    frTable_->lower();
+    WireGestures();
+}
 
+// The table, the hands, the up pile and the stack, each row with its first card slot.
+void Form1::BuildCardRows() {
     frTable_ = Frame(client_, "frTable", "Table", Twips(120, 3000, 11295, 3375));
     imgMeld_.push_back(NewCardImage(frTable_, nullptr, 0));
     imgMeld_[0]->setGeometry(Twips(240, 360, 735, 1215));
@@ -126,7 +135,9 @@ void Form1::BuildControls() {
     imgStack_->setObjectName("imgStack");
     imgStack_->setGeometry(Twips(240, 1660, 855, 1215));
     imgStack_->show();
+}
 
+void Form1::BuildLabels() {
     lblCardsleft_ = Label(client_, "lblCardsleft", "", Twips(120, 1320, 975, 255));
     lblStatus_ =
         Label<StatusLabel>(client_, "lblStatus", "", Twips(240, 120, 2655, 495), 9.75, true);
@@ -147,8 +158,10 @@ void Form1::BuildControls() {
                             Twips(120, 720, 2895, 255), 9.75);
     lblFloat_ =
         Label(frmScores_, "lblFloat", start.floating.c_str(), Twips(120, 960, 2895, 255), 9.75);
-    label1_ = Label(client_, "Label1", "Chat with Opponent:", Twips(120, 7680, 2055, 255));
+}
 
+void Form1::BuildChat() {
+    label1_ = Label(client_, "Label1", "Chat with Opponent:", Twips(120, 7680, 2055, 255));
     txtSay_ = new QLineEdit(client_);
     txtSay_->setObjectName("txtSay");
     // A line the opponent's program accepts, even if every character needs escaping.
@@ -163,10 +176,10 @@ void Form1::BuildControls() {
     // The view, like the transcript, keeps a bounded number of lines, dropping the oldest.
     rtbConvo_->document()->setMaximumBlockCount(static_cast<int>(Transcript::kMostLines));
     rtbConvo_->setGeometry(Twips(4320, 7655, 7095, 1000));
+}
 
-    // Frames that are drawn later sit below the card rows they overlap.
-    frTable_->lower();
-
+// Every click on the table's cards and cloth, and the chat's sending, reach the engine's handlers.
+void Form1::WireGestures() {
     connect(imgStack_, &CardImage::clicked, this,
             [this](int) { PlayerGesture([&] { table_->imgStack_Click(); }); });
     connect(imgUpPile_[0], &CardImage::clicked, this,

@@ -58,45 +58,8 @@ void Form1::RefreshHands(char which) {
         // card in it went away and came back, dozens of times a turn, and a reader so flooded
         // drops the game's news.
         for (int i = 0; i < static_cast<int>(imgLocal_.size()); ++i) {
-            if (local)
-                steps([&] {
-                    CardImage* slot = imgLocal_[static_cast<std::size_t>(i)];
-                    if (i + 1 > s.LocalCount.value()) {
-                        slot->hide();
-                        Clear(slot);
-                        return;
-                    }
-                    const Int16 card = s.LocalHand[i];
-                    Show(slot, card, true);
-                    PlaceInRow(slot, *imgLocal_[0],
-                               Px(layout::LocalFanLeft(Tw(frLocalHand_->width()),
-                                                       Tw(imgLocal_[0]->width()),
-                                                       s.LocalCount.value(), i)),
-                               Px(layout::LocalTop(Tw(frLocalHand_->height()),
-                                                   GetCardName(card, false).back())));
-                    slot->setSelected(false);
-                    slot->show();
-                });
-            if (remote)
-                steps([&] {
-                    CardImage* slot = imgRemote_[static_cast<std::size_t>(i)];
-                    const int n = s.RemoteCount.value();
-                    if (i + 1 > n) {
-                        slot->hide();
-                        slot->clearPicture();
-                        return;
-                    }
-                    const Int16 card = s.RemoteHand[i];
-                    // Only the cards the opponent took from the up pile can be known, and only
-                    // the hidden mode turns them up.
-                    const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
-                    Show(slot, faceUp ? card : Int16(kBackPicture), false);
-                    PlaceInRow(slot, *imgRemote_[0],
-                               Px(layout::RemoteLeft(Tw(frRemoteHand_->width()),
-                                                     Tw(imgRemote_[0]->width()), n, i)),
-                               Px(layout::RemoteTop(Tw(frRemoteHand_->height()))));
-                    slot->show();
-                });
+            if (local) steps([&] { ShowLocalSlot(i); });
+            if (remote) steps([&] { ShowRemoteSlot(i); });
         }
         steps([&] {
             if (remote) {
@@ -110,6 +73,46 @@ void Form1::RefreshHands(char which) {
         steps([&] { ShowLastMoveMarks(); });
         steps([&] { FollowKeys(); });
     });
+}
+
+// The player's card at hand position `i`, fanned; hidden past the hand's count.
+void Form1::ShowLocalSlot(int i) {
+    const GameState& s = table_->state();
+    CardImage* slot = imgLocal_[static_cast<std::size_t>(i)];
+    if (i + 1 > s.LocalCount.value()) {
+        slot->hide();
+        Clear(slot);
+        return;
+    }
+    const Int16 card = s.LocalHand[i];
+    Show(slot, card, true);
+    PlaceInRow(slot, *imgLocal_[0],
+               Px(layout::LocalFanLeft(Tw(frLocalHand_->width()), Tw(imgLocal_[0]->width()),
+                                       s.LocalCount.value(), i)),
+               Px(layout::LocalTop(Tw(frLocalHand_->height()), GetCardName(card, false).back())));
+    slot->setSelected(false);
+    slot->show();
+}
+
+// The opponent's card at position `i`, face down unless the hidden mode turns a known one up.
+void Form1::ShowRemoteSlot(int i) {
+    const GameState& s = table_->state();
+    CardImage* slot = imgRemote_[static_cast<std::size_t>(i)];
+    const int n = s.RemoteCount.value();
+    if (i + 1 > n) {
+        slot->hide();
+        slot->clearPicture();
+        return;
+    }
+    const Int16 card = s.RemoteHand[i];
+    // Only the cards the opponent took from the up pile can be known, and only the hidden mode
+    // turns them up.
+    const bool faceUp = s.RevealOpponent && CardIsKnown(s, card);
+    Show(slot, faceUp ? card : Int16(kBackPicture), false);
+    PlaceInRow(slot, *imgRemote_[0],
+               Px(layout::RemoteLeft(Tw(frRemoteHand_->width()), Tw(imgRemote_[0]->width()), n, i)),
+               Px(layout::RemoteTop(Tw(frRemoteHand_->height()))));
+    slot->show();
 }
 
 void Form1::WriteStatusLine() {
