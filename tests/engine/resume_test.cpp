@@ -94,7 +94,7 @@ TEST(CallerRoom, OneAddressHoldsItsShareAndSilentCallersLeaveInTime) {
     admit("203.0.113.5");
     admit("203.0.113.5");
     EXPECT_EQ(evicted.back(), first);
-    EXPECT_EQ(std::ranges::count(evicted, std::optional<int>()), 3);
+    EXPECT_EQ(std::ranges::count_if(evicted, [](const auto& e) { return !e; }), 3);
     EXPECT_TRUE(room.On(client));
     while (room.FreeSocket(kFirstCallerSocket)) admit("192.0.2." + std::to_string(evicted.size()));
     EXPECT_EQ(room.OldestSocket(), client);
