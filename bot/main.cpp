@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -233,13 +234,26 @@ class Session {
     void Stop() { Leave(kExitFailure); }
 
   private:
-    // The router answers on a thread of its own; what it said is told from the event loop.
+    // The router answers on a thread of its own, one answer per door; what it said is told from
+    // the event loop, and what the doors come to once both have answered.
     void OpenRouter() {
-        door_ = std::make_unique<RouterDoor>(socket_.LocalPort(0), [this](const DoorReport& r) {
-            const std::string sentence = DoorSentence(r);
+        const int port = socket_.LocalPort(0);
+        const std::string v6 = socket_.GlobalIPv6Address();
+        const RouterDoor::Tell tell = [this](const DoorReport& r) {
             QMetaObject::invokeMethod(
-                &mover_, [sentence] { Say(sentence); }, Qt::QueuedConnection);
-        });
+                &mover_, [this, r] { TellDoor(r); }, Qt::QueuedConnection);
+        };
+        pinholeAsked_ = !v6.empty();
+        door_ = std::make_unique<RouterDoor>(port, tell);
+        if (pinholeAsked_) pinhole_ = std::make_unique<RouterDoor>(port, tell, FirewallCalls(v6));
+    }
+
+    void TellDoor(const DoorReport& r) {
+        Say(DoorSentence(r));
+        (r.family == DoorFamily::kIPv6 ? toldIPv6_ : toldIPv4_) = r;
+        if (!toldIPv4_ || (pinholeAsked_ && !toldIPv6_)) return;
+        if (const std::string summary = ReachSentence({*toldIPv4_, toldIPv6_}); !summary.empty())
+            Say(summary);
     }
 
     void CannotConnect() {
@@ -257,6 +271,7 @@ class Session {
         // A Kelvane opponent is told, so that it ends too instead of waiting for us to return.
         table_.Quit();
         door_.reset();
+        pinhole_.reset();
         QCoreApplication::exit(code);
     }
 
@@ -377,6 +392,9 @@ class Session {
     bool left_ = false;
     // Declared after the timers: its thread has ended before the timer it posts through goes.
     std::unique_ptr<RouterDoor> door_;
+    std::unique_ptr<RouterDoor> pinhole_;
+    bool pinholeAsked_ = false;
+    std::optional<DoorReport> toldIPv4_, toldIPv6_;
 };
 
 // A signal only writes a byte; the event loop reads it and leaves as after the last round, so the
