@@ -491,21 +491,27 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
     shared.outcome = DoorOutcome::kShared;
     const std::string v6 = "[2001:db8:77::2]:@";
     // The router's answers in turn, the address copied after them ("" for the one a friend on
-    // this network reaches when no other does; @ the serving port) and what the history's last
-    // line says.
+    // this network reaches when no other does; @ the serving port), what the history's last line
+    // says, and how many lines the answers add: one each, and what they come to once both have
+    // answered (and again after a loss).
     struct Hosting {
         std::vector<DoorReport> answers;
         std::string copied, lastSays;
+        qsizetype lines;
     };
     const Hosting hostings[] = {
         {{open, Pinhole(DoorOutcome::kRefused)},
          "203.0.113.7:8896",
-         "connect to 203.0.113.7:8896."},
-        {{Pinhole(DoorOutcome::kOpen), open}, "203.0.113.7:8896 or " + v6, "with IPv6 to " + v6},
-        {{open, Pinhole(DoorOutcome::kOpen), lost}, v6, "Only players with IPv6"},
-        {{noDoor, Pinhole(DoorOutcome::kNoAnswer)}, "", "players on this network can still"},
-        {{shared, Pinhole(DoorOutcome::kRefused)}, "", "Let your friend serve, and connect to him"},
-        {{shared, Pinhole(DoorOutcome::kOpen)}, v6, "Only players with IPv6"},
+         "connect to 203.0.113.7:8896.",
+         3},
+        {{Pinhole(DoorOutcome::kOpen), open}, "203.0.113.7:8896 or " + v6, "with IPv6 to " + v6, 3},
+        {{open, Pinhole(DoorOutcome::kOpen), lost}, v6, "Only players with IPv6", 5},
+        {{noDoor, Pinhole(DoorOutcome::kNoAnswer)}, "", "players on this network can still", 3},
+        {{shared, Pinhole(DoorOutcome::kRefused)},
+         "",
+         "Let your friend serve, and connect to him",
+         3},
+        {{shared, Pinhole(DoorOutcome::kOpen)}, v6, "Only players with IPv6", 3},
     };
     for (Hosting hosting : hostings) {
         SCOPED_TRACE(hosting.lastSays);
@@ -522,6 +528,11 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
                                        : withPort(hosting.copied);
         ASSERT_TRUE(socket.tell) << "serving did not ask the router";
         EXPECT_EQ(socket.pinholeFor, "2001:db8:77::2");
+        // Until the router lets it in, the IPv6 address is not one to give.
+        copy->trigger();
+        EXPECT_EQ(QApplication::clipboard()->text().toStdString(),
+                  FormatServerAddress(socket.LocalIP(0), port));
+        const qsizetype toldBefore = window.historyLines().size();
         for (DoorReport answer : hosting.answers) {
             answer.insidePort = port;
             if (answer.family == DoorFamily::kIPv6) answer.outsidePort = port;
@@ -531,6 +542,7 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
             EXPECT_TRUE(window.historyLines().contains(said)) << said.toStdString();
             EXPECT_TRUE(window.label("lblStatus")->toolTip().contains(said.toHtmlEscaped()));
         }
+        EXPECT_EQ(window.historyLines().size() - toldBefore, hosting.lines);
         const std::string last = window.historyLines().back().toStdString();
         EXPECT_NE(last.find(withPort(hosting.lastSays)), std::string::npos) << last;
         EXPECT_TRUE(window.label("lblHosting")
