@@ -182,7 +182,8 @@ odd_answer() {
 game_through_router() {  # CASE ROUNDS [HOME_NS]
     local case=$1 rounds=$2 ns=${3:-$home} sentence address
     bot_in server "$ns" --serve --open-router --rounds "$rounds"
-    sentence=$(await_line server "$both_told" 5)
+    # A failure inside $(...) ends only the subshell: it is told again here.
+    sentence=$(await_line server "$both_told" 5) || fail "$case: the server never told both doors"
     address=$(sed -nE 's/.*connect to ([^ ,]+)[.,].*/\1/p' <<<"$sentence")
     [ -n "$address" ] || fail "$case: no outside address in '$sentence'"
     held_while_serving "$case"
@@ -235,7 +236,7 @@ status=$?
 kill -TERM "$server_pid"
 wait "$server_pid"
 bot_in server "$home" --serve --open-router --rounds 1
-sentence=$(await_line server "$both_told" 5)
+sentence=$(await_line server "$both_told" 5) || fail "IPv6: the server never told both doors"
 address=$(sed -nE 's/.*with IPv6 to ([^ ]+)\.$/\1/p' <<<"$sentence")
 [ "$address" = "$home6" ] || fail "IPv6: told '$sentence', not the home machine's address"
 [ "$(pinholes)" -eq 1 ] || fail "IPv6: the router holds $(pinholes) pinholes while the bot serves"
@@ -305,7 +306,7 @@ fi
 # pinhole: nobody outside can call in, so the player is told that the friend should serve.
 start_router shared
 bot_in server "$home" --serve --open-router
-sentence=$(await_line server "friend serve" 5)
+sentence=$(await_line server "friend serve" 5) || fail "shared: the bot never said the friend should serve"
 nothing_held || fail "shared: something is held on the router for nothing"
 kill -TERM "$server_pid"
 ended_within "$server_pid" 5 "the bot behind a shared address"
@@ -315,7 +316,7 @@ if [ -n "$lab_window" ]; then
     ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" wait \
         >"$dir/win.out" 2>"$dir/win.err" &
     window_pid=$!
-    sentence=$(await_line win "friend serve" 8)
+    sentence=$(await_line win "friend serve" 8) || fail "shared: the window never said the friend should serve"
     kill -TERM "$window_pid"
     ended_within "$window_pid" 8 "the window behind a shared address"
     echo "shared, window: $sentence"
