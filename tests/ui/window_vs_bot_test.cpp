@@ -487,10 +487,8 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
     window.action("mnuOpenRouter")->setChecked(true);
     QAction* copy = window.action("mnuCopyAddress");
     const DoorReport open{DoorOutcome::kOpen, "203.0.113.7", 8896, 8895, "UPnP", 3600};
-    DoorReport lost = open, noDoor = open, shared = open;
+    DoorReport lost = open, shared = open;
     lost.outcome = DoorOutcome::kLost;
-    noDoor.outsideAddress = "0.0.0.0";
-    noDoor.outcome = DoorOutcome::kNoDoor;
     shared.outsideAddress = "100.64.0.1";
     shared.outcome = DoorOutcome::kShared;
     const std::string v6 = "[2001:db8:77::2]:@";
@@ -503,19 +501,13 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
         std::string copied, lastSays;
         qsizetype lines;
     };
+    // Which sentence says what is the judgement's test (address_test.cpp); here, the window's
+    // part: either door may answer first, a loss is told again, and a home nobody outside
+    // reaches hears it once, when both doors have answered.
     const Hosting hostings[] = {
-        {{open, Pinhole(DoorOutcome::kRefused)},
-         "203.0.113.7:8896",
-         "connect to 203.0.113.7:8896.",
-         3},
         {{Pinhole(DoorOutcome::kOpen), open}, "203.0.113.7:8896 or " + v6, "with IPv6 to " + v6, 3},
         {{open, Pinhole(DoorOutcome::kOpen), lost}, v6, "Only players with IPv6", 5},
-        {{noDoor, Pinhole(DoorOutcome::kNoAnswer)}, "", "players on this network can still", 3},
-        {{shared, Pinhole(DoorOutcome::kRefused)},
-         "",
-         "Let your friend serve, and connect to him",
-         3},
-        {{shared, Pinhole(DoorOutcome::kOpen)}, v6, "Only players with IPv6", 3},
+        {{shared, Pinhole(DoorOutcome::kRefused)}, "", "Let your friend serve", 3},
     };
     for (Hosting hosting : hostings) {
         SCOPED_TRACE(hosting.lastSays);
