@@ -70,6 +70,7 @@ class CountingSocket : public Socket {
         inner_.Connect(index, host, port);
     }
     int State(int index) override { return inner_.State(index); }
+    ConnectFailure WhyNotConnected(int index) override { return inner_.WhyNotConnected(index); }
     void Accept(int index, long requestId) override { inner_.Accept(index, requestId); }
     void Refuse(int index, long requestId) override { inner_.Refuse(index, requestId); }
     void Send(int index, const std::string& bytes) override {
@@ -256,7 +257,10 @@ class Session {
             Say(summary);
     }
 
-    void CannotConnect() {
+    // The game's own words when the call failed later (they say why, and what either player can
+    // do about a home that lets nobody in); ours when it could not even start.
+    void CannotConnect(const std::string& why = {}) {
+        if (!why.empty()) return Say(why);
         Say("cannot connect to " + options_.host + " on port " + std::to_string(options_.port) +
             " (refused, unreachable or timed out)");
     }
@@ -301,9 +305,13 @@ class Session {
         for (const std::string& report : errors_.reports()) Say("engine failure: " + report);
         errors_.ClearReports();
         bool connectFailed = false, sessionClosed = false, frozen = false;
+        std::string failedCall;
         for (const Notice& notice : prompts_.notices()) {
             if (notice.kind == NoticeKind::kNobodyCanDraw) frozen = true;
-            if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
+            if (notice.kind == NoticeKind::kUnableToConnect) {
+                connectFailed = true;
+                failedCall = NoticeBox(notice).text;
+            }
             if (notice.kind == NoticeKind::kServerTooOld) {
                 Say("the server's version is too old");
                 sessionClosed = true;
@@ -324,7 +332,7 @@ class Session {
         }
         prompts_.Clear();
         if (connectFailed) {
-            CannotConnect();
+            CannotConnect(failedCall);
             return Leave(kExitFailure);
         }
         if (sessionClosed) return Leave(kExitFailure);
