@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,7 @@ class CountingSocket : public Socket {
         inner_.Connect(index, host, port);
     }
     int State(int index) override { return inner_.State(index); }
+    ConnectFailure WhyNotConnected(int index) override { return inner_.WhyNotConnected(index); }
     void Accept(int index, long requestId) override { inner_.Accept(index, requestId); }
     void Refuse(int index, long requestId) override { inner_.Refuse(index, requestId); }
     void Send(int index, const std::string& bytes) override {
@@ -227,16 +229,32 @@ class Session {
     void Stop() { Leave(kExitFailure); }
 
   private:
-    // The router answers on a thread of its own; what it said is told from the event loop.
+    // The router answers on a thread of its own, one answer per door; what it said is told from
+    // the event loop, and what the doors come to once both have answered.
     void OpenRouter() {
-        door_ = std::make_unique<RouterDoor>(socket_.LocalPort(0), [this](const DoorReport& r) {
-            const std::string sentence = DoorSentence(r);
+        const int port = socket_.LocalPort(0);
+        const std::string v6 = socket_.GlobalIPv6Address();
+        const RouterDoor::Tell tell = [this](const DoorReport& r) {
             QMetaObject::invokeMethod(
-                &mover_, [sentence] { Say(sentence); }, Qt::QueuedConnection);
-        });
+                &mover_, [this, r] { TellDoor(r); }, Qt::QueuedConnection);
+        };
+        pinholeAsked_ = !v6.empty();
+        door_ = std::make_unique<RouterDoor>(port, tell);
+        if (pinholeAsked_) pinhole_ = std::make_unique<RouterDoor>(port, tell, FirewallCalls(v6));
     }
 
-    void CannotConnect() {
+    void TellDoor(const DoorReport& r) {
+        Say(DoorSentence(r));
+        (r.family == DoorFamily::kIPv6 ? toldIPv6_ : toldIPv4_) = r;
+        if (!toldIPv4_ || (pinholeAsked_ && !toldIPv6_)) return;
+        if (const std::string summary = ReachSentence({*toldIPv4_, toldIPv6_}); !summary.empty())
+            Say(summary);
+    }
+
+    // The game's own words when the call failed later (they say why, and what either player can
+    // do about a home that lets nobody in); ours when it could not even start.
+    void CannotConnect(const std::string& why = {}) {
+        if (!why.empty()) return Say(why);
         Say("cannot connect to " + options_.host + " on port " + std::to_string(options_.port) +
             " (refused, unreachable or timed out)");
     }
@@ -251,6 +269,7 @@ class Session {
         // A Kelvane opponent is told, so that it ends too instead of waiting for us to return.
         table_.Quit();
         door_.reset();
+        pinhole_.reset();
         QCoreApplication::exit(code);
     }
 
@@ -280,9 +299,13 @@ class Session {
         for (const std::string& report : errors_.reports()) Say("engine failure: " + report);
         errors_.ClearReports();
         bool connectFailed = false, sessionClosed = false, frozen = false;
+        std::string failedCall;
         for (const Notice& notice : prompts_.notices()) {
             if (notice.kind == NoticeKind::kNobodyCanDraw) frozen = true;
-            if (notice.kind == NoticeKind::kUnableToConnect) connectFailed = true;
+            if (notice.kind == NoticeKind::kUnableToConnect) {
+                connectFailed = true;
+                failedCall = NoticeBox(notice).text;
+            }
             if (notice.kind == NoticeKind::kServerTooOld) {
                 Say("the server's version is too old");
                 sessionClosed = true;
@@ -303,7 +326,7 @@ class Session {
         }
         prompts_.Clear();
         if (connectFailed) {
-            CannotConnect();
+            CannotConnect(failedCall);
             return Leave(kExitFailure);
         }
         if (sessionClosed) return Leave(kExitFailure);
@@ -371,6 +394,9 @@ class Session {
     bool left_ = false;
     // Declared after the timers: its thread has ended before the timer it posts through goes.
     std::unique_ptr<RouterDoor> door_;
+    std::unique_ptr<RouterDoor> pinhole_;
+    bool pinholeAsked_ = false;
+    std::optional<DoorReport> toldIPv4_, toldIPv6_;
 };
 
 // A signal only writes a byte; the event loop reads it and leaves as after the last round, so the

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "wire/wire.h"
 
@@ -41,6 +42,10 @@ enum class DoorOutcome {
     kLost,      // forwarded until the router stopped renewing the lease
 };
 
+// Which door a report is about: the router's forwarding of its own IPv4 address, or a pinhole in
+// its IPv6 firewall to this machine's address (outsideAddress is then this machine's).
+enum class DoorFamily { kIPv4, kIPv6 };
+
 struct DoorReport {
     DoorOutcome outcome = DoorOutcome::kNoAnswer;
     std::string outsideAddress;
@@ -48,6 +53,7 @@ struct DoorReport {
     int insidePort = 0;
     std::string method;    // "UPnP" or "NAT-PMP", when a router answered
     int leaseSeconds = 0;  // how long the router said it keeps the forwarding
+    DoorFamily family = DoorFamily::kIPv4;
 };
 
 // What a router's yes is worth. Only an outside address someone on the internet can type, a real
@@ -58,5 +64,21 @@ DoorOutcome JudgeDoor(const DoorReport& report);
 
 // One sentence for the player about what the router said.
 std::string DoorSentence(const DoorReport& report);
+
+// What players in other homes can reach while this machine serves: the router's answer for the
+// IPv4 door and, when this machine has a global IPv6 address, for the pinhole.
+struct Reach {
+    DoorReport ipv4;
+    std::optional<DoorReport> ipv6;  // nothing when there is no IPv6 address to open
+};
+
+// The addresses a friend in another home types, each as the connect box takes it: the IPv4 one
+// first (it reaches every friend), then the IPv6 one. Only doors that are open.
+std::vector<std::string> AddressesToGive(const Reach& reach);
+
+// What the two answers come to for the player: who can reach this machine and where, and, when
+// the home's IPv4 address is shared and no pinhole is open, that the friend should serve and this
+// player connect. Empty when the IPv4 door was the only one asked and its own sentence says it all.
+std::string ReachSentence(const Reach& reach);
 
 }  // namespace kelvane

@@ -49,14 +49,22 @@ int AddUpnp(const Mapping& m, int leaseSeconds) {
     return rc;
 }
 
-// UPnP, when a router answers the search: nothing when none did.
-std::optional<Granted> AskUpnp(int port, int leaseSeconds, Clock::time_point deadline) {
+// The control points of the router that answers the search, over IPv6 or IPv4: nothing when none
+// did.
+struct Igd {
+    std::string lan;  // this machine, as the router sees it
+    std::string control, service;
+    std::string firewallControl, firewallService;  // IGD version 2's IPv6 firewall, if offered
+};
+
+std::optional<Igd> FindIgd(bool ipv6, Clock::time_point deadline) {
     int error = 0;
     const int listen = std::min(MsLeft(deadline), static_cast<int>(kUpnpListen.count()));
     // One search: a search per kind of device would each wait the whole time. Routers of the
     // second version answer the first version's search too.
     const char* const kinds[] = {"urn:schemas-upnp-org:device:InternetGatewayDevice:1", nullptr};
-    UPNPDev* devices = upnpDiscoverDevices(kinds, listen, nullptr, nullptr, 0, 0, 2, &error, 0);
+    UPNPDev* devices =
+        upnpDiscoverDevices(kinds, listen, nullptr, nullptr, 0, ipv6 ? 1 : 0, 2, &error, 0);
     if (!devices) return std::nullopt;
     UPNPUrls urls{};
     IGDdatas data{};
@@ -67,19 +75,42 @@ std::optional<Granted> AskUpnp(int port, int leaseSeconds, Clock::time_point dea
         if (igd) FreeUPNPUrls(&urls);
         return std::nullopt;
     }
+    Igd found{lan, urls.controlURL, data.first.servicetype, "", ""};
+    if (urls.controlURL_6FC && data.IPv6FC.servicetype[0] != '\0') {
+        found.firewallControl = urls.controlURL_6FC;
+        found.firewallService = data.IPv6FC.servicetype;
+    }
+    FreeUPNPUrls(&urls);
+    return found;
+}
+
+// A router behind its provider's NAT or a second router names a private or shared outside
+// address, or none at all: forwarding from it would expose the port for nothing.
+bool NoOutsideAddressOfItsOwn(const std::string& outside) {
+    return outside.empty() || outside == "0.0.0.0" || IsPrivateOrShared(outside);
+}
+
+// UPnP, when a router answers the search: nothing when none did.
+std::optional<Granted> AskUpnp(int port, int leaseSeconds, Clock::time_point deadline) {
+    const auto igd = FindIgd(false, deadline);
+    if (!igd) return std::nullopt;
     Granted granted;
     granted.report.method = "UPnP";
     granted.report.insidePort = port;
     Mapping m;
     m.by = Mapping::By::kUpnp;
     m.insidePort = port;
-    m.insideAddress = lan;
-    m.controlUrl = urls.controlURL;
-    m.serviceType = data.first.servicetype;
-    FreeUPNPUrls(&urls);
+    m.insideAddress = igd->lan;
+    m.controlUrl = igd->control;
+    m.serviceType = igd->service;
     char outside[40] = {};
     if (UPNP_GetExternalIPAddress(m.controlUrl.c_str(), m.serviceType.c_str(), outside) != 0) {
         granted.report.outcome = DoorOutcome::kRefused;
+        return granted;
+    }
+    if (NoOutsideAddressOfItsOwn(outside)) {
+        granted.report.outcome = DoorOutcome::kShared;
+        granted.report.outsideAddress = outside;
         return granted;
     }
     granted.report.outcome = DoorOutcome::kRefused;
@@ -183,6 +214,36 @@ Granted AskNatPmp(int port, int leaseSeconds, Clock::time_point deadline) {
 
 }  // namespace
 
+Granted AskFirewall(const std::string& address, int port, int leaseSeconds,
+                    Clock::time_point deadline) {
+    Granted granted;
+    granted.report = {DoorOutcome::kNoAnswer, address, port, port, "", 0, DoorFamily::kIPv6};
+    // Asked over IPv6, so that a router checking who asks sees the address to open.
+    const auto igd = FindIgd(true, deadline);
+    if (!igd) return granted;
+    granted.report.method = "UPnP";
+    granted.report.outcome = DoorOutcome::kRefused;
+    if (igd->firewallControl.empty()) return granted;
+    Mapping m;
+    m.by = Mapping::By::kPinhole;
+    m.insidePort = m.outsidePort = port;
+    m.insideAddress = address;
+    m.controlUrl = igd->firewallControl;
+    m.serviceType = igd->firewallService;
+    const std::string inside = std::to_string(port), lease = std::to_string(leaseSeconds);
+    // From any host and port ("empty" is the library's word for the empty wildcard); 6 is TCP.
+    char id[8] = {};
+    if (UPNP_AddPinhole(m.controlUrl.c_str(), m.serviceType.c_str(), "empty", "0", address.c_str(),
+                        inside.c_str(), "6", lease.c_str(), id) != 0)
+        return granted;
+    m.pinholeId = id;
+    granted.mapping = m;
+    granted.report.outcome = DoorOutcome::kOpen;
+    granted.report.leaseSeconds = leaseSeconds;
+    granted.report.outcome = JudgeDoor(granted.report);
+    return granted;
+}
+
 Granted AskRouter(int port, int leaseSeconds, Clock::time_point deadline) {
     if (auto upnp = AskUpnp(port, leaseSeconds, deadline)) return *upnp;
     return AskNatPmp(port, leaseSeconds, deadline);
@@ -190,6 +251,10 @@ Granted AskRouter(int port, int leaseSeconds, Clock::time_point deadline) {
 
 bool RenewMapping(const Mapping& mapping, int leaseSeconds) {
     if (mapping.by == Mapping::By::kUpnp) return AddUpnp(mapping, leaseSeconds) == 0;
+    if (mapping.by == Mapping::By::kPinhole)
+        return UPNP_UpdatePinhole(mapping.controlUrl.c_str(), mapping.serviceType.c_str(),
+                                  mapping.pinholeId.c_str(),
+                                  std::to_string(leaseSeconds).c_str()) == 0;
     if (mapping.by != Mapping::By::kNatPmp) return false;
     NatPmpGrant grant;
     const int rc = MapNatPmp(mapping, leaseSeconds, grant, Clock::now() + kRouterBound);
@@ -201,6 +266,9 @@ void GiveBack(const Mapping& mapping) {
         const std::string outside = std::to_string(mapping.outsidePort);
         UPNP_DeletePortMapping(mapping.controlUrl.c_str(), mapping.serviceType.c_str(),
                                outside.c_str(), "TCP", nullptr);
+    } else if (mapping.by == Mapping::By::kPinhole) {
+        UPNP_DeletePinhole(mapping.controlUrl.c_str(), mapping.serviceType.c_str(),
+                           mapping.pinholeId.c_str());
     } else if (mapping.by == Mapping::By::kNatPmp) {
         // A lifetime of 0 deletes the mapping.
         NatPmpGrant grant;

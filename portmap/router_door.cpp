@@ -25,21 +25,22 @@ GivingBack& Pending() {
     return *pending;
 }
 
-// One door at a time talks to the router, so that a door opened right after another was closed
-// asks only once the old one's port is given back, and the giving back cannot delete the new
-// forwarding of the same port. Never waited for longer than the give-back's bound: a router that
+// One door of a family at a time talks to the router, so that a door opened right after another
+// was closed asks only once the old one's port is given back, and the giving back cannot delete
+// the new forwarding of the same port. A pinhole and a forwarding never touch each other, so the
+// two families ask at once. Never waited for longer than the give-back's bound: a router that
 // does not answer the old door does not hold up the new one for ever.
 class RouterTurn {
   public:
-    RouterTurn() {
-        Turns& turns = Everyone();
+    explicit RouterTurn(DoorFamily family) : family_(family) {
+        Turns& turns = Everyone(family_);
         std::unique_lock lock(turns.mutex);
         taken_ = turns.free.wait_for(lock, kGiveBackBound, [&turns] { return !turns.busy; });
         if (taken_) turns.busy = true;
     }
     ~RouterTurn() {
         if (!taken_) return;
-        Turns& turns = Everyone();
+        Turns& turns = Everyone(family_);
         {
             const std::lock_guard lock(turns.mutex);
             turns.busy = false;
@@ -56,15 +57,25 @@ class RouterTurn {
         bool busy = false;
     };
     // Never destroyed, as the give-backs' count.
-    static Turns& Everyone() {
-        static auto* turns = new Turns;
-        return *turns;
+    static Turns& Everyone(DoorFamily family) {
+        static auto* turns = new Turns[2];
+        return turns[family == DoorFamily::kIPv6 ? 1 : 0];
     }
 
+    DoorFamily family_;
     bool taken_ = false;
 };
 
 }  // namespace
+
+RouterCalls FirewallCalls(const std::string& address) {
+    RouterCalls calls;
+    calls.ask = [address](int port, int leaseSeconds, Clock::time_point deadline) {
+        return AskFirewall(address, port, leaseSeconds, deadline);
+    };
+    calls.family = DoorFamily::kIPv6;
+    return calls;
+}
 
 struct RouterDoor::Shared {
     std::mutex mutex;
@@ -113,7 +124,7 @@ bool KeepOpen(RouterDoor::Shared& s, const Mapping& held) {
 void Run(const std::shared_ptr<RouterDoor::Shared>& s, int port) {
     Granted granted;
     {
-        const RouterTurn turn;
+        const RouterTurn turn(s->calls.family);
         granted = s->calls.ask(port, s->times.leaseSeconds, Clock::now() + kRouterBound);
         // Whatever is not a door players outside can use exposes the port for nothing.
         if (granted.report.outcome != DoorOutcome::kOpen &&
@@ -132,7 +143,7 @@ void Run(const std::shared_ptr<RouterDoor::Shared>& s, int port) {
     }
     if (granted.mapping.by != Mapping::By::kNone) {
         // Also after a lost lease: the router may still hold what it would not renew.
-        const RouterTurn turn;
+        const RouterTurn turn(s->calls.family);
         s->calls.giveBack(granted.mapping);
     }
     Finish(*s);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "portmap/address.h"
 #include "portmap/router.h"
@@ -20,7 +21,12 @@ struct RouterCalls {
         AskRouter;
     std::function<bool(const Mapping&, int leaseSeconds)> renew = RenewMapping;
     std::function<void(const Mapping&)> giveBack = GiveBack;
+    // Doors of one family take turns with the router; the two families never meet there.
+    DoorFamily family = DoorFamily::kIPv4;
 };
+
+// The same door in the router's IPv6 firewall: a pinhole for the port to `address`.
+RouterCalls FirewallCalls(const std::string& address);
 
 // When the lease is renewed. A renewal the router refuses is asked again a few times, each well
 // before the lease runs out, and only then is the door told lost.

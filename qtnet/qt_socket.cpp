@@ -300,13 +300,17 @@ std::string QtSocket::GlobalIPv6Address() {
     });
 }
 
-std::unique_ptr<RouterLease> QtSocket::OpenRouter(int port,
+std::unique_ptr<RouterLease> QtSocket::OpenRouter(int port, const std::string& ipv6,
                                                   std::function<void(const DoorReport&)> tell) {
-    struct Door : RouterLease {
-        Door(int port, RouterDoor::Tell tell) : door(port, std::move(tell)) {}
-        RouterDoor door;
+    struct Doors : RouterLease {
+        Doors(int port, const std::string& ipv6, const RouterDoor::Tell& tell) : ipv4(port, tell) {
+            if (!ipv6.empty())
+                pinhole = std::make_unique<RouterDoor>(port, tell, FirewallCalls(ipv6));
+        }
+        RouterDoor ipv4;
+        std::unique_ptr<RouterDoor> pinhole;
     };
-    return std::make_unique<Door>(port, std::move(tell));
+    return std::make_unique<Doors>(port, ipv6, std::move(tell));
 }
 
 bool QtSocket::AwaitRouterGiveBacks() {

@@ -43,7 +43,7 @@ class QtSocket : public QObject, public WindowSocket {
     void ListenOn(const std::string& address) override { listenAddress_ = address; }
     int LocalPort(int index) const override;
     std::string GlobalIPv6Address() override;
-    std::unique_ptr<RouterLease> OpenRouter(int port,
+    std::unique_ptr<RouterLease> OpenRouter(int port, const std::string& ipv6,
                                             std::function<void(const DoorReport&)> tell) override;
     bool AwaitRouterGiveBacks() override;
     // How long a connection attempt may take before it counts as failed.

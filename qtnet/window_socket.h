@@ -40,10 +40,11 @@ class WindowSocket : public Socket {
     virtual int LocalPort(int index) const = 0;
     // An address a friend's IPv6 reaches directly, or empty when this machine has none.
     virtual std::string GlobalIPv6Address() = 0;
-    // Asks the home router to forward `port`; `tell` is called once, on a thread of its own, with
-    // what the router said.
+    // Asks the home router to forward `port` and, when `ipv6` names this machine's global IPv6
+    // address, to open its IPv6 firewall for the port to it; `tell` is called once per door, on a
+    // thread of its own, with what the router said (the report's family tells which door).
     virtual std::unique_ptr<RouterLease> OpenRouter(
-        int port, std::function<void(const DoorReport&)> tell) = 0;
+        int port, const std::string& ipv6, std::function<void(const DoorReport&)> tell) = 0;
     // Waits, for a bounded while, until the router has taken back every port this program's
     // leases gave up; false when it has not answered by then. Called on the way out, since the
     // giving back happens on threads that end with the process.

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/ports.h"
@@ -163,6 +164,8 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     void StartHosting();
     void StopHosting();
     void ShowRouterReport(const DoorReport& report);
+    // "Copy Address" gives the addresses whose door is open, else this network's.
+    void GiveOpenDoors();
     void ShowStatusTip();
     // The line below the status while serving: the router's answer, or this network's address.
     void ShowHostingLine();
@@ -257,13 +260,16 @@ class Form1 : public QMainWindow, public Screen, public Prompts, public ErrorPro
     RoundResult lastRound_{0, 0};  // the last round's, for the game's results beside it
     QString turnSpoken_;           // the status line's turn as last told to a screen reader
     std::unique_ptr<RouterLease> door_;
-    int doorsOpened_ = 0;                // a report from a door since closed is not shown
-    std::string peerTip_;                // the opponent's program, once it has announced itself
-    std::vector<std::string> hostTips_;  // this machine's IPv6 address and the router's answer
-    std::string friendAddress_;          // what "Copy Address" copies
-    std::string homeAddress_;            // this machine's, for a friend on its network
-    std::size_t convoBytes_ = 0;         // the transcript's size the chat view shows
-    bool portFromAddress_ = false;       // the table's port was taken from a typed address
+    int doorsOpened_ = 0;                 // a report from a door since closed is not shown
+    std::string peerTip_;                 // the opponent's program, once it has announced itself
+    std::vector<std::string> hostTips_;   // this machine's IPv6 address and the router's answer
+    std::optional<DoorReport> toldIPv4_;  // what the router said of each door, once it has
+    std::optional<DoorReport> toldIPv6_;
+    bool pinholeAsked_ = false;     // the router was asked to open its IPv6 firewall too
+    std::string friendAddress_;     // what "Copy Address" copies
+    std::string homeAddress_;       // this machine's, for a friend on its network
+    std::size_t convoBytes_ = 0;    // the transcript's size the chat view shows
+    bool portFromAddress_ = false;  // the table's port was taken from a typed address
 
     int statusFontSize_ = 10;
     bool statusRed_ = false;

@@ -38,17 +38,22 @@ void Form1::BuildRouterMenus(QMenu* connectMenu, QMenu* options) {
 void Form1::StartHosting() {
     StopHosting();
     const int port = socket_.LocalPort(0);
-    if (const std::string v6 = socket_.GlobalIPv6Address(); !v6.empty()) {
+    const std::string v6 = socket_.GlobalIPv6Address();
+    const bool askRouter = mnuOpenRouter_->isChecked();
+    // Unasked, the router may or may not let the IPv6 address in: it is given with that caveat.
+    // Asked, it is given once the router says its firewall lets the game's port in.
+    if (!v6.empty() && !askRouter) {
         hostTips_.push_back(IPv6Sentence(v6, port));
         AddHistory(hostTips_.back());
         friendAddress_ = FormatServerAddress(v6, port);
         mnuCopyAddress_->setEnabled(true);
     }
     ShowStatusTip();
-    if (!mnuOpenRouter_->isChecked()) return;
+    if (!askRouter) return;
+    pinholeAsked_ = !v6.empty();
     const int opened = ++doorsOpened_;
-    // Told from the door's thread; shown on the window's, unless hosting has stopped since.
-    door_ = socket_.OpenRouter(port, [this, opened](const DoorReport& report) {
+    // Told from the doors' threads; shown on the window's, unless hosting has stopped since.
+    door_ = socket_.OpenRouter(port, v6, [this, opened](const DoorReport& report) {
         QMetaObject::invokeMethod(
             this,
             [this, opened, report] {
@@ -62,6 +67,9 @@ void Form1::StopHosting() {
     ++doorsOpened_;
     door_.reset();
     hostTips_.clear();
+    toldIPv4_.reset();
+    toldIPv6_.reset();
+    pinholeAsked_ = false;
     friendAddress_.clear();
     ForgetTypedPort();
     if (mnuCopyAddress_) mnuCopyAddress_->setEnabled(false);
@@ -69,21 +77,27 @@ void Form1::StopHosting() {
 }
 
 void Form1::ShowRouterReport(const DoorReport& report) {
+    (report.family == DoorFamily::kIPv6 ? toldIPv6_ : toldIPv4_) = report;
     hostTips_.push_back(DoorSentence(report));
     AddHistory(hostTips_.back());
-    ShowStatusTip();
-    if (report.outcome == DoorOutcome::kLost) {
-        // The router's address leads nowhere now; the IPv6 one, if any, still does, and this
-        // network's always does for a friend on it.
-        const std::string v6 = socket_.GlobalIPv6Address();
-        friendAddress_ = v6.empty() ? homeAddress_ : FormatServerAddress(v6, report.insidePort);
-        mnuCopyAddress_->setEnabled(!friendAddress_.empty());
-        ShowHostingLine();
+    // Once every door asked has answered (and again when one is lost), what they come to.
+    if (toldIPv4_ && (toldIPv6_ || !pinholeAsked_)) {
+        if (const std::string summary = ReachSentence({*toldIPv4_, toldIPv6_}); !summary.empty()) {
+            hostTips_.push_back(summary);
+            AddHistory(summary);
+        }
     }
-    if (report.outcome != DoorOutcome::kOpen) return;
-    // The router's address reaches a friend with IPv4 as well as with IPv6: it is the one to give.
-    friendAddress_ = FormatServerAddress(report.outsideAddress, report.outsidePort);
-    mnuCopyAddress_->setEnabled(true);
+    GiveOpenDoors();
+    ShowStatusTip();
+}
+
+void Form1::GiveOpenDoors() {
+    std::string given;
+    for (const std::string& address :
+         AddressesToGive({toldIPv4_.value_or(DoorReport{}), toldIPv6_}))
+        given += (given.empty() ? "" : " or ") + address;
+    friendAddress_ = given.empty() ? homeAddress_ : given;
+    mnuCopyAddress_->setEnabled(!friendAddress_.empty());
 }
 
 void Form1::ShowStatusTip() {

@@ -45,9 +45,9 @@ class LazySocket : public WindowSocket {
     void ListenOn(const std::string& address) override;
     int LocalPort(int index) const override { return real_ ? real_->LocalPort(index) : 0; }
     std::string GlobalIPv6Address() override { return Real().GlobalIPv6Address(); }
-    std::unique_ptr<RouterLease> OpenRouter(int port,
+    std::unique_ptr<RouterLease> OpenRouter(int port, const std::string& ipv6,
                                             std::function<void(const DoorReport&)> tell) override {
-        return Real().OpenRouter(port, std::move(tell));
+        return Real().OpenRouter(port, ipv6, std::move(tell));
     }
     bool AwaitRouterGiveBacks() override { return !real_ || real_->AwaitRouterGiveBacks(); }
     // Loads the network side if it is not loaded yet: empty when it is there, or else the

@@ -200,9 +200,13 @@ std::string UnableToConnectText(const Notice& n) {
                    " refused the connection: no game is being served there. Is the server's "
                    "player serving, and is this the right address?";
         case ConnectFailure::kNoAnswer:
+            // Silence is what a home that lets nobody in sounds like from outside; calling out
+            // works from there, so the two players can change seats.
             return words + " Nothing answered at " + where +
-                   " in time: the machine may be off or out of reach, or a firewall may be in "
-                   "the way.";
+                   " in time: the machine may be off or out of reach, or the server's home may "
+                   "not let players in. Its player can check Options > Open the Router When "
+                   "Serving and give you the address the window then tells; or you serve, and "
+                   "your friend connects to you.";
         case ConnectFailure::kUnknownHost:
             return words + " No machine named \"" + n.host +
                    "\" could be found. Check the name, or type the server's address (for "

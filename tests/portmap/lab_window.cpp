@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The game's window as the program runs it, serving as soon as it is shown, for the router lab
-// (router_lab.sh): it writes what the router answered on standard error, then ends as the lab
+// (router_lab.sh): it writes what the router answered on standard error, line by line as each door
+// answers, then ends as the lab
 // asks once the file GO exists: "quit GO" chooses File > Quit, "no GO" answers No to a
 // program-error report; "wait" (the default) waits for a signal.
 
@@ -9,6 +10,7 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTimer>
 #include <iostream>
 #include <string>
@@ -43,17 +45,17 @@ int main(int argc, char** argv) {
         // As a player does: once the window's first layouts are done.
         QTimer::singleShot(300, &window, [&window] { window.action("mnuServer")->trigger(); });
         auto* watch = new QTimer(&window);
-        QObject::connect(
-            watch, &QTimer::timeout, &window, [&window, watch, how, go, told = false]() mutable {
-                const QStringList lines = window.historyLines().filter("router");
-                if (!told && !lines.isEmpty()) {
-                    told = true;
-                    std::cerr << "router: " << lines.join(' ').toStdString() << std::endl;
-                }
-                if (!told || go.isEmpty() || !QFile::exists(go)) return;
-                watch->stop();
-                End(window, how);
-            });
+        QObject::connect(watch, &QTimer::timeout, &window,
+                         [&window, watch, how, go, shown = 0]() mutable {
+                             // Each door's answer, and what they come to once both have answered.
+                             static const QRegularExpression told("router|Players in other homes");
+                             const QStringList lines = window.historyLines().filter(told);
+                             for (; shown < lines.size(); ++shown)
+                                 std::cerr << "router: " << lines[shown].toStdString() << std::endl;
+                             if (shown == 0 || go.isEmpty() || !QFile::exists(go)) return;
+                             watch->stop();
+                             End(window, how);
+                         });
         watch->start(100);
     });
 }

@@ -33,7 +33,8 @@ class ScriptedRouter {
             granted.report.insidePort = port;
             if (answer_.outcome != DoorOutcome::kRefused &&
                 answer_.outcome != DoorOutcome::kNoAnswer)
-                granted.mapping = {Mapping::By::kNatPmp, port, answer_.outsidePort, "", "", "", 1};
+                granted.mapping = {
+                    Mapping::By::kNatPmp, port, answer_.outsidePort, "", "", "", 1, ""};
             std::unique_lock lock(mutex_);
             changed_.wait(lock, [this] { return !holdAsk; });
             lock.unlock();

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Hosting behind a home router, with a real router: network namespaces for two home machines, the
-# router (NAT with nftables, miniupnpd answering UPnP IGD and NAT-PMP) and a far player on the
-# "internet", whose address range exists only inside these namespaces. kelvane-bot plays whole
-# games through the router's forwarding, and the router is checked to hold none once a bot has
+# router (NAT and an IPv6 firewall with nftables, miniupnpd answering UPnP IGD version 2 and
+# NAT-PMP) and a far player on the "internet", whose address ranges exist only inside these
+# namespaces. kelvane-bot plays whole games through the router's forwarding, and over IPv6
+# through the pinhole, which the far player cannot pass before it is opened or once the bot has
 # gone. A NAT-PMP router with odd answers (odd_router.py) is never told as a door. Every way a
 # program ends that can still run code (the bot's and the window's signals, the window's Quit and
-# its "No" to a program-error report) leaves no mapping on the router.
+# its "No" to a program-error report) leaves no mapping and no pinhole on the router. A home
+# behind a shared IPv4 address with no pinhole is told that the friend should serve.
 #   router_lab.sh BOT [WINDOW_TESTS LAB_WINDOW]    exits 77 (skipped) without root or the tools
 set -uo pipefail
 bot=$1
@@ -36,6 +38,24 @@ await_line() {
     fail "$1 never said /$2/ within $3 s"
 }
 
+# Told once every door has answered, and only when one is open.
+both_told="Players in other homes connect"
+
+# Nothing is left on the router: no forwarding, no pinhole.
+nothing_held() { [ "$(mappings)" -eq 0 ] && [ "$(pinholes)" -eq 0 ]; }
+
+# WHAT: while serving, the router holds the forwarding, and the pinhole if it offers pinholes.
+held_while_serving() {
+    [ "$(mappings)" -ge 1 ] || fail "$1: the router holds no mapping while serving"
+    [ "$(pinholes)" -ge "$pinholes_offered" ] || fail "$1: the router holds no pinhole while serving"
+}
+
+# The far player's call to the home machine's IPv6 address and the game's port: 0 when it got
+# through, 124 when the router's firewall dropped it, anything else when the machine refused it.
+far_call_v6() {
+    ip netns exec "$far" timeout 2 bash -c "exec 3<>/dev/tcp/$home6/8895" 2>/dev/null
+}
+
 # PID SECONDS WHAT: the program's exit status, or a failure once it has not ended within SECONDS.
 ended_within() {
     for _ in $(seq $(($2 * 10))); do
@@ -55,14 +75,14 @@ bot_signals() {
         ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
             >"$dir/signalled.out" 2>"$dir/signalled.err" &
         signalled_pid=$!
-        await_line signalled "players in other homes" 5 >/dev/null
-        [ "$(mappings)" -ge 1 ] || fail "bot $signal: the router holds no mapping while serving"
+        await_line signalled "$both_told" 5 >/dev/null
+        held_while_serving "bot $signal"
         kill -"$signal" "$signalled_pid"
         ended_within "$signalled_pid" 5 "bot $signal"
         status=$?
         # Stopped, not done: the bot's status for a game it did not finish.
         [ "$status" -eq 1 ] || fail "bot $signal: ended with status $status"
-        [ "$(mappings)" -eq 0 ] || fail "bot $signal: a mapping is left after the bot ended"
+        nothing_held || fail "bot $signal: a mapping or pinhole is left after the bot ended"
         echo "bot $signal: given back"
     done
 }
@@ -76,7 +96,7 @@ window_ends() {
     ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" "$mode" "$dir/go" \
         >"$dir/win.out" 2>"$dir/win.err" &
     window_pid=$!
-    await_line win "players in other homes" 8 >/dev/null
+    await_line win "$both_told" 8 >/dev/null
     if [ -n "$far_game" ]; then
         rm -f "$dir/far.err"
         ip netns exec "$far" timeout 20 "$bot" --delay 300 --level 1 --connect $outside \
@@ -84,7 +104,7 @@ window_ends() {
         far_pid=$!
         await_line far "playing " 5 >/dev/null
     fi
-    [ "$(mappings)" -ge 1 ] || fail "window $how: the router holds no mapping while serving"
+    held_while_serving "window $how"
     if [ "$mode" = wait ]; then kill -"$how" "$window_pid"; else touch "$dir/go"; fi
     ended_within "$window_pid" 8 "window $how${far_game:+ mid-game}"
     status=$?
@@ -92,7 +112,7 @@ window_ends() {
         no) [ "$status" -eq 1 ] || fail "window no: ended with status $status, not at once" ;;
         *) [ "$status" -eq 0 ] || fail "window $how: ended with status $status" ;;
     esac
-    [ "$(mappings)" -eq 0 ] || fail "window $how: a mapping is left after the window ended"
+    nothing_held || fail "window $how: a mapping or pinhole is left after the window ended"
     if [ -n "$far_game" ]; then
         ended_within "$far_pid" 10 "the far player of window $how"
         grep -q "Your opponent left." "$dir/far.out" || fail "window $how: the far player was not told"
@@ -109,13 +129,13 @@ slow_give_back() {
         ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
             >"$dir/signalled.out" 2>"$dir/signalled.err" &
         pid=$!
-        await_line signalled "players in other homes" 5 >/dev/null
+        await_line signalled "$both_told" 5 >/dev/null
     else
         rm -f "$dir/win.err"
         ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" wait \
             >"$dir/win.out" 2>"$dir/win.err" &
         pid=$!
-        await_line win "players in other homes" 8 >/dev/null
+        await_line win "$both_told" 8 >/dev/null
     fi
     kill -STOP "$daemon"
     kill -TERM "$pid"
@@ -126,7 +146,7 @@ slow_give_back() {
     fi
     kill -CONT "$daemon"
     ended_within "$pid" 5 "$who with a slow router"
-    [ "$(mappings)" -eq 0 ] || fail "$who: a mapping is left after a slow give-back"
+    nothing_held || fail "$who: a mapping or pinhole is left after a slow give-back"
     echo "$who: waited for a slow router to take the port back"
 }
 
@@ -143,10 +163,10 @@ odd_answer() {
     ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
         >"$dir/signalled.out" 2>"$dir/signalled.err" &
     signalled_pid=$!
-    await_line signalled "router" 5 >/dev/null
+    await_line signalled "$both_told|No door is open|friend serve" 5 >/dev/null
     grep -q "$says" "$dir/signalled.err" || fail "odd answer $answer: not told '$says'"
     if [ "$says" != "connect to $1." ]; then
-        ! grep -q "connect to" "$dir/signalled.err" || fail "odd answer $answer: told as an address"
+        ! grep -qE "connect to [0-9[]" "$dir/signalled.err" || fail "odd answer $answer: told as an address"
         for _ in $(seq 20); do grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" && break; sleep 0.1; done
         grep -qs "^map 8895 [0-9]* 0$" "$dir/odd.log" || fail "odd answer $answer: not given back"
     fi
@@ -162,10 +182,11 @@ odd_answer() {
 game_through_router() {  # CASE ROUNDS [HOME_NS]
     local case=$1 rounds=$2 ns=${3:-$home} sentence address
     bot_in server "$ns" --serve --open-router --rounds "$rounds"
-    sentence=$(await_line server "router|players" 5)
-    address=$(sed -nE 's/.*connect to ([^ ]+)\.$/\1/p' <<<"$sentence")
+    # A failure inside $(...) ends only the subshell: it is told again here.
+    sentence=$(await_line server "$both_told" 5) || fail "$case: the server never told both doors"
+    address=$(sed -nE 's/.*connect to ([^ ,]+)[.,].*/\1/p' <<<"$sentence")
     [ -n "$address" ] || fail "$case: no outside address in '$sentence'"
-    [ "$(mappings)" -ge 1 ] || fail "$case: the router holds no mapping while serving"
+    held_while_serving "$case"
     ip netns exec "$far" timeout 20 "$bot" --delay 0 --level 1 --connect "$address" \
         >"$dir/far.out" 2>"$dir/far.err"
     wait "$server_pid" || fail "$case: the server ended with status $?"
@@ -174,25 +195,26 @@ game_through_router() {  # CASE ROUNDS [HOME_NS]
 }
 
 start_router yes
+pinholes_offered=1
 bot_signals
 slow_give_back bot
 game_through_router "UPnP" 2
-[ "$(mappings)" -eq 0 ] || fail "UPnP: a mapping is left after the server quit"
+nothing_held || fail "UPnP: a mapping or pinhole is left after the server quit"
 grep -q "for: Kelvane" "$dir/upnpd.log" || fail "UPnP: the mapping's description is not Kelvane"
 
 # The router's port 8895 is the other home machine's: ours gets another, the far player uses it.
 bot_in holder "$home2" --serve --open-router
-await_line holder "forwards the game's port" 5 >/dev/null
+await_line holder "$both_told" 5 >/dev/null
 game_through_router "taken port" 1
 grep -q "another machine's" "$dir/server.err" || fail "taken port: the other outside port was not told"
 grep -q "connect to $outside:88" "$dir/server.err" || fail "taken port: no address:port told"
 kill -TERM "$holder_pid"
 wait "$holder_pid"
-[ "$(mappings)" -eq 0 ] || fail "a bot stopped by a signal left its mapping"
+nothing_held || fail "a bot stopped by a signal left its mapping or pinhole"
 
 # The far player's program is killed mid-game: the server gives up waiting and gives the port back.
 bot_in server "$home" --serve --open-router --resume-timeout 1
-await_line server "players in other homes" 5 >/dev/null
+await_line server "$both_told" 5 >/dev/null
 ip netns exec "$far" "$bot" --delay 200 --level 1 --connect $outside \
     >"$dir/far.out" 2>"$dir/far.err" &
 far_pid=$!
@@ -200,22 +222,49 @@ await_line server "playing " 5 >/dev/null
 { kill -KILL "$far_pid"; wait "$far_pid"; } 2>/dev/null
 wait "$server_pid"
 grep -q "giving up" "$dir/server.err" || fail "lost game: the server did not give up"
-[ "$(mappings)" -eq 0 ] || fail "lost game: a mapping is left after the server gave up"
+nothing_held || fail "lost game: a mapping or pinhole is left after the server gave up"
 echo "lost game: given back"
 
+# IPv6: the far player calls the home machine's own address. The router's firewall drops the call
+# while the bot serves without asking it (the far player's bot gives up after its connection
+# timeout and says why); it lets the game through the pinhole the bot asks for, and drops the call
+# again once the bot has gone and the pinhole with it.
+bot_in server "$home" --serve --rounds 1
+await_line server "waiting for an opponent" 5 >/dev/null
+ip netns exec "$far" timeout 20 "$bot" --connect "$home6" >"$dir/far.out" 2>"$dir/far.err"
+grep -q "Nothing answered at $home6, port 8895, in time: .* the server's home may not let players in" \
+    "$dir/far.err" || fail "IPv6: the far player's call before the pinhole was not told as unanswered"
+kill -TERM "$server_pid"
+wait "$server_pid"
+bot_in server "$home" --serve --open-router --rounds 1
+sentence=$(await_line server "$both_told" 5) || fail "IPv6: the server never told both doors"
+address=$(sed -nE 's/.*with IPv6 to ([^ ]+)\.$/\1/p' <<<"$sentence")
+[ "$address" = "$home6" ] || fail "IPv6: told '$sentence', not the home machine's address"
+[ "$(pinholes)" -eq 1 ] || fail "IPv6: the router holds $(pinholes) pinholes while the bot serves"
+ip netns exec "$far" timeout 20 "$bot" --delay 0 --level 1 --connect "$address" \
+    >"$dir/far.out" 2>"$dir/far.err"
+wait "$server_pid" || fail "IPv6: the server ended with status $?"
+grep -q "^Round 1:" "$dir/far.out" || fail "IPv6: the far player did not play through the pinhole"
+nothing_held || fail "IPv6: a mapping or pinhole is left after the server quit"
+far_call_v6
+status=$?
+[ "$status" -eq 124 ] || fail "IPv6: the far player's call ended $status, not dropped, after the bot"
+echo "IPv6: dropped before the pinhole, a round through it, dropped after: $sentence"
+
 start_router no
+pinholes_offered=0
 game_through_router "NAT-PMP" 1
-[ "$(mappings)" -eq 0 ] || fail "NAT-PMP: a mapping is left after the server quit"
+nothing_held || fail "NAT-PMP: a mapping or pinhole is left after the server quit"
 bot_signals
 
 # Nobody answers: one sentence within the bound, and a player on the home network plays on.
 start_router none
 started=$(date +%s%N)
 bot_in server "$home" --serve --open-router --rounds 1
-await_line server "No router answered" 5 >/dev/null
+await_line server "No door is open" 5 >/dev/null
 elapsed=$((($(date +%s%N) - started) / 1000000))
 [ "$elapsed" -le 4000 ] || fail "no router: told after $elapsed ms"
-[ "$(grep -c router "$dir/server.err")" -eq 1 ] || fail "no router: more than one sentence"
+[ "$(grep -c "No router answered" "$dir/server.err")" -eq 2 ] || fail "no router: not one sentence a door"
 ip netns exec "$home2" timeout 20 "$bot" --delay 0 --level 1 --connect 192.168.77.2 \
     >"$dir/far.out" 2>"$dir/far.err"
 wait "$server_pid" || fail "no router: the server ended with status $?"
@@ -238,17 +287,43 @@ fi
 
 if [ -n "$window_tests" ]; then
     start_router yes
+    pinholes_offered=1
     ip netns exec "$home" env QT_QPA_PLATFORM=offscreen KELVANE_LAB_OUTSIDE=$outside \
-        KELVANE_LAB_FAR="$far" \
+        KELVANE_LAB_HOME6=$home6 KELVANE_LAB_FAR="$far" \
         "$window_tests" --gtest_filter='RouterWindow.*' >"$dir/window.out" 2>&1 ||
         { cat "$dir/window.out"; fail "the window's test failed"; }
     grep -q "PASSED.*1 test" "$dir/window.out" || fail "the window's test did not run"
-    echo "window: told the outside address and played a round through it"
-    [ "$(mappings)" -eq 0 ] || fail "window: a mapping is left after the window closed"
+    echo "window: told both addresses and played a round through the pinhole"
+    nothing_held || fail "window: a mapping or pinhole is left after the window closed"
     for how in quit TERM INT HUP no; do window_ends "$how"; done
     window_ends TERM far
     slow_give_back window
     start_router no
+    pinholes_offered=0
     window_ends HUP
+fi
+
+# The provider shares the router's outside address among many homes, and the router offers no
+# pinhole: nobody outside can call in, so the player is told that the friend should serve.
+start_router shared
+bot_in server "$home" --serve --open-router
+# The home has IPv6: the sentence comes once the pinhole's answer has, and says no door opened.
+said="the router opened no IPv6 door. Let your friend serve"
+sentence=$(await_line server "$said" 5) || fail "shared: the bot never said the friend should serve"
+[ "$(grep -c "friend serve" "$dir/server.err")" -eq 1 ] || fail "shared: the bot said it more than once"
+nothing_held || fail "shared: something is held on the router for nothing"
+kill -TERM "$server_pid"
+ended_within "$server_pid" 5 "the bot behind a shared address"
+echo "shared, bot: $sentence"
+if [ -n "$lab_window" ]; then
+    rm -f "$dir/win.err"
+    ip netns exec "$home" env QT_QPA_PLATFORM=offscreen "$lab_window" wait \
+        >"$dir/win.out" 2>"$dir/win.err" &
+    window_pid=$!
+    sentence=$(await_line win "$said" 8) || fail "shared: the window never said the friend should serve"
+    [ "$(grep -c "friend serve" "$dir/win.err")" -eq 1 ] || fail "shared: the window said it more than once"
+    kill -TERM "$window_pid"
+    ended_within "$window_pid" 8 "the window behind a shared address"
+    echo "shared, window: $sentence"
 fi
 echo "PASS"

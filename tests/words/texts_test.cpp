@@ -70,7 +70,9 @@ TEST(Texts, AFailedCallSaysWhyAndWhere) {
     const std::pair<std::string, std::string> texts[] = {
         {told(ConnectFailure::kNoAnswer, "10.0.0.5"),
          "Unable to Connect. Nothing answered at 10.0.0.5, port 8895, in time: the machine may be "
-         "off or out of reach, or a firewall may be in the way."},
+         "off or out of reach, or the server's home may not let players in. Its player can check "
+         "Options > Open the Router When Serving and give you the address the window then tells; "
+         "or you serve, and your friend connects to you."},
         {told(ConnectFailure::kUnknownHost, "nonsense"),
          "Unable to Connect. No machine named \"nonsense\" could be found. Check the name, or type "
          "the server's address (for example 192.168.1.20)."},
