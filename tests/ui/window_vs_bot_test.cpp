@@ -322,6 +322,8 @@ TEST_F(WindowAgainstBot, AServerStartedAgainAndTheOldClientsCallEndNeither) {
     window->boxes.clear();
     window->table().UsePort(oldPort);
     window->action("mnuServer")->trigger();
+    EXPECT_FALSE(window->label("lblStatus")->toolTip().contains("Your opponent plays"))
+        << "the last session's opponent is not this one's";
     const QString waiting = window->label("lblStatus")->text();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !client.running(); }, test::kStalledAfterMs))
         << client.Story();
