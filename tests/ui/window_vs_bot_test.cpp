@@ -305,6 +305,7 @@ TEST_F(WindowAgainstBot, TheComputerFromTheWelcomeIsReplacedWhenItStopsAndGoesWi
     for (const int signal : {SIGKILL, SIGTERM, SIGSEGV}) {
         SCOPED_TRACE(signal);
         window->boxes.clear();
+        ASSERT_GT(last, 0) << "no computer to stop: kill(0) would stop the test's own group";
         ::kill(static_cast<pid_t>(last), signal);
         ASSERT_TRUE(QTest::qWaitFor([&] { return !window->boxes.empty(); }, 5000));
         ASSERT_TRUE(QTest::qWaitFor(
