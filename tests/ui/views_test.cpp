@@ -19,6 +19,7 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <QTimer>
 #include <algorithm>
@@ -38,6 +39,7 @@
 #include "ui/geometry.h"
 #include "ui/results_dialog.h"
 #include "unattended_window.h"
+#include "words/texts.h"
 
 namespace kelvane {
 namespace {
@@ -320,8 +322,8 @@ TEST_F(WindowViews, OpensInsideTheAvailableArea) {
 }
 
 // What the opponent's program wrote shows as its characters, wherever it appears: his program's
-// name in the history, his chat, the excerpt of an unreadable message in the warning box, and no
-// label on the table reads markup.
+// name in the history and the status line's tooltip, his chat, the excerpt of an unreadable message
+// in the warning box, and no label on the table reads markup.
 TEST_F(WindowViews, MarkupFromThePeerShowsAsItsCharacters) {
     window.show();
     const std::string link = "<a href=http://x.io>Click to fix</a>";
@@ -331,6 +333,18 @@ TEST_F(WindowViews, MarkupFromThePeerShowsAsItsCharacters) {
         window.historyLines().contains(QString::fromStdString("Your opponent plays <b>" + link)))
         << window.historyLines().join('\n').toStdString();
     EXPECT_TRUE(window.rtbConvo()->toPlainText().endsWith(QString::fromStdString(link)));
+    // The status line's tooltip names his program, line by line, as a tooltip reads what it is
+    // given.
+    const auto tip = [&] {
+        const QString given = window.label("lblStatus")->toolTip();
+        QTextDocument read;
+        Qt::mightBeRichText(given) ? read.setHtml(given) : read.setPlainText(given);
+        return read.toPlainText().toStdString();
+    };
+    EXPECT_EQ(tip(), PeerProgramText("<b>" + link));
+    const std::string lines = "kelvane 1.0.42\nsecond & <b>more</b>";
+    window.ShowPeerProgram(lines);
+    EXPECT_EQ(tip(), PeerProgramText(lines));
     std::optional<Qt::TextFormat> format;
     QString shown;
     QTimer::singleShot(0, [&] {
