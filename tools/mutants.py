@@ -166,7 +166,7 @@ MUTANTS = [
      "if (rc == kConflictInMappingEntry) break;",
      "a router port held by another machine is the end of it (router lab, as root)"),
     ("M60", "portmap/router_door.cpp",
-     "        const RouterTurn turn;\n        s->calls.giveBack(granted.mapping);\n    }\n    Finish(*s);",
+     "        const RouterTurn turn(s->calls.family);\n        s->calls.giveBack(granted.mapping);\n    }\n    Finish(*s);",
      "    }\n    Finish(*s);", "the router's port is never given back (router lab, as root)"),
     # The welcome, the keyboard and the computer's seat.
     ("M61", "ui/computer_opponent.cpp", '"--serve", "--listen", "127.0.0.1", "--port", "0"',
