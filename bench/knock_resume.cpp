@@ -9,10 +9,8 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QHostAddress>
-#include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 #include <algorithm>
@@ -22,54 +20,12 @@
 #include <string>
 #include <vector>
 
+#include "dropping_line.h"
+
 namespace {
 
 constexpr int kLineDelayMs = 25;
 constexpr int kGiveUpMs = 30000;
-
-// A loopback line to `to` that carries every arrival kLineDelayMs late, and drops when told.
-class SlowLine : public QObject {
-  public:
-    explicit SlowLine(quint16 to) {
-        listener_.listen(QHostAddress::LocalHost, 0);
-        connect(&listener_, &QTcpServer::newConnection, this, [this, to] {
-            QTcpSocket* near = listener_.nextPendingConnection();
-            auto* far = new QTcpSocket(this);
-            far->connectToHost(QHostAddress::LocalHost, to);
-            for (QTcpSocket* end : {near, far})
-                end->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-            Carry(near, far);
-            Carry(far, near);
-            near_ = near;
-            far_ = far;
-        });
-    }
-    quint16 port() const { return listener_.serverPort(); }
-    void Drop() {
-        for (QTcpSocket* end : {near_.data(), far_.data()})
-            if (end) end->abort();
-    }
-
-  private:
-    void Carry(QTcpSocket* from, QTcpSocket* to) {
-        const QPointer<QTcpSocket> target(to);
-        connect(from, &QTcpSocket::readyRead, this, [from, target] {
-            const QByteArray bytes = from->readAll();
-            QTimer::singleShot(kLineDelayMs, [target, bytes] {
-                if (target && target->state() == QAbstractSocket::ConnectedState)
-                    target->write(bytes);
-            });
-        });
-        connect(from, &QTcpSocket::disconnected, this, [target] {
-            QTimer::singleShot(kLineDelayMs, [target] {
-                if (target) target->disconnectFromHost();
-            });
-        });
-    }
-
-    QTcpServer listener_;
-    QPointer<QTcpSocket> near_, far_;
-};
 
 // A kelvane-bot, its standard error gathered as it comes.
 struct Bot {
@@ -117,7 +73,7 @@ class Stranger {
 };
 
 // Drops the line and times until both bots say the opponent is back; negative if they never do.
-double TimeToResume(SlowLine& line, Bot& server, Bot& client) {
+double TimeToResume(kelvane::test::DroppingLine& line, Bot& server, Bot& client) {
     Until([] { return false; }, 1000, {&server, &client});
     const auto backs = [&] {
         return std::min(server.err.count("the opponent is back"),
@@ -151,7 +107,8 @@ int main(int argc, char** argv) {
         return 1;
     }
     const quint16 port = listening.match(server.err).captured(1).toUShort();
-    SlowLine line(port);
+    // A line carrying every arrival kLineDelayMs late either way, dropped when told.
+    kelvane::test::DroppingLine line(port, {}, kLineDelayMs);
     client.Start(bot, {"--connect", "127.0.0.1:" + QString::number(line.port()), "--delay", "100",
                        "--resume-timeout", "60"});
     if (!Until([&] { return client.err.contains("playing"); }, 5000, {&server, &client})) {

@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -21,11 +23,11 @@ inline quint16 FreePort() {
 // when told, and each time the bytes it has carried from the listening end reach the next of
 // `dropAt`, losing what that arrival holds beyond the mark. A close is passed on from one end to
 // the other; the caller may call again through it, and the calls are counted. It carries bytes
-// from Qt's event loop.
+// from Qt's event loop, each arrival `delayMs` late when the line is to be a slow one.
 class DroppingLine : public QObject {
   public:
-    explicit DroppingLine(quint16 to, std::vector<qint64> dropAt = {})
-        : dropAt_(std::move(dropAt)) {
+    explicit DroppingLine(quint16 to, std::vector<qint64> dropAt = {}, int delayMs = 0)
+        : dropAt_(std::move(dropAt)), delayMs_(delayMs) {
         listener_.listen(QHostAddress::LocalHost, 0);
         connect(&listener_, &QTcpServer::newConnection, this, [this, to] {
             QTcpSocket* near = listener_.nextPendingConnection();
@@ -34,12 +36,16 @@ class DroppingLine : public QObject {
             // Each move is a few bytes answered at once; none may wait for an acknowledgement.
             for (QTcpSocket* end : {near, far})
                 end->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-            connect(near, &QTcpSocket::readyRead, far,
-                    [near, far] { far->write(near->readAll()); });
-            connect(far, &QTcpSocket::readyRead, near,
-                    [this, near, far] { Carry(far->readAll(), *near); });
-            connect(near, &QTcpSocket::disconnected, far, &QTcpSocket::disconnectFromHost);
-            connect(far, &QTcpSocket::disconnected, near, &QTcpSocket::disconnectFromHost);
+            connect(near, &QTcpSocket::readyRead, far, [this, near, far] {
+                Later(far, [bytes = near->readAll()](QTcpSocket& end) { end.write(bytes); });
+            });
+            connect(far, &QTcpSocket::readyRead, near, [this, near, far] {
+                Later(near, [this, bytes = far->readAll()](QTcpSocket& end) { Carry(bytes, end); });
+            });
+            connect(near, &QTcpSocket::disconnected, far,
+                    [this, far] { Later(far, &QTcpSocket::disconnectFromHost); });
+            connect(far, &QTcpSocket::disconnected, near,
+                    [this, near] { Later(near, &QTcpSocket::disconnectFromHost); });
             ends_ = {near, far};
             ++calls;
         });
@@ -52,6 +58,15 @@ class DroppingLine : public QObject {
     int calls = 0;
 
   private:
+    // Does `what` to the end `to` now, or once the line's delay has passed if it still stands.
+    template <typename What>
+    void Later(QTcpSocket* to, What what) {
+        if (delayMs_ == 0) return static_cast<void>(std::invoke(what, *to));
+        QTimer::singleShot(delayMs_, this, [target = QPointer<QTcpSocket>(to), what] {
+            if (target && target->state() == QAbstractSocket::ConnectedState)
+                std::invoke(what, *target);
+        });
+    }
     void Carry(QByteArray down, QTcpSocket& near) {
         const bool drop = !dropAt_.empty() && carried_ + down.size() >= dropAt_.front();
         if (drop) down.truncate(dropAt_.front() - carried_), dropAt_.erase(dropAt_.begin());
@@ -64,6 +79,7 @@ class DroppingLine : public QObject {
     QTcpServer listener_;
     std::pair<QPointer<QTcpSocket>, QPointer<QTcpSocket>> ends_;
     std::vector<qint64> dropAt_;
+    int delayMs_;
     qint64 carried_ = 0;
 };
 
