@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/table.h"
+#include "engine/play.h"
 
 namespace kelvane {
 
@@ -8,23 +8,21 @@ namespace {
 constexpr std::string_view kRevealPhrase = "peekatthehands";
 }  // namespace
 
-void Table::cmdSend_Click(const std::string& whole) {
-    Enter([&] {
-        // The window holds typing to this length; a longer line would not reach the opponent.
-        const std::string typed = whole.substr(0, kChatLineLimit);
-        Steps steps(reporter_, "cmdSend_Click");
-        if (typed == kRevealPhrase) {
-            steps([&] { state_.RevealOpponent = true; });
-            steps([&] { screen_.ClearChatInput(); });
-            return;
-        }
-        steps([&] { TalkToRemote(ChatMessage(typed)); });
-        steps([&] { AddChatLine("YOU: " + typed, Speaker::kYou); });
+void Play::Say(const std::string& whole) {
+    // The window holds typing to this length; a longer line would not reach the opponent.
+    const std::string typed = whole.substr(0, kChatLineLimit);
+    Steps steps(reporter_, "cmdSend_Click");
+    if (typed == kRevealPhrase) {
+        steps([&] { state_.RevealOpponent = true; });
         steps([&] { screen_.ClearChatInput(); });
-    });
+        return;
+    }
+    steps([&] { outbox_.Send(ChatMessage(typed)); });
+    steps([&] { AddChatLine("YOU: " + typed, Speaker::kYou); });
+    steps([&] { screen_.ClearChatInput(); });
 }
 
-void Table::AddChatLine(const std::string& line, Speaker speaker) {
+void Play::AddChatLine(const std::string& line, Speaker speaker) {
     Steps steps(reporter_, "AddChatLine");
     steps([&] { transcript_.AddLine(line); });
     steps([&] {

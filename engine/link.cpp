@@ -5,23 +5,25 @@
 // of it is used with an opponent that did not announce itself; such a program is spoken to
 // exactly as the game's own messages say.
 
-#include "engine/table.h"
-#include "game/state_digest.h"
+#include <utility>
+
+#include "engine/session.h"
 
 namespace kelvane {
 
-bool Table::CanResume() const {
+bool Session::CanResume() const {
+    const auto& role = play_.state().Role;
     return Agreed() && resume_.game() && resume_.KnowsTheirKey() && !link_.peerQuit &&
-           !sessionOver_ && (state_.Role == kRoleServer || state_.Role == kRoleClient);
+           !sessionOver_ && (role == kRoleServer || role == kRoleClient);
 }
 
 // Our announcement goes first on a session's first connection, with our half of its secret; on
 // a connection that resumes a game the server announces, once the caller has proved himself,
 // which game it resumes and how far this side got.
-void Table::Announce() {
-    if (!extensions_) return;
+void Session::Announce() {
+    if (!settings.extensions) return;
     Hello hello;
-    hello.program = programName_.substr(0, kProgramNameLimit);
+    hello.program = settings.programName.substr(0, kProgramNameLimit);
     if (link_.down) {
         hello.game = resume_.game();
         hello.applied = resume_.applied();
@@ -34,30 +36,35 @@ void Table::Announce() {
 
 // Kelvane's own uncounted messages go out at once or not at all: a resume sends what matters
 // again.
-void Table::SendNow(const std::string& text) {
+void Session::SendNow(const std::string& text) {
     const int index = ConnectionSocket();
     if (socket_.State(index) == kSocketConnected) socket_.Send(index, Frame(text));
 }
 
-void Table::NewLink() {
-    CloseCallers();
+void Session::NewLink() {
+    desk_.CloseAll();
     link_ = Link{};
+    digests_.Clear();
     resume_.Clear();
 }
 
-void Table::NoteDeal(const CardArray& stack) {
+void Session::Dealt(const CardArray& stack) {
     link_.frozenTold = false;
     resume_.NoteDeal(DealMessage(stack));
 }
 
-void Table::ApplyExtension(const Received& r) {
+void Session::ApplyExtension(const Received& r) {
+    std::optional<PeerFault> fault;
     switch (r.kind) {
         case MessageKind::kHello:
             return TakeAnnouncement(r.hello);
         case MessageKind::kRoundDigest:
-            return CompareRound(r.digest);
+            resume_.Confirmed(r.digest.applied);
+            fault = digests_.Compare(r.digest);
+            break;
         case MessageKind::kSync:
-            return CompareSync(r.sync);
+            fault = Digests::Compare(r.sync, play_.state(), resume_.applied(), resume_.sent());
+            break;
         case MessageKind::kBye:
             // The connection closes next, and this time the game ends as the opponent leaves.
             link_.peerQuit = true;
@@ -65,120 +72,91 @@ void Table::ApplyExtension(const Received& r) {
         case MessageKind::kChallenge:
         case MessageKind::kProof:
             // Only the first messages of a connection that resumes a game.
-            return FailLink(PeerFaultKind::kOutOfPlace);
+            fault = PeerFault::Of(PeerFaultKind::kOutOfPlace);
+            break;
         default:
             return;
     }
+    if (fault) EndSession(*fault);
 }
 
 // The announcement on a session's first connection. A program speaking another version of
 // Kelvane's messages is played as one that knows none of them; a client that names a game of its
 // own is coming back to another game than this one.
-void Table::TakeAnnouncement(const Hello& hello) {
-    if (link_.peer) return FailLink(PeerFaultKind::kOutOfPlace);
-    if (hello.version != kExtensionVersion) {
-        resume_.StopKeeping();
-        return;
-    }
-    if (hello.game && hello.game != resume_.game()) return FailLink(PeerFaultKind::kNotThisGame);
+void Session::TakeAnnouncement(const Hello& hello) {
+    if (link_.peer) return EndSession(PeerFault::Of(PeerFaultKind::kOutOfPlace));
+    if (hello.version != kExtensionVersion) return resume_.StopKeeping();
+    if (hello.game && hello.game != resume_.game())
+        return EndSession(PeerFault::Of(PeerFaultKind::kNotThisGame));
     link_.peer = hello;
     resume_.TakeTheirKey(hello.key);
     screen_.ShowPeerProgram(hello.program);
 }
 
 // The server, waiting for its client: whatever a caller sends is read on his own socket, and
-// nothing of it reaches the game before he has proved himself.
-void Table::HearCallers(int socket) {
-    Enter([&] {
-        CallerRoom::Caller* caller = resume_.callers().On(socket);
-        // A caller turned away while his bytes were on their way: they are nobody's.
-        if (!caller) {
-            if (socket_.State(socket) == kSocketConnected) socket_.Read(socket);
-            return;
+// nothing of it reaches the game before he has a claim on it. A Kelvane program starting a new
+// session is the player's to take, once for each address while the game waits.
+void Session::HearCallers(int socket) {
+    if (!desk_.Read(socket)) return;
+    while (!gate_.ended()) {
+        const std::optional<CallerDesk::Claim> claim = desk_.Next(socket);
+        if (!claim) return;
+        if (claim->proof) {
+            TakeOver(socket);
+            Announce();
+            link_.down = false;
+            return Resumed(claim->proof->applied, claim->proof->sent);
         }
-        caller->reader.Accept(socket_.Read(socket));
-        std::string message;
-        for (CallerRoom::Caller* c = caller; c && !ended_; c = resume_.callers().On(socket)) {
-            const FrameReader::Cut cut = c->reader.Next(message);
-            if (cut == FrameReader::Cut::kNone) break;
-            // A flood is only turned away, whatever it holds.
-            if (cut == FrameReader::Cut::kTooLong) return TurnAway(socket);
-            if (cut == FrameReader::Cut::kMessage) HearCaller(socket, message);
-        }
-    });
-}
-
-// The caller must answer his challenge with the keyed hash only the client that left can make.
-// Whoever cannot is closed without a word and learns nothing of the game; a Kelvane program
-// starting a new session is the player's to take, once for each address while the game waits.
-void Table::HearCaller(int socket, const std::string& message) {
-    const CallerRoom::Caller& caller = *resume_.callers().On(socket);
-    const Received r = ReadMessage(message);
-    if (r.readable && r.kind == MessageKind::kProof) {
-        if (!resume_.Proves(r.proof, caller.challenge)) return TurnAway(socket);
-        TakeOver(socket);
-        Announce();
-        link_.down = false;
-        return Resumed(r.proof.applied, r.proof.sent);
+        if (!link_.down || link_.askedAbout.contains(claim->address)) return desk_.TurnAway(socket);
+        OfferNewGame(*claim);
     }
-    if (r.readable && r.kind == MessageKind::kHello && !r.hello.game && !r.hello.key.empty() &&
-        r.hello.version == kExtensionVersion && link_.down &&
-        !link_.askedAbout.contains(caller.address))
-        return OfferNewGame(socket, r.hello);
-    TurnAway(socket);
 }
 
-// The connection the server still believes up, or the lost one, leaves for the caller who
-// proved himself; the game's traffic goes on over his.
-void Table::TakeOver(int socket) {
-    CallerRoom::Caller& caller = *resume_.callers().On(socket);
-    FrameReader reader = std::move(caller.reader);
+// The connection the server still believes up, or the lost one, leaves for the caller; the
+// game's traffic goes on over his.
+void Session::TakeOver(int socket) {
+    CallerRoom::Caller caller = desk_.Release(socket);
     connectionAddress_ = caller.address;
-    resume_.callers().Forget(socket);
     if (!link_.down) {
         // The old connection is dead although nothing said so: it is lost now, quietly, as the
         // client is already back.
         link_.down = true;
-        link_.syncAt.reset();
+        digests_.NoSync();
     }
     socket_.Close(connection_);
-    arrivalWaiting_[static_cast<std::size_t>(connection_)] = false;
-    closeWaiting_[static_cast<std::size_t>(connection_)] = false;
+    gate_.Forget(connection_);
     connection_ = socket;
-    reader_ = std::move(reader);
+    reader_ = std::move(caller.reader);
 }
 
 // A Kelvane program calls with no game: often the opponent, started again. The player decides
 // whether the game that waits is given up for a new one with him.
-void Table::OfferNewGame(int socket, const Hello& hello) {
-    const CallerRoom::Caller& caller = *resume_.callers().On(socket);
-    const long order = caller.order;
-    link_.askedAbout.insert(caller.address);
-    const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller, 0, caller.address});
+void Session::OfferNewGame(const CallerDesk::Claim& claim) {
+    link_.askedAbout.insert(claim.address);
+    const bool yes = prompts_.Ask({QuestionKind::kNewGameWithCaller, 0, claim.address});
     // He may have left, or been replaced, while the player was deciding.
-    const CallerRoom::Caller* still = resume_.callers().On(socket);
-    if (!still || still->order != order || !link_.down || sessionOver_) return;
-    if (!yes) return TurnAway(socket);
+    if (!desk_.Holds(claim) || !link_.down || sessionOver_) return;
+    if (!yes) return desk_.TurnAway(claim.socket);
     Steps steps(reporter_, "tcpTalker_ConnectionRequest");
     steps([&] {
-        TakeOver(socket);
+        TakeOver(claim.socket);
         const int connection = connection_;
         NewLink();
         link_.peerKnown = true;
-        ClearGame();
+        play_.ClearGame();
         connection_ = connection;
-        state_.Role = kRoleServer;
+        play_.state().Role = kRoleServer;
         screen_.ShowWaitOver();
     });
-    steps([&] { TakeAnnouncement(hello); });
+    steps([&] { TakeAnnouncement(claim.hello); });
     steps([&] { Announce(); });
-    steps([&] { ShuffleStack(); });
+    steps([&] { play_.ShuffleStack(); });
 }
 
 // The client, calling its server again: the challenge comes first and is answered with the
 // proof; then the server's announcement says where it stands. A program that says anything else
 // is not the server of this game.
-void Table::HearServerAgain(const std::string& message) {
+void Session::HearServerAgain(const std::string& message) {
     const Received r = ReadMessage(message);
     if (link_.awaitingChallenge && r.readable && r.kind == MessageKind::kChallenge) {
         link_.awaitingChallenge = false;
@@ -194,7 +172,7 @@ void Table::HearServerAgain(const std::string& message) {
     }
     if (!link_.awaitingHello || !r.readable || r.kind != MessageKind::kHello || !r.hello.game ||
         r.hello.game != resume_.game())
-        return FailLink(PeerFaultKind::kNotThisGame);
+        return EndSession(PeerFault::Of(PeerFaultKind::kNotThisGame));
     link_.awaitingHello = false;
     link_.down = false;
     Resumed(r.hello.applied, r.hello.sent);
@@ -202,170 +180,92 @@ void Table::HearServerAgain(const std::string& message) {
 
 // The opponent's program is back. Whatever it has not applied of ours goes again, in order;
 // once we have applied all it says it sent, our digest of the whole game follows.
-void Table::Resumed(long theirApplied, long theirSent) {
-    if (!resume_.Fits(theirApplied, theirSent)) return FailLink(PeerFaultKind::kOutOfPlace);
+void Session::Resumed(long theirApplied, long theirSent) {
+    if (!resume_.Fits(theirApplied, theirSent))
+        return EndSession(PeerFault::Of(PeerFaultKind::kOutOfPlace));
     resume_.Confirmed(theirApplied);
     // A connection that closes again at once is lost again; the next resume sends these.
     const int index = ConnectionSocket();
     if (socket_.State(index) == kSocketConnected)
         for (const std::string& frame : resume_.kept()) socket_.Send(index, frame);
-    link_.syncAt = theirSent;
+    digests_.SyncAt(theirSent);
     // The wait is over: should the game wait again, every caller's address may be asked about.
     link_.askedAbout.clear();
     screen_.ShowConnectionBack();
     SyncIfDue();
 }
 
-void Table::TurnAway(int socket) {
-    if (state_.Role != kRoleServer) return FailLink(PeerFaultKind::kNotThisGame);
-    resume_.callers().Forget(socket);
-    socket_.Close(socket);
-}
-
-void Table::CloseCallers() {
-    for (int socket : resume_.callers().Clear()) socket_.Close(socket);
-}
-
-void Table::Tick() {
-    Enter([&] {
-        for (int socket : resume_.callers().Tick()) socket_.Close(socket);
-    });
-}
-
-void Table::CompareRound(const RoundDigest& theirs) {
-    resume_.Confirmed(theirs.applied);
-    if (link_.lastRound && link_.lastRound->Agrees(theirs)) return;
-    PeerFault fault;
-    fault.kind = PeerFaultKind::kDisagree;
-    fault.here = link_.lastRound.value_or(RoundDigest{});
-    fault.there = theirs;
-    EndSession(fault);
-}
-
-// A resume's digest describes the game after `applied` of our messages and `sent` of its own:
-// compared only when this side stands at that very point. Otherwise more has happened since on
-// one side, and the other side's comparison, or the next round's digest, is the one that counts.
-void Table::CompareSync(const Sync& theirs) {
-    if (theirs.sent != resume_.applied() || theirs.applied != resume_.sent()) return;
-    const Seat server = state_.Role == kRoleServer ? Seat::kLocal : Seat::kRemote;
-    if (StateDigest(state_, server) == theirs.state) return;
-    PeerFault fault;
-    fault.kind = PeerFaultKind::kDisagree;
-    EndSession(fault);
-}
-
-void Table::SyncIfDue() {
-    if (!link_.syncAt || resume_.applied() < *link_.syncAt || link_.down) return;
-    link_.syncAt.reset();
-    const Seat server = state_.Role == kRoleServer ? Seat::kLocal : Seat::kRemote;
-    SendNow(SyncMessage({resume_.applied(), resume_.sent(), StateDigest(state_, server)}));
+void Session::SyncIfDue() {
+    if (link_.down) return;
+    if (const auto sync = digests_.SyncDue(play_.state(), resume_.applied(), resume_.sent()))
+        SendNow(SyncMessage(*sync));
 }
 
 // Both programs score the round at the same message, so both digests describe the same moment.
-void Table::TellRoundDigest() {
-    const bool server = state_.Role == kRoleServer;
-    RoundDigest d;
-    d.applied = resume_.applied();
-    d.round = ++link_.rounds;
-    d.serverTotal = (server ? state_.LocalScore : state_.RemoteScore).value();
-    d.clientTotal = (server ? state_.RemoteScore : state_.LocalScore).value();
-    d.deals = state_.GamesPlayed.value();
-    // A decided game starts again from its first deal, which the client opens.
-    const bool decided = GameOver(state_).has_value();
-    d.opener = decided || d.deals % 2 == 0 ? 'C' : 'S';
-    d.table = StateDigest(state_, server ? Seat::kLocal : Seat::kRemote);
-    link_.lastRound = d;
-    if (Agreed()) TalkToRemote(RoundDigestMessage(d));
+void Session::RoundScored() {
+    const RoundDigest d = digests_.Scored(play_.state(), resume_.applied());
+    if (Agreed()) Send(RoundDigestMessage(d));
+}
+
+// A program that speaks only the game's own messages just waits, as the game's rules have it;
+// one that knows nothing of the rule would wait for ever, so the player is told.
+bool Session::ScoresFrozenRound() {
+    if (!settings.extensions) return false;
+    if (Agreed()) return true;
+    if (!std::exchange(link_.frozenTold, true)) prompts_.Tell({NoticeKind::kNobodyCanDraw});
+    return false;
 }
 
 // The game stays as it is. The dead connection goes; the server's listener stays open for its
 // client, and the client's shell calls the server again through Reconnect.
-void Table::LinkLost() {
+void Session::LinkLost() {
     const bool first = !std::exchange(link_.down, true);
     link_.awaitingChallenge = link_.awaitingHello = false;
-    link_.syncAt.reset();
+    digests_.NoSync();
     reader_.Clear();
-    arrivalWaiting_[static_cast<std::size_t>(ConnectionSocket())] = false;
+    gate_.Forget(ConnectionSocket());
     // Closed even when it reads closed: the dead connection must leave its slot.
     socket_.Close(ConnectionSocket());
-    if (first) screen_.ShowConnectionLost(state_.Role == kRoleClient);
+    if (first) screen_.ShowConnectionLost(play_.state().Role == kRoleClient);
 }
 
-// While the game waits for its client, or may have lost him unawares, whoever knocks is let in
-// on a socket of his own and challenged, to be kept only if he proves he is the client that left.
-// A full room makes way for the newest caller by turning away the oldest; one address holds only
-// its share, so a stranger knocking without end only replaces his own earlier knocks.
-void Table::TakeBackClient(long requestId) {
-    Steps steps(reporter_, "tcpTalker_ConnectionRequest");
+void Session::Connected(int index) {
+    Steps steps(reporter_, "tcpTalker_Connect");
+    if (index != 0 || play_.state().Role != kRoleClient || sessionOver_) return;
     steps([&] {
-        std::optional<int> socket = resume_.callers().FreeSocket(connection_);
-        if (!socket) {
-            socket = resume_.callers().OldestSocket();
-            TurnAway(*socket);
+        // Coming back, the client waits for the server's challenge and says nothing first.
+        if (link_.down) {
+            link_.awaitingChallenge = true;
+            return;
         }
-        socket_.Accept(*socket, requestId);
-        // A fresh challenge for every caller, so no answer heard once opens the door again.
-        const std::string challenge = resume_.NewChallenge();
-        if (const auto leaving =
-                resume_.callers().Admit(*socket, socket_.PeerAddress(*socket), challenge))
-            socket_.Close(*leaving);
-        socket_.Send(*socket, Frame(ChallengeMessage(challenge)));
+        Announce();
     });
 }
 
-void Table::FailLink(PeerFaultKind kind) {
-    PeerFault fault;
-    fault.kind = kind;
-    EndSession(fault);
-}
-
-void Table::tcpTalker_Connect(int index) {
-    Enter([&] {
-        Steps steps(reporter_, "tcpTalker_Connect");
-        if (index != 0 || state_.Role != kRoleClient || sessionOver_) return;
-        steps([&] {
-            // Coming back, the client waits for the server's challenge and says nothing first.
-            if (link_.down) {
-                link_.awaitingChallenge = true;
-                return;
-            }
-            Announce();
-        });
+void Session::Reconnect() {
+    Steps steps(reporter_, "Reconnect");
+    if (!link_.down || play_.state().Role != kRoleClient) return;
+    steps([&] {
+        if (StillConnecting(socket_.State(0))) return;
+        if (socket_.State(0) != kSocketClosed) socket_.Close(0);
+        socket_.Connect(0, link_.host, settings.port);
     });
 }
 
-void Table::Reconnect() {
-    Enter([&] {
-        Steps steps(reporter_, "Reconnect");
-        if (!link_.down || state_.Role != kRoleClient) return;
-        steps([&] {
-            if (StillConnecting(socket_.State(0))) return;
-            if (socket_.State(0) != kSocketClosed) socket_.Close(0);
-            socket_.Connect(0, link_.host, port_);
-        });
-    });
+void Session::GiveUpWaiting() {
+    if (link_.down) CloseSession();
 }
 
-void Table::GiveUpWaiting() {
-    Enter([&] {
-        if (!link_.down) return;
-        CloseSession();
-    });
+void Session::OpponentStopped() {
+    if (gate_.ended() || sessionOver_ || (play_.state().Role == kRoleNotConnected && !link_.down))
+        return;
+    CloseSession();
 }
 
-void Table::OpponentStopped() {
-    Enter([&] {
-        if (ended_ || sessionOver_ || (state_.Role == kRoleNotConnected && !link_.down)) return;
-        CloseSession();
-    });
-}
-
-void Table::Quit() {
-    Enter([&] {
-        Steps steps(reporter_, "Quit");
-        if (!Agreed() || link_.down || sessionOver_) return;
-        steps([&] { SendNow(ByeMessage()); });
-    });
+void Session::Quit() {
+    Steps steps(reporter_, "Quit");
+    if (!Agreed() || link_.down || sessionOver_) return;
+    steps([&] { SendNow(ByeMessage()); });
 }
 
 }  // namespace kelvane

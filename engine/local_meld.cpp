@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/table.h"
+#include "engine/play.h"
 #include "game/moves.h"
 
 namespace kelvane {
 
 // Lays the selected cards as a new meld (column kNewColumn) or onto a column, or tells the player
 // why not.
-void Table::MeldSelected(Steps& steps, int column) {
+void Play::Meld(int column) {
+    Steps steps(reporter_, column == kNewColumn ? "frTable_Click" : "imgMeld_Click");
     MeldMove move;
     move.column = column;
     Verdict verdict;
@@ -24,36 +25,20 @@ void Table::MeldSelected(Steps& steps, int column) {
     });
     steps([&] { ShowMeld(Seat::kLocal, laid, column == kNewColumn); });
     steps([&] {
-        TalkToRemote(column == kNewColumn ? NewMeldMessage(content) : LayOffMessage(laid, content));
+        outbox_.Send(column == kNewColumn ? NewMeldMessage(content) : LayOffMessage(laid, content));
     });
     steps([&] { RefreshScoreBoard(); });
     steps([&] { CheckNobodyCanDraw(); });
 }
 
 // The hand that gave the cards, then the column that took them.
-void Table::ShowMeld(Seat seat, Int16 column, bool newColumn) {
+void Play::ShowMeld(Seat seat, Int16 column, bool newColumn) {
     RefreshHands(seat == Seat::kLocal ? 'L' : 'R');
     if (newColumn) {
         Steps steps(reporter_, "CreateMeldColumn");
         steps([&] { screen_.CreateMeldColumn(column); });
     }
     screen_.ShowMeldColumn(column);
-}
-
-void Table::frTable_Click() {
-    Enter([&] {
-        Steps steps(reporter_, "frTable_Click");
-        MeldSelected(steps, kNewColumn);
-    });
-}
-
-void Table::imgMeld_Click(Int16 index) {
-    Enter([&] {
-        Steps steps(reporter_, "imgMeld_Click");
-        int column = 0;
-        steps([&] { column = (index / kSlotsPerColumn).value(); });
-        MeldSelected(steps, column);
-    });
 }
 
 }  // namespace kelvane

@@ -110,6 +110,11 @@ struct PeerFault {
     // kDisagree: the round's digests, ours and the opponent's; none when the two programs'
     // digests of the whole game differed after a dropped connection.
     std::optional<RoundDigest> here, there;
+    static PeerFault Of(PeerFaultKind kind) {
+        PeerFault fault;
+        fault.kind = kind;
+        return fault;
+    }
     friend bool operator==(const PeerFault&, const PeerFault&) = default;
 };
 

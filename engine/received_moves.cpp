@@ -2,19 +2,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "engine/table.h"
+#include "engine/play.h"
 #include "game/moves.h"
 
 namespace kelvane {
 
-namespace {
-
-// How much of an unreadable message the player is shown.
-constexpr std::size_t kExcerptLength = 40;
-
-// The verdict on a readable message, judged by the same rules the opponent's own handlers apply,
-// from his seat. Chat may come at any moment; a kind this program does not know is ignored.
-Verdict Judge(const GameState& s, const Received& r) {
+// Chat may come at any moment; a kind this program does not know is ignored.
+Verdict Play::Judge(const Received& r) const {
+    const GameState& s = state_;
     switch (r.kind) {
         case MessageKind::kDiscard:
             return CanDiscard(s, Seat::kRemote, r.number);
@@ -38,68 +33,7 @@ Verdict Judge(const GameState& s, const Received& r) {
     }
 }
 
-bool IsExtension(MessageKind kind) {
-    return kind == MessageKind::kHello || kind == MessageKind::kRoundDigest ||
-           kind == MessageKind::kSync || kind == MessageKind::kBye ||
-           kind == MessageKind::kChallenge || kind == MessageKind::kProof;
-}
-
-}  // namespace
-
-// Every message is read and judged whole before any of it touches the game: a message that
-// cannot be played is refused, nothing of it applied, and the session ends with the player told
-// why. The failure reporter is kept for this program's own faults.
-void Table::Data_Process(const std::string& message) {
-    Enter([&] {
-        if (sessionOver_) return;
-        const MessageKind kind = Classify(message);
-        const bool extension = IsExtension(kind) || message.starts_with(kExtensionPrefix);
-        // A program that speaks only the game's messages passes over Kelvane's.
-        if (!extensions_ && extension) return;
-        // A client calling his server again hears the handshake first.
-        if (link_.awaitingChallenge || link_.awaitingHello) return HearServerAgain(message);
-        // A new client that reached a server waiting for its own client hears so, and the
-        // server's player decides; his announcement still counts as the server's first message.
-        if (kind == MessageKind::kChallenge && state_.Role == kRoleClient && !link_.peerKnown &&
-            !link_.calledWaitingServer) {
-            link_.calledWaitingServer = true;
-            return prompts_.Tell({NoticeKind::kServerWaitsForItsClient});
-        }
-        // A Kelvane program announces itself before anything else it sends; an opponent whose
-        // first message is anything else speaks only the game's messages, and whatever "K:"
-        // message he sends later is passed over as the game's own dispatch passes over it.
-        const bool first = !std::exchange(link_.peerKnown, true);
-        if (first && kind != MessageKind::kHello) {
-            resume_.StopKeeping();
-        }
-        if (extension && !Agreed() && !(first && kind == MessageKind::kHello)) return;
-        // After his quit nothing more of the opponent's is taken: the connection closes next.
-        if (link_.peerQuit) return;
-        const Received r = ReadMessage(message);
-        PeerFault fault;
-        if (!r.readable) {
-            fault.kind = PeerFaultKind::kUnreadable;
-            fault.excerpt = message.substr(0, kExcerptLength);
-            return EndSession(fault);
-        }
-        if (const Verdict v = Judge(state_, r); !v.ok()) {
-            fault.kind = PeerFaultKind::kNotAllowed;
-            fault.message = r.kind;
-            fault.number = r.number;
-            fault.cards = r.cards;
-            fault.verdict = v;
-            return EndSession(fault);
-        }
-        if (Counted(message)) resume_.Applied();
-        Steps steps(reporter_, "Data_Process");
-        if (IsExtension(r.kind)) return steps([&] { ApplyExtension(r); });
-        Apply(steps, r);
-        // Once caught up after a resume, our digest of the whole game follows the message.
-        steps([&] { SyncIfDue(); });
-    });
-}
-
-void Table::Apply(Steps& steps, const Received& r) {
+void Play::Apply(Steps& steps, const Received& r) {
     switch (r.kind) {
         case MessageKind::kDiscard:
             return ApplyDiscard(steps, r.number);
@@ -111,10 +45,6 @@ void Table::Apply(Steps& steps, const Received& r) {
             return ApplyMeld(steps, kNewColumn, r.cards);
         case MessageKind::kLayOff:
             return ApplyMeld(steps, r.number.value(), r.cards);
-        case MessageKind::kOldVersion:
-            // No game can start with an older server.
-            steps([&] { prompts_.Tell({NoticeKind::kServerTooOld}); });
-            return CloseSession();
         case MessageKind::kDeal:
             return ApplyDeal(steps, r.stack);
         case MessageKind::kChat:
@@ -124,7 +54,7 @@ void Table::Apply(Steps& steps, const Received& r) {
     }
 }
 
-void Table::ApplyDiscard(Steps& steps, Int16 card) {
+void Play::ApplyDiscard(Steps& steps, Int16 card) {
     steps([&] { kelvane::Discard(state_, Seat::kRemote, card); });
     steps([&] { screen_.RefreshUpPile(); });
     steps([&] { RefreshHands('R'); });
@@ -133,15 +63,15 @@ void Table::ApplyDiscard(Steps& steps, Int16 card) {
 }
 
 // Both copies of the stock agree, so the card drawn is the top of our own.
-void Table::ApplyStackDraw(Steps& steps) {
+void Play::ApplyStackDraw(Steps& steps) {
     Int16 drawn = 0;
-    steps([&] { drawn = DrawFromStack(state_, Seat::kRemote); });
+    steps([&] { drawn = kelvane::DrawFromStack(state_, Seat::kRemote); });
     steps([&] { ShowStackDraw(); });
     steps([&] { RefreshHands('R'); });
     steps([&] { screen_.OpponentMoved({OpponentMoveKind::kStackDraw, {drawn}, {}}); });
 }
 
-void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
+void Play::ApplyUpPileTake(Steps& steps, Int16 position) {
     const Int16 top = state_.UpCount - 1;
     OpponentMove taken{OpponentMoveKind::kUpPileTake, {}, {}};
     steps([&] {
@@ -149,7 +79,7 @@ void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
     });
     // The local player gets to see which cards the opponent takes.
     steps([&] { ShowUpPileTake(position, top); });
-    steps([&] { TakeFromUpPile(state_, Seat::kRemote, position); });
+    steps([&] { kelvane::TakeFromUpPile(state_, Seat::kRemote, position); });
     steps([&] { RefreshHands('R'); });
     steps([&] { screen_.RefreshUpPile(); });
     steps([&] { screen_.OpponentMoved(taken); });
@@ -157,7 +87,7 @@ void Table::ApplyUpPileTake(Steps& steps, Int16 position) {
 
 // A new meld opens the next column; a lay-off names its column and carries the column's whole new
 // content, the cards already on the table included.
-void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
+void Play::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     Int16 laid = 0;
     OpponentMove move{
         column == kNewColumn ? OpponentMoveKind::kNewMeld : OpponentMoveKind::kLayOff, {}, {}};
@@ -178,14 +108,14 @@ void Table::ApplyMeld(Steps& steps, int column, const MeldContent& content) {
     steps([&] { CheckNobodyCanDraw(); });
 }
 
-void Table::ApplyDeal(Steps& steps, const CardArray& stack) {
+void Play::ApplyDeal(Steps& steps, const CardArray& stack) {
     steps([&] {
         for (int card = 1; card <= kCardsInDeck; ++card) state_.MeldCredit[card] = 0;
     });
     steps([&] { ClearTable(); });
     steps([&] {
         state_.Stack = stack;
-        NoteDeal(stack);
+        outbox_.Dealt(stack);
     });
     steps([&] { DealRound(kRoleClient); });
 }

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "engine/caller_room.h"
 #include "wire/wire.h"
 
 namespace kelvane {
@@ -28,13 +27,12 @@ class Secrets {
 
 // What a session with a Kelvane opponent keeps so that a dropped connection resumes where it
 // stopped: the counted messages each way and ours he has not confirmed, the session's secret and
-// its identifier, and the callers a waiting server holds while they prove themselves. It touches
-// no socket and no screen: the table says when, this says what.
+// its identifier. It touches no socket and no screen: the session says when, this says what.
 class Resume {
   public:
     explicit Resume(Secrets& secrets) : secrets_(secrets) {}
 
-    // A new session: nothing counted, kept or known. The room must be empty.
+    // A new session: nothing counted, kept or known.
     void Clear();
 
     // One of our counted messages went out, framed: kept until the opponent confirms it.
@@ -67,9 +65,6 @@ class Resume {
     void NoteDeal(std::string_view dealMessage);
     std::optional<std::uint64_t> game() const { return game_; }
 
-    CallerRoom& callers() { return callers_; }
-    const CallerRoom& callers() const { return callers_; }
-
   private:
     Secrets& secrets_;
     long sent_ = 0, applied_ = 0;
@@ -78,7 +73,6 @@ class Resume {
     bool keeping_ = true;
     std::string ourKey_, theirKey_;
     std::optional<std::uint64_t> game_;
-    CallerRoom callers_;
 };
 
 }  // namespace kelvane

@@ -1,35 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <deque>
 #include <functional>
-#include <optional>
-#include <set>
 #include <string>
-#include <string_view>
 
 #include "engine/credential.h"
+#include "engine/gate.h"
+#include "engine/play.h"
 #include "engine/ports.h"
 #include "engine/report_error.h"
-#include "engine/resume.h"
-#include "engine/steps.h"
+#include "engine/session.h"
 #include "engine/transcript.h"
 #include "game/game_state.h"
-#include "game/meld_rules.h"
 #include "game/stock.h"
-#include "wire/wire.h"
 
 namespace kelvane {
 
-inline constexpr int kMouseLeft = 1;
-inline constexpr int kMouseRight = 2;
-
-// The engine: one program's game and every procedure that changes it. It reaches its shell only
-// through the ports. Every entry point (a click, a menu command, a socket event) passes one gate
-// that counts handler depth: data arriving while a handler runs, also while it shows a modal box,
-// waits on its socket and is applied, one message at a time, once the outermost handler returns.
+// The engine as its shells see it: one program's game and every procedure that changes it. It
+// reaches its shell only through the ports. Each entry point passes the gate and is handed to the
+// room that owns it: the play (the game, the player's gestures, the opponent's moves and their
+// views) or the session (the connection and the conversation with the opponent's program).
 class Table {
   public:
     struct Ports {
@@ -45,30 +35,30 @@ class Table {
 
     // The port the session listens on and connects to; the game's own port unless a test or a
     // second copy on one machine asks for another.
-    void UsePort(int port) { port_ = port; }
+    void UsePort(int port) { session_.settings.port = port; }
     // Kelvane's own messages (announcement, rounds nobody can draw in, round digests, resuming a
     // dropped connection) are on unless switched off before a session starts: then this program
     // speaks exactly as one that knows nothing of them, as the tests' stand-in for such a peer.
-    void UseExtensions(bool on) { extensions_ = on; }
+    void UseExtensions(bool on) { session_.settings.extensions = on; }
     // The shell watches the opponent's program itself (the computer player it started) and tells
     // its stop: a connection lost to it ends the session quietly, never the program. Set before
     // each session starts.
-    void WatchOpponent(bool watched) { opponentWatched_ = watched; }
+    void WatchOpponent(bool watched) { session_.settings.opponentWatched = watched; }
     // The name and version this program announces to a Kelvane opponent.
-    void SetProgramName(std::string name) { programName_ = std::move(name); }
+    void SetProgramName(std::string name) { session_.settings.programName = std::move(name); }
 
-    const GameState& state() const { return state_; }
-    bool IsSelected(Int16 handIndex) const { return selected_[handIndex]; }
-    bool WarnIfMeldable() const { return warnMeld_; }
-    const Transcript& transcript() const { return transcript_; }
+    const GameState& state() const { return play_.state(); }
+    bool IsSelected(Int16 handIndex) const { return play_.IsSelected(handIndex); }
+    bool WarnIfMeldable() const { return play_.WarnIfMeldable(); }
+    const Transcript& transcript() const { return play_.transcript(); }
     // Received bytes not yet cut into a message: the start of one still on its way.
-    std::size_t WaitingBytes() const { return reader_.Waiting(); }
+    std::size_t WaitingBytes() const { return session_.WaitingBytes(); }
     // True once the program has been told to end (the window closes when the handler returns).
-    bool ended() const { return ended_; }
+    bool ended() const { return gate_.ended(); }
     // The opponent announced himself as a Kelvane program: our own messages are in use.
-    bool KelvaneOpponent() const { return Agreed(); }
+    bool KelvaneOpponent() const { return session_.Agreed(); }
     // The connection to a Kelvane opponent was lost and the game waits for him to come back.
-    bool WaitingForOpponent() const { return link_.down; }
+    bool WaitingForOpponent() const { return session_.Waiting(); }
 
     // The player's gestures.
     void imgStack_Click();
@@ -85,7 +75,6 @@ class Table {
     void tcpTalker_ConnectionRequest(int index, long requestId);
     void tcpTalker_DataArrival(int index);
     void tcpTalker_Close(int index);
-
     // A connection attempt that had started failed later (refused, unreachable, timed out): the
     // player is told and may try again.
     void ConnectionFailed();
@@ -114,141 +103,15 @@ class Table {
     // Applies one received message; public so tests can feed messages without a socket.
     void Data_Process(const std::string& message);
 
-    // Runs `handler` as an entry point: through the gate, and with nothing escaping it.
-    void Enter(const std::function<void()>& handler);
-
   private:
     // Tests set up positions through it without a game's worth of moves.
     friend struct TablePeer;
 
-    // Where a session with a Kelvane opponent stands in the conversation it adds to the game's
-    // own; what it counts, keeps and knows is the Resume's.
-    struct Link {
-        std::optional<Hello> peer;  // his announcement on the session's first connection
-        bool peerKnown = false;     // his first message has arrived: it was an announcement or not
-        long rounds = 0;            // rounds scored in this session
-        std::optional<RoundDigest> lastRound;
-        bool down = false;  // lost: waiting for the opponent's program to come back
-        // The server: the addresses whose callers its player was asked about while the game
-        // waits, each asked once.
-        std::set<std::string> askedAbout;
-        // The client calling again: the server's challenge comes first, then its announcement.
-        bool awaitingChallenge = false;
-        bool awaitingHello = false;
-        // A new client reached a server that waits for its own client to come back.
-        bool calledWaitingServer = false;
-        std::optional<long> syncAt;  // a resume's digest goes out once this many are applied
-        bool peerQuit = false;
-        bool frozenTold = false;  // told this round that nobody can draw
-        std::string host;
-    };
-
-    bool Agreed() const { return extensions_ && link_.peer.has_value(); }
-    bool CanResume() const;
-    void Announce();
-    void SendNow(const std::string& text);
-    // A new session's conversation: callers closed, nothing counted, kept or known.
-    void NewLink();
-    void NoteDeal(const CardArray& stack);
-    void ApplyExtension(const Received& r);
-    void TakeAnnouncement(const Hello& hello);
-    // The resume's handshake, before anything else of a connection that may resume the game.
-    void HearCallers(int socket);
-    void HearCaller(int socket, const std::string& message);
-    void HearServerAgain(const std::string& message);
-    void OfferNewGame(int socket, const Hello& hello);
-    // The caller on `socket` proved he is the client that left: his connection becomes the game's.
-    void TakeOver(int socket);
-    void Resumed(long theirApplied, long theirSent);
-    // The server turns the caller on `socket` away; a client that reached a program not playing
-    // its game cannot resume it.
-    void TurnAway(int socket);
-    // The server's caller left, or said what no player's program says, before he played: he
-    // ends nothing, and the server waits for a player again.
-    void ForgetCaller();
-    void CloseCallers();
-    void CompareRound(const RoundDigest& theirs);
-    void CompareSync(const Sync& theirs);
-    void SyncIfDue();
-    void TellRoundDigest();
-    void LinkLost();
-    void TakeBackClient(long requestId);
-    void FailLink(PeerFaultKind kind);
-
-    void ShuffleStack();
-    void DealRound(const std::string& role);
-    void ClearTable();
-    void CheckEndOfGame();
-    // After a meld: a round nobody can draw in ends here between two Kelvane programs.
-    void CheckNobodyCanDraw();
-    void ScoreRoundEnd(Steps& steps);
-    void RefreshScoreBoard();
-    void Discard(Int16 card);
-    void TalkToRemote(const std::string& text);
-    void AddChatLine(const std::string& line, Speaker speaker);
-    Notice UnableToConnect();
-    void LoseConnection();
-    // The opponent's program sent what cannot be played: the player is told why, and the
-    // session is closed with the game left in view.
-    void EndSession(const PeerFault& fault);
-    void CloseSession();
-    // A session that starts after one was closed starts from a new game.
-    void StartAfresh();
-    void ClearGame();
-
-    // Data_Process's moves, each judged allowed before it is applied.
-    void Apply(Steps& steps, const Received& r);
-    void ApplyDiscard(Steps& steps, Int16 card);
-    void ApplyStackDraw(Steps& steps);
-    void ApplyUpPileTake(Steps& steps, Int16 position);
-    void ApplyMeld(Steps& steps, int column, const MeldContent& content);
-    void ApplyDeal(Steps& steps, const CardArray& stack);
-
-    // The views a move of either seat leaves to redraw, in the order the player sees them.
-    void ShowStackDraw();
-    void ShowUpPileTake(Int16 position, Int16 top);
-    void ShowMeld(Seat seat, Int16 column, bool newColumn);
-
-    // A refusal the player is told about; the silent ones (not his turn, already drawn) are not.
-    void TellRefusal(const Verdict& verdict);
-    void MeldSelected(Steps& steps, int column);
-    // In debug and sanitizer builds the state must hold together after every handler, so after
-    // every move and every received message; a break is our own fault and is reported.
-    void CheckState();
-    void ProcessArrivals();
-
-    int ConnectionSocket() const;
-
-    GameState state_;
-    Screen& screen_;
-    Prompts& prompts_;
-    Socket& socket_;
-    ErrorPrompt& errorPrompt_;
     ErrorReporter reporter_;
-    std::function<RandomSource()> shuffleSource_;
-
-    CheckedArray<bool, kCardsInDeck> selected_{};
-    bool warnMeld_ = false;
-    Transcript transcript_;
-
-    FrameReader reader_;        // received and not yet cut into messages
-    bool sessionOver_ = false;  // closed on the opponent's fault; the menus may start another
-    bool checkState_ = true;
-    int depth_ = 0;
-    std::array<bool, kSockets> arrivalWaiting_{};
-    std::array<bool, kSockets> closeWaiting_{};
     SystemSecrets systemSecrets_;
-    Resume resume_;
-    // The server's connection to its opponent: socket 1, or the socket of a caller who proved
-    // he is the client that left. Where it was accepted from.
-    int connection_ = 1;
-    std::string connectionAddress_;
-    bool ended_ = false;
-    int port_ = kGamePort;
-    bool extensions_ = true;
-    bool opponentWatched_ = false;
-    std::string programName_ = "Kelvane " KELVANE_VERSION;
-    Link link_;
+    Gate gate_;
+    Session session_;
+    Play play_;
 };
 
 }  // namespace kelvane

@@ -12,6 +12,7 @@
 #include <tuple>
 #include <vector>
 
+#include "engine/caller_room.h"
 #include "engine/credential.h"
 
 namespace kelvane {
