@@ -10,7 +10,7 @@
 #include <map>
 #include <string>
 
-#include "qtnet/window_socket.h"
+#include "ui/window_socket.h"
 
 class QTcpServer;
 class QTcpSocket;

@@ -24,7 +24,6 @@
 #include <utility>
 
 #include "portmap/address.h"
-#include "qtnet/window_socket.h"
 #include "ui/announcer.h"
 #include "ui/card_image.h"
 #include "ui/clipboard.h"
@@ -37,6 +36,7 @@
 #include "ui/screen_reader.h"
 #include "ui/table_keys.h"
 #include "ui/welcome_panel.h"
+#include "ui/window_socket.h"
 
 namespace kelvane {
 

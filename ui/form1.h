@@ -12,9 +12,9 @@
 #include "engine/ports.h"
 #include "engine/report_error.h"
 #include "engine/table.h"
-#include "qtnet/window_socket.h"
 #include "ui/link_dialog.h"
 #include "ui/results_dialog.h"
+#include "ui/window_socket.h"
 #include "words/texts.h"
 
 class QAction;

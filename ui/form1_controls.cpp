@@ -19,12 +19,12 @@
 #include <QVBoxLayout>
 
 #include "engine/transcript.h"
-#include "qtnet/window_socket.h"
 #include "ui/card_image.h"
 #include "ui/codepage.h"
 #include "ui/fonts.h"
 #include "ui/form1.h"
 #include "ui/geometry.h"
+#include "ui/window_socket.h"
 
 namespace kelvane {
 

@@ -7,8 +7,8 @@
 #include <QStringList>
 
 #include "portmap/address.h"
-#include "qtnet/window_socket.h"
 #include "ui/form1.h"
+#include "ui/window_socket.h"
 
 namespace kelvane {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "qtnet/window_socket.h"
+#include "ui/window_socket.h"
 
 namespace kelvane {
 

@@ -17,8 +17,9 @@ class RouterLease {
 };
 
 // The window's socket: the session's sockets and the events they raise, and what serving a friend
-// in another home needs besides. The game's window reaches it through a stand-in that loads the
-// network side of the program only when a session first needs it (ui/lazy_socket.h).
+// in another home needs besides. The window owns what it asks of the network; the network side
+// answers it (qtnet/qt_socket.h), and the window reaches that through a stand-in that loads it
+// only when a session first needs it (ui/lazy_socket.h).
 class WindowSocket : public Socket {
   public:
     // A client knocks on listening socket 0; the callback must Accept or Refuse it before it
