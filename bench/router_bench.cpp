@@ -9,6 +9,7 @@
 #include <future>
 
 #include "portmap/router_door.h"
+#include "words/router_texts.h"
 
 namespace kelvane {
 namespace {

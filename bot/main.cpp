@@ -27,6 +27,7 @@
 #include "portmap/address.h"
 #include "portmap/router_door.h"
 #include "qtnet/qt_socket.h"
+#include "words/router_texts.h"
 #include "words/texts.h"
 
 namespace kelvane::bot {

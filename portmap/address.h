@@ -62,9 +62,6 @@ struct DoorReport {
 // link-local, multicast, a port or a lease of 0) is kNoDoor, never an address to give a friend.
 DoorOutcome JudgeDoor(const DoorReport& report);
 
-// One sentence for the player about what the router said.
-std::string DoorSentence(const DoorReport& report);
-
 // What players in other homes can reach while this machine serves: the router's answer for the
 // IPv4 door and, when this machine has a global IPv6 address, for the pinhole.
 struct Reach {
@@ -75,10 +72,5 @@ struct Reach {
 // The addresses a friend in another home types, each as the connect box takes it: the IPv4 one
 // first (it reaches every friend), then the IPv6 one. Only doors that are open.
 std::vector<std::string> AddressesToGive(const Reach& reach);
-
-// What the two answers come to for the player: who can reach this machine and where, and, when
-// the home's IPv4 address is shared and no pinhole is open, that the friend should serve and this
-// player connect. Empty when the IPv4 door was the only one asked and its own sentence says it all.
-std::string ReachSentence(const Reach& reach);
 
 }  // namespace kelvane

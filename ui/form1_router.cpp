@@ -9,18 +9,9 @@
 #include "portmap/address.h"
 #include "ui/form1.h"
 #include "ui/window_socket.h"
+#include "words/router_texts.h"
 
 namespace kelvane {
-
-namespace {
-
-std::string IPv6Sentence(const std::string& address, int port) {
-    return "This machine's IPv6 address: a friend with IPv6 connects to " +
-           FormatServerAddress(address, port) +
-           " directly, once the firewall lets the game's port in.";
-}
-
-}  // namespace
 
 void Form1::BuildRouterMenus(QMenu* connectMenu, QMenu* options) {
     mnuCopyAddress_ = connectMenu->addAction("Copy &Address");
@@ -43,7 +34,7 @@ void Form1::StartHosting() {
     // Unasked, the router may or may not let the IPv6 address in: it is given with that caveat.
     // Asked, it is given once the router says its firewall lets the game's port in.
     if (!v6.empty() && !askRouter) {
-        hostTips_.push_back(IPv6Sentence(v6, port));
+        hostTips_.push_back(IPv6AddressSentence(v6, port));
         AddHistory(hostTips_.back());
         friendAddress_ = FormatServerAddress(v6, port);
         mnuCopyAddress_->setEnabled(true);

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "words/router_texts.h"
+
 namespace kelvane {
 namespace {
 

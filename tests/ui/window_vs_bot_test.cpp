@@ -47,6 +47,7 @@
 #include "ui/welcome_panel.h"
 #include "unattended_window.h"
 #include "wire/wire.h"
+#include "words/router_texts.h"
 #include "words/texts.h"
 
 namespace kelvane {
@@ -414,7 +415,7 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
         std::string copied, lastSays;
         qsizetype lines;
     };
-    // Which sentence says what is the judgement's test (address_test.cpp); here, the window's
+    // Which sentence says what is the words' test (router_texts_test.cpp); here, the window's
     // part: either door may answer first, a loss is told again, and a home nobody outside
     // reaches hears it once, when both doors have answered.
     const Hosting hostings[] = {
