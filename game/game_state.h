@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <concepts>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "cards.h"
@@ -96,32 +98,29 @@ constexpr Seat Opposite(Seat seat) {
     return seat == Seat::kLocal ? Seat::kRemote : Seat::kLocal;
 }
 
-// One seat's side of the state, so a rule is written once for both players.
-inline CardArray& Hand(GameState& s, Seat seat) {
+// One seat's side of the state, so a rule is written once for both players: each reads a const
+// state and writes a changeable one, the same fields either way.
+template <class State>
+concept AnyGameState = std::same_as<std::remove_const_t<State>, GameState>;
+
+template <AnyGameState State>
+auto& Hand(State& s, Seat seat) {
     return seat == Seat::kLocal ? s.LocalHand : s.RemoteHand;
 }
-inline const CardArray& Hand(const GameState& s, Seat seat) {
-    return seat == Seat::kLocal ? s.LocalHand : s.RemoteHand;
-}
-inline Int16& HandCount(GameState& s, Seat seat) {
+template <AnyGameState State>
+auto& HandCount(State& s, Seat seat) {
     return seat == Seat::kLocal ? s.LocalCount : s.RemoteCount;
 }
-inline Int16 HandCount(const GameState& s, Seat seat) {
-    return seat == Seat::kLocal ? s.LocalCount : s.RemoteCount;
-}
-inline bool& Floating(GameState& s, Seat seat) {
+template <AnyGameState State>
+auto& Floating(State& s, Seat seat) {
     return seat == Seat::kLocal ? s.LocalFloating : s.RemoteFloating;
 }
-inline Int16& MustMeld(GameState& s, Seat seat) {
+template <AnyGameState State>
+auto& MustMeld(State& s, Seat seat) {
     return seat == Seat::kLocal ? s.MustMeldCard : s.RemoteMustMeldCard;
 }
-inline Int16 MustMeld(const GameState& s, Seat seat) {
-    return seat == Seat::kLocal ? s.MustMeldCard : s.RemoteMustMeldCard;
-}
-inline Int16& TakenUp(GameState& s, Seat seat) {
-    return seat == Seat::kLocal ? s.TakenUpCard : s.RemoteTakenUpCard;
-}
-inline Int16 TakenUp(const GameState& s, Seat seat) {
+template <AnyGameState State>
+auto& TakenUp(State& s, Seat seat) {
     return seat == Seat::kLocal ? s.TakenUpCard : s.RemoteTakenUpCard;
 }
 // Whether this seat is to move: the local player when MyTurn says so (a round's end clears it),
