@@ -19,6 +19,11 @@ BoxText Refused(std::string text, const std::string& title = "") {
     return {std::move(text), Buttons::kOk, Icon::kNone, title};
 }
 
+// What stops or ends the game, or keeps it from starting: under the warning sign.
+BoxText Warning(std::string text) {
+    return {std::move(text), Buttons::kOk, Icon::kExclamation, ""};
+}
+
 BoxText RefusalBox(const Verdict& v) {
     switch (v.refusal) {
         case Refusal::kNotDrawn:
@@ -233,29 +238,25 @@ BoxText NoticeBox(const Notice& notice) {
         case NoticeKind::kOpponentGone:
             return Refused("Your opponent just disappeared. Sorry.");
         case NoticeKind::kPeerFault:
-            return {PeerFaultText(notice.fault), Buttons::kOk, Icon::kExclamation, ""};
+            return Warning(PeerFaultText(notice.fault));
         case NoticeKind::kNobodyCanDraw:
-            return {
+            return Warning(
                 "Neither player can draw: the stack and the up pile are both empty, so this "
                 "round cannot go on. Your opponent's program has no way to end it; quit when "
-                "you are ready.",
-                Buttons::kOk, Icon::kExclamation, ""};
+                "you are ready.");
         case NoticeKind::kServerWaitsForItsClient:
-            return {
+            return Refused(
                 "This server is waiting for its opponent to come back to a game in progress. "
                 "Its player is being asked whether to give that game up and start a new one "
-                "with you.",
-                Buttons::kOk, Icon::kNone, ""};
+                "with you.");
         case NoticeKind::kServerKeptItsGame:
-            return {
+            return Warning(
                 "The server's player is keeping the game in progress for the opponent who "
-                "left, so no new game can start with you now. Try again later.",
-                Buttons::kOk, Icon::kExclamation, ""};
+                "left, so no new game can start with you now. Try again later.");
         case NoticeKind::kServerGameGone:
-            return {
+            return Warning(
                 "Your opponent's Kelvane was started again, and the game in progress ended with "
-                "it: it cannot be resumed. Start a new game to play again.",
-                Buttons::kOk, Icon::kExclamation, ""};
+                "it: it cannot be resumed. Start a new game to play again.");
     }
     return Refused("");
 }
@@ -437,10 +438,9 @@ BoxText ComputerStoppedBox() {
 }
 
 BoxText ComputerUnavailableBox() {
-    return {
+    return Warning(
         "The computer opponent could not be started (kelvane-bot was not found beside "
-        "Kelvane, or it did not start).",
-        Buttons::kOk, Icon::kExclamation, ""};
+        "Kelvane, or it did not start).");
 }
 
 std::string HelpTitle() {
