@@ -31,8 +31,25 @@ QString ElementId(int code) {
     return rankId + "_" + kSuitIds[static_cast<std::size_t>(suit)];
 }
 
-QRectF Inset(QSize size) {
-    return QRectF(0.5, 0.5, size.width() - 1.0, size.height() - 1.0);
+// A picture of the card's size, clear wherever `paint` leaves it: the table shows through the
+// rounded corners.
+template <class Paint>
+QPixmap Painted(QSize size, QPainter::RenderHints hints, Paint paint) {
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter p(&picture);
+    p.setRenderHints(hints);
+    paint(p);
+    return picture;
+}
+
+// The card's edge, half a pixel inside the picture so that a one-pixel pen stays sharp, or
+// `inward` pixels further in; its corners are rounded by a tenth of the card's width.
+void DrawEdge(QPainter& p, QSize size, double inward = 0) {
+    const double radius = size.width() / 10.0;
+    const double in = 0.5 + inward;
+    p.drawRoundedRect(QRectF(in, in, size.width() - 2 * in, size.height() - 2 * in), radius,
+                      radius);
 }
 
 }  // namespace
@@ -105,74 +122,60 @@ QPixmap Deck::Render(int code, QSize size) {
     if (code == kEmptyStack) return DrawEmptyMark(size);
     QSvgRenderer* theme = Theme();
     if (!theme) return face ? DrawFace(code, size) : DrawBack(size);
-    QPixmap picture(size);
-    picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    theme->render(&painter, ElementId(code), QRectF(QPointF(0, 0), QSizeF(size)));
-    return picture;
+    return Painted(size, QPainter::Antialiasing | QPainter::SmoothPixmapTransform,
+                   [&](QPainter& p) {
+                       theme->render(&p, ElementId(code), QRectF(QPointF(0, 0), QSizeF(size)));
+                   });
 }
 
 QPixmap Deck::DrawFace(int code, QSize size) const {
-    QPixmap picture(size);
-    picture.fill(Qt::transparent);
-    QPainter p(&picture);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(QPen(QColor(90, 90, 90), 1));
-    p.setBrush(Qt::white);
-    const double radius = size.width() / 10.0;
-    p.drawRoundedRect(Inset(size), radius, radius);
-    const int suit = (code - 1) / 13;
-    const QColor ink = suit == 1 || suit == 3 ? QColor(200, 16, 30) : QColor(20, 20, 20);
-    p.setPen(ink);
-    QFont font;
-    font.setBold(true);
-    font.setPixelSize(std::max(8, size.height() / 5));
-    p.setFont(font);
-    const QString index = QString(kRankMarks[static_cast<std::size_t>((code - 1) % 13)]) + "\n" +
-                          kSuitMarks[static_cast<std::size_t>(suit)];
-    p.drawText(QRectF(3, 2, size.width() / 2.0, size.height() / 2.0), Qt::AlignLeft | Qt::AlignTop,
-               index);
-    font.setPixelSize(std::max(10, size.height() / 2));
-    p.setFont(font);
-    p.drawText(QRectF(0, size.height() / 4.0, size.width(), size.height() * 0.7), Qt::AlignCenter,
-               kSuitMarks[static_cast<std::size_t>(suit)]);
-    return picture;
+    return Painted(size, QPainter::Antialiasing, [&](QPainter& p) {
+        p.setPen(QPen(QColor(90, 90, 90), 1));
+        p.setBrush(Qt::white);
+        DrawEdge(p, size);
+        const int suit = (code - 1) / 13;
+        const QColor ink = suit == 1 || suit == 3 ? QColor(200, 16, 30) : QColor(20, 20, 20);
+        p.setPen(ink);
+        QFont font;
+        font.setBold(true);
+        font.setPixelSize(std::max(8, size.height() / 5));
+        p.setFont(font);
+        const QString index = QString(kRankMarks[static_cast<std::size_t>((code - 1) % 13)]) +
+                              "\n" + kSuitMarks[static_cast<std::size_t>(suit)];
+        p.drawText(QRectF(3, 2, size.width() / 2.0, size.height() / 2.0),
+                   Qt::AlignLeft | Qt::AlignTop, index);
+        font.setPixelSize(std::max(10, size.height() / 2));
+        p.setFont(font);
+        p.drawText(QRectF(0, size.height() / 4.0, size.width(), size.height() * 0.7),
+                   Qt::AlignCenter, kSuitMarks[static_cast<std::size_t>(suit)]);
+    });
 }
 
 QPixmap Deck::DrawBack(QSize size) const {
-    QPixmap picture(size);
-    picture.fill(Qt::transparent);
-    QPainter p(&picture);
-    p.setRenderHint(QPainter::Antialiasing);
-    const double radius = size.width() / 10.0;
-    p.setPen(QPen(Qt::white, 2));
-    p.setBrush(QColor(29, 53, 87));
-    p.drawRoundedRect(Inset(size), radius, radius);
-    p.setPen(QPen(QColor(69, 123, 157), 1));
-    for (int d = -size.height(); d < size.width(); d += 6) {
-        p.drawLine(QPointF(d, 0), QPointF(d + size.height(), size.height()));
-        p.drawLine(QPointF(d + size.height(), 0), QPointF(d, size.height()));
-    }
-    return picture;
+    return Painted(size, QPainter::Antialiasing, [&](QPainter& p) {
+        p.setPen(QPen(Qt::white, 2));
+        p.setBrush(QColor(29, 53, 87));
+        DrawEdge(p, size);
+        p.setPen(QPen(QColor(69, 123, 157), 1));
+        for (int d = -size.height(); d < size.width(); d += 6) {
+            p.drawLine(QPointF(d, 0), QPointF(d + size.height(), size.height()));
+            p.drawLine(QPointF(d + size.height(), 0), QPointF(d, size.height()));
+        }
+    });
 }
 
 QPixmap Deck::DrawEmptyMark(QSize size) const {
     // Where the stack was: a faint outline and a cross, so the player sees there is nothing left.
-    QPixmap picture(size);
-    picture.fill(Qt::transparent);
-    QPainter p(&picture);
-    p.setRenderHint(QPainter::Antialiasing);
-    p.setPen(QPen(QColor(120, 120, 120), 2, Qt::DashLine));
-    p.setBrush(Qt::NoBrush);
-    const double radius = size.width() / 10.0;
-    p.drawRoundedRect(Inset(size).adjusted(2, 2, -2, -2), radius, radius);
-    p.setPen(QPen(QColor(150, 150, 150), 2));
-    const QPointF c(size.width() / 2.0, size.height() / 2.0);
-    const double r = size.width() / 5.0;
-    p.drawLine(c + QPointF(-r, -r), c + QPointF(r, r));
-    p.drawLine(c + QPointF(-r, r), c + QPointF(r, -r));
-    return picture;
+    return Painted(size, QPainter::Antialiasing, [&](QPainter& p) {
+        p.setPen(QPen(QColor(120, 120, 120), 2, Qt::DashLine));
+        p.setBrush(Qt::NoBrush);
+        DrawEdge(p, size, 2);
+        p.setPen(QPen(QColor(150, 150, 150), 2));
+        const QPointF c(size.width() / 2.0, size.height() / 2.0);
+        const double r = size.width() / 5.0;
+        p.drawLine(c + QPointF(-r, -r), c + QPointF(r, r));
+        p.drawLine(c + QPointF(-r, r), c + QPointF(r, -r));
+    });
 }
 
 }  // namespace kelvane
