@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "game/failure.h"
+#include "words/texts.h"
 
 namespace kelvane {
 
@@ -29,10 +30,8 @@ std::string LazySocket::SessionsUnavailable() {
     // The loader's own words name symbols and libraries the player cannot act on; the file, its
     // place and the repair are what he needs.
     const QString where = modules_.isEmpty() ? QString() : modules_.front();
-    return "No session can start: the game's network part " +
-           QFileInfo(where).fileName().toStdString() + " is missing or damaged in " +
-           QFileInfo(where).absolutePath().toStdString() +
-           "; reinstalling the kelvane package repairs it.";
+    return NetworkPartMissingText(QFileInfo(where).fileName().toStdString(),
+                                  QFileInfo(where).absolutePath().toStdString());
 }
 
 WindowSocket& LazySocket::Real() {

@@ -437,6 +437,11 @@ BoxText ComputerStoppedBox() {
         Buttons::kYesNo, Icon::kExclamation, ""};
 }
 
+std::string NetworkPartMissingText(const std::string& file, const std::string& folder) {
+    return "No session can start: the game's network part " + file + " is missing or damaged in " +
+           folder + "; reinstalling the kelvane package repairs it.";
+}
+
 BoxText ComputerUnavailableBox() {
     return Warning(
         "The computer opponent could not be started (kelvane-bot was not found beside "

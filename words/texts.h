@@ -92,6 +92,9 @@ std::string CardSign(Int16 card);
 BoxText ComputerUnavailableBox();
 // When the computer opponent's program stops during a game; Yes starts a new one.
 BoxText ComputerStoppedBox();
+// The window's network part, the module `file` in `folder`, cannot be loaded: no session can
+// start until the package is installed again.
+std::string NetworkPartMissingText(const std::string& file, const std::string& folder);
 // The short help that F1 opens: the rules and the controls, as HTML.
 std::string HelpTitle();
 std::string HelpText();
