@@ -38,9 +38,6 @@ constexpr int kExitUsage = 2;
 // Selection presses send nothing; a turn never needs more of them in a row than a hand holds.
 constexpr int kGesturesPerMove = 2 * kCardsInDeck;
 
-const std::string kStuckChat =
-    "Neither of us can draw, so this round cannot go on. I am leaving; start a new game to play "
-    "again.";
 // A client whose opponent's server dropped calls it again this often.
 constexpr int kRecallMs = 1000;
 
@@ -334,7 +331,7 @@ class Session {
         if (frozen) return TellFrozen();
         if (options_.rounds && roundsFinished_ >= *options_.rounds) return Leave(0);
         if (table_.ended() || screen_.closed()) {
-            std::cout << "Your opponent left." << std::endl;
+            std::cout << OpponentLeftLine() << std::endl;
             return Leave(0);
         }
         if (table_.state().MyTurn && !mover_.isActive()) mover_.start(options_.delayMs);
@@ -375,7 +372,7 @@ class Session {
     void TellFrozen() {
         Say("neither player can draw: the stack and the up pile are both empty, and the "
             "opponent's program cannot end the round; leaving");
-        table_.cmdSend_Click(kStuckChat);
+        table_.cmdSend_Click(StuckRoundChat());
         Leave(0);
     }
 

@@ -137,9 +137,7 @@ void Form1::WriteStatusLine() {
         return;
     }
     SetStatusColour(s.MyTurn ? QColor(255, 0, 0) : QColor(0, 0, 255));
-    const QString turn = s.MyTurn ? QString(s.HasDrawn ? "Discard" : "Draw")
-                                  : QStringLiteral("Waiting for your opponent to ") +
-                                        (s.HasDrawn ? "discard" : "draw");
+    const QString turn = QString::fromStdString(TurnStatus(s.MyTurn, s.HasDrawn));
     SetStatusText(turn);
     // A reader does not follow the status line by itself: each new turn and step is told.
     if (turn != std::exchange(turnSpoken_, turn))

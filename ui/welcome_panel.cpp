@@ -51,7 +51,7 @@ WelcomePanel::WelcomePanel(QAction* computerMenu, QAction* server, QAction* clie
     level_->setObjectName("WelcomeLevel");
     for (QAction* level : computerLevels) level_->addItem(WithoutMnemonic(level->text()));
     level_->setAccessibleName(QStringLiteral("Level"));
-    computer_ = new QPushButton(QStringLiteral("Play Against the Computer"), this);
+    computer_ = new QPushButton(WithoutMnemonic(computerMenu->text()), this);
     computer_->setObjectName("WelcomeComputer");
     computer_->setDefault(true);
     connect(computer_, &QPushButton::clicked, this, [this, computerLevels] {
@@ -61,8 +61,8 @@ WelcomePanel::WelcomePanel(QAction* computerMenu, QAction* server, QAction* clie
     // The submenu's entry stands for all its levels: the session disables it with the others.
     Follow(computerMenu, computer_);
     Follow(computerMenu, level_);
-    server_ = Button(server, QStringLiteral("Be The Server"));
-    client_ = Button(client, QStringLiteral("Connect to a server"));
+    server_ = Button(server);
+    client_ = Button(client);
 
     auto* grid = new QGridLayout(this);
     grid->addWidget(heading, 0, 0, 1, 2);
@@ -77,8 +77,9 @@ WelcomePanel::WelcomePanel(QAction* computerMenu, QAction* server, QAction* clie
     setTabOrder(server_, client_);
 }
 
-QPushButton* WelcomePanel::Button(QAction* action, const QString& caption) {
-    auto* button = new QPushButton(caption, this);
+// The menu's caption, so the two never say different things.
+QPushButton* WelcomePanel::Button(QAction* action) {
+    auto* button = new QPushButton(WithoutMnemonic(action->text()), this);
     button->setObjectName(action->objectName().replace("mnu", "Welcome"));
     connect(button, &QPushButton::clicked, action, &QAction::trigger);
     Follow(action, button);

@@ -27,7 +27,7 @@ class WelcomePanel : public QFrame {
     void PlaceIn(const QRect& area);
 
   private:
-    QPushButton* Button(QAction* action, const QString& caption);
+    QPushButton* Button(QAction* action);
 
     QPushButton* computer_ = nullptr;
     QPushButton* server_ = nullptr;

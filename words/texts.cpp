@@ -437,6 +437,20 @@ BoxText ComputerStoppedBox() {
         Buttons::kYesNo, Icon::kExclamation, ""};
 }
 
+std::string TurnStatus(bool myTurn, bool hasDrawn) {
+    if (myTurn) return hasDrawn ? "Discard" : "Draw";
+    return std::string("Waiting for your opponent to ") + (hasDrawn ? "discard" : "draw");
+}
+
+std::string StuckRoundChat() {
+    return "Neither of us can draw, so this round cannot go on. I am leaving; start a new game to "
+           "play again.";
+}
+
+std::string OpponentLeftLine() {
+    return "Your opponent left.";
+}
+
 std::string NetworkPartMissingText(const std::string& file, const std::string& folder) {
     return "No session can start: the game's network part " + file + " is missing or damaged in " +
            folder + "; reinstalling the kelvane package repairs it.";

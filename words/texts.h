@@ -92,6 +92,11 @@ std::string CardSign(Int16 card);
 BoxText ComputerUnavailableBox();
 // When the computer opponent's program stops during a game; Yes starts a new one.
 BoxText ComputerStoppedBox();
+// The computer opponent's chat when a round nobody can draw in stops its game with a program that
+// does not end such rounds.
+std::string StuckRoundChat();
+// The computer opponent's last line on standard output when its opponent has gone.
+std::string OpponentLeftLine();
 // The window's network part, the module `file` in `folder`, cannot be loaded: no session can
 // start until the package is installed again.
 std::string NetworkPartMissingText(const std::string& file, const std::string& folder);
@@ -110,6 +115,9 @@ WelcomeTexts WelcomeText();
 std::string CardSlotName(int picture, bool selected);
 // The stack and its count: "the stack, 30 cards", "the stack, empty".
 std::string StackName(Int16 cards);
+// The status line while a round is in play: "Draw" and "Discard" on the player's turn, and what
+// the opponent is to do on his.
+std::string TurnStatus(bool myTurn, bool hasDrawn);
 // The status line, read with what it says.
 std::string StatusName(const std::string& status);
 // The opponent's hand with its count, as its caption has it: "your opponent's hand, 7 cards".
