@@ -20,7 +20,7 @@
 #include <string>
 
 #include "game/stock.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "wire/wire.h"
@@ -84,7 +84,7 @@ int main(int argc, char** argv) {
     const int megabytes = argc > 1 && !chat ? std::stoi(argv[1]) : 200;
     QTcpServer server;
     server.listen(QHostAddress::LocalHost, 0);
-    kelvane::QtSocket socket;
+    kelvane::WindowSide socket;
     kelvane::Deck deck;
     FloodedWindow window(socket, deck);
     window.show();

@@ -23,7 +23,7 @@
 #include <iostream>
 #include <random>
 
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "sim/random_policy.h"
 #include "ui/card_image.h"
 #include "ui/computer_opponent.h"
@@ -138,7 +138,7 @@ int main(int argc, char** argv) {
     const QString delay = argc > 3 ? argv[3] : "300";
     UseTheWindowsFace();
     Deck deck;
-    QtSocket socket;
+    WindowSide socket;
     Player window(socket, deck);
     window.UseBotProgram(ComputerOpponent::FindProgram(), {"--seed", "4", "--delay", delay});
     window.show();

@@ -23,7 +23,7 @@
 #include "engine/table.h"
 #include "game/invariants.h"
 #include "headless/headless_ports.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "sim/random_policy.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
@@ -115,7 +115,7 @@ class Session {
   public:
     Session(std::uint64_t seed, Deck& deck)
         : shuffleSeeds_(seed),
-          window_(windowSocket_, deck, [this] { return SeededRandom(shuffleSeeds_()); }),
+          window_(windowSide_, deck, [this] { return SeededRandom(shuffleSeeds_()); }),
           peer_({peerScreen_, peerPrompts_, peerSocket_, peerErrors_}),
           windowPlayer_(seed * 2),
           peerPlayer_(seed * 2 + 1) {
@@ -236,7 +236,9 @@ class Session {
     }
 
     std::mt19937_64 shuffleSeeds_;
-    CountingSocket windowSocket_;
+    // The window's socket, counting as the peer's does.
+    WindowSide windowSide_{std::make_unique<CountingSocket>()};
+    CountingSocket& windowSocket_ = static_cast<CountingSocket&>(windowSide_.inner());
     CountingSocket peerSocket_;
     BenchWindow window_;
     HeadlessScreen peerScreen_;
@@ -346,7 +348,7 @@ void ReceiveMove(benchmark::State& state, Game& game, const MoveCase& move, Pain
 // A chat line as long as a frame may carry, received and drawn while the conversation grows by
 // one such line each time: its cost must stay that of the line, not of the transcript.
 void ChatLineAtTheFrameLimit(benchmark::State& state, Deck& deck) {
-    QtSocket socket;
+    WindowSide socket;
     BenchWindow window(socket, deck);
     window.show();
     std::string line = "C:";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -233,6 +234,22 @@ class Socket {
         (void)index;
         return {};
     }
+};
+
+// The events a socket raises, which its shell hands to the Table's handlers. Every callback runs
+// on the shell's event loop.
+struct SocketEvents {
+    // A client knocks on listening socket 0; the callback must Accept or Refuse it before it
+    // returns, or the request is turned away.
+    std::function<void(int index, long requestId)> onConnectionRequest;
+    // Bytes are waiting on socket `index`; they stay there until Read, however late.
+    std::function<void(int index)> onDataArrival;
+    // The peer closed the connection on socket `index`. Our own Close raises nothing.
+    std::function<void(int index)> onClose;
+    // A connection attempt that had started failed later: refused, unreachable or timed out.
+    std::function<void()> onConnectFailed;
+    // The connection attempt of socket `index` has completed.
+    std::function<void(int index)> onConnected;
 };
 
 }  // namespace kelvane

@@ -9,6 +9,12 @@
 
 namespace kelvane {
 
+// The doors a router opened for this program, held for as long as this object lives.
+class RouterLease {
+  public:
+    virtual ~RouterLease() = default;
+};
+
 // The game's own port, used when an address names none.
 inline constexpr int kDefaultGamePort = kGamePort;
 

@@ -2,8 +2,8 @@
 // The entry of the window's network side (kelvane-network.so): one new socket for each call, owned
 // by the caller.
 
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 
 extern "C" __attribute__((visibility("default"))) kelvane::WindowSocket* kelvane_new_socket() {
-    return new kelvane::QtSocket;
+    return new kelvane::WindowSide;
 }

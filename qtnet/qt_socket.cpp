@@ -197,7 +197,7 @@ void QtSocket::Connect(int index, const std::string& host, int port) {
     Attach(0, socket);
     connect(socket, &QAbstractSocket::connected, this, [this] {
         connectTimer_.stop();
-        if (onConnected) onConnected(0);
+        if (events_->onConnected) events_->onConnected(0);
     });
     connectTimer_.start();
     // A failure inside connectToHost itself shows in the state the engine reads right after.
@@ -357,8 +357,9 @@ void QtSocket::Attach(int index, QTcpSocket* socket) {
         QMetaObject::invokeMethod(
             this,
             [this, index, lost] {
-                if (lost && connections_[static_cast<std::size_t>(index)] == lost && onClose)
-                    onClose(index);
+                if (lost && connections_[static_cast<std::size_t>(index)] == lost &&
+                    events_->onClose)
+                    events_->onClose(index);
             },
             Qt::QueuedConnection);
     });
@@ -390,7 +391,7 @@ void QtSocket::TakeRequests() {
         socket->setParent(this);
         const long requestId = ++lastRequestId_;
         requests_[requestId] = socket;
-        if (onConnectionRequest) onConnectionRequest(0, requestId);
+        if (events_->onConnectionRequest) events_->onConnectionRequest(0, requestId);
         // A request left undecided would hold its client on a connection nobody serves.
         DropRequest(requestId);
     }
@@ -432,11 +433,11 @@ void QtSocket::FailConnect() {
     connectTimer_.stop();
     Drop(0);
     connectFailed_ = true;
-    if (!insideConnect_ && onConnectFailed) onConnectFailed();
+    if (!insideConnect_ && events_->onConnectFailed) events_->onConnectFailed();
 }
 
 void QtSocket::RaiseDataArrival(int index) {
-    if (onDataArrival) onDataArrival(index);
+    if (events_->onDataArrival) events_->onDataArrival(index);
 }
 
 }  // namespace kelvane

@@ -10,7 +10,8 @@
 #include <map>
 #include <string>
 
-#include "ui/window_socket.h"
+#include "engine/ports.h"
+#include "portmap/address.h"
 
 class QTcpServer;
 class QTcpSocket;
@@ -21,7 +22,7 @@ namespace kelvane {
 // socket 1 the server's accepted connection. Events reach the engine through the callbacks the
 // shell sets, so the socket knows nothing of the Table. Every callback runs on the event loop's
 // thread; none may delete this object while it runs (deleteLater is fine).
-class QtSocket : public QObject, public WindowSocket {
+class QtSocket : public QObject, public Socket, public SocketEvents {
     Q_OBJECT
 
   public:
@@ -40,17 +41,23 @@ class QtSocket : public QObject, public WindowSocket {
     void Close(int index) override;
     std::string PeerAddress(int index) override;
 
-    void ListenOn(const std::string& address) override { listenAddress_ = address; }
-    int LocalPort(int index) const override;
-    std::string GlobalIPv6Address() override;
-    std::unique_ptr<RouterLease> OpenRouter(int port, const std::string& ipv6,
-                                            std::function<void(const DoorReport&)> tell) override;
-    bool AwaitRouterGiveBacks() override;
+    // What serving a friend in another home needs besides, as the window asks it
+    // (ui/window_socket.h); a test plays the router by overriding OpenRouter.
+    void ListenOn(const std::string& address) { listenAddress_ = address; }
+    int LocalPort(int index) const;
+    std::string GlobalIPv6Address();
+    virtual std::unique_ptr<RouterLease> OpenRouter(int port, const std::string& ipv6,
+                                                    std::function<void(const DoorReport&)> tell);
+    bool AwaitRouterGiveBacks();
+    // The events go to `events` instead of this socket's own callbacks: the window's side raises
+    // them as its own.
+    void RaiseTo(SocketEvents& events) { events_ = &events; }
     // How long a connection attempt may take before it counts as failed.
     void SetConnectTimeout(std::chrono::milliseconds timeout);
 
   private:
     std::string listenAddress_;
+    SocketEvents* events_ = this;
 
     QTcpSocket* Connection(int index) const;
     bool Listening() const;

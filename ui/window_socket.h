@@ -6,34 +6,16 @@
 #include <string>
 
 #include "engine/ports.h"
-#include "portmap/address.h"  // DoorReport
+#include "portmap/address.h"  // DoorReport, RouterLease
 
 namespace kelvane {
 
-// The router's forwarded port, held for as long as this object lives.
-class RouterLease {
-  public:
-    virtual ~RouterLease() = default;
-};
-
 // The window's socket: the session's sockets and the events they raise, and what serving a friend
 // in another home needs besides. The window owns what it asks of the network; the network side
-// answers it (qtnet/qt_socket.h), and the window reaches that through a stand-in that loads it
+// answers it (qtnet/window_side.h), and the window reaches that through a stand-in that loads it
 // only when a session first needs it (ui/lazy_socket.h).
-class WindowSocket : public Socket {
+class WindowSocket : public Socket, public SocketEvents {
   public:
-    // A client knocks on listening socket 0; the callback must Accept or Refuse it before it
-    // returns, or the request is turned away.
-    std::function<void(int index, long requestId)> onConnectionRequest;
-    // Bytes are waiting on socket `index`; they stay there until Read, however late.
-    std::function<void(int index)> onDataArrival;
-    // The peer closed the connection on socket `index`. Our own Close raises nothing.
-    std::function<void(int index)> onClose;
-    // A connection attempt that had started failed later: refused, unreachable or timed out.
-    std::function<void()> onConnectFailed;
-    // The connection attempt of socket `index` has completed.
-    std::function<void(int index)> onConnected;
-
     // Listen on this numeric address only (127.0.0.1: this machine alone); empty, the default,
     // for every address of the machine.
     virtual void ListenOn(const std::string& address) = 0;

@@ -17,7 +17,7 @@
 
 #include "engine/transcript.h"
 #include "fakes.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "ui/announcer.h"
 #include "ui/card_image.h"
 #include "ui/deck.h"
@@ -53,7 +53,7 @@ class ScreenReader : public ::testing::Test {
         state().HasDrawn = drawn;
     }
 
-    QtSocket socket;
+    WindowSide socket;
     Deck deck;
     test::UnattendedWindow window{socket, deck};
 };

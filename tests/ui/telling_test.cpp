@@ -22,7 +22,7 @@
 
 #include "dropping_line.h"
 #include "fakes.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "ui/results_dialog.h"
@@ -47,7 +47,7 @@ class Telling : public ::testing::Test {
         window.action("mnuOpenRouter")->setChecked(false);
     }
     GameState& state() { return TablePeer::State(window.table()); }
-    QtSocket socket;
+    WindowSide socket;
     Deck deck;
     Window window{socket, deck};
 };

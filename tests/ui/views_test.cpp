@@ -31,7 +31,7 @@
 
 #include "dropping_line.h"
 #include "fakes.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "ui/card_image.h"
 #include "ui/card_layout.h"
 #include "ui/deck.h"
@@ -132,7 +132,7 @@ TEST(CardPictures, TheLastMovesMarkLeavesTheCornerIndexWhole) {
 class WindowViews : public ::testing::Test {
   protected:
     GameState& state() { return TablePeer::State(window.table()); }
-    QtSocket socket;
+    WindowSide socket;
     Deck deck;
     Form1 window{socket, deck};
 };
@@ -438,7 +438,7 @@ struct Player {
     }
     QString Label(const char* name) { return window.label(name)->text(); }
     QString Theirs() { return window.findChild<QGroupBox*>("frRemoteHand")->title(); }
-    QtSocket socket;
+    WindowSide socket;
     Form1 window;
 };
 

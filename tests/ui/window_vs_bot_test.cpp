@@ -36,7 +36,7 @@
 #include "game/stock.h"
 #include "game_watch.h"
 #include "headless/gestures.h"
-#include "qtnet/qt_socket.h"
+#include "qtnet/window_side.h"
 #include "sim/random_policy.h"
 #include "ui/card_image.h"
 #include "ui/computer_opponent.h"
@@ -342,7 +342,7 @@ TEST_F(RouterWindow, ServingTellsBothAddressesAndAFarPlayerReachesThePinhole) {
     const char* far = std::getenv("KELVANE_LAB_FAR");
     if (!outside || !home6 || !far)
         GTEST_SKIP() << "runs in the router lab (tests/portmap/router_lab.sh)";
-    QtSocket plainSocket;
+    WindowSide plainSocket;
     EXPECT_TRUE(Form1(plainSocket, deck).action("mnuOpenRouter")->isChecked());
     // The window's first layouts rewrite the status line; serving follows them, as a player does.
     ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
@@ -376,7 +376,7 @@ DoorReport Pinhole(DoorOutcome outcome) {
 
 // The socket of the program with the router played by the test: what the window asks the router
 // is answered when the test says.
-class RouterByTest : public QtSocket {
+class RouterByTest : public WindowSide {
   public:
     std::unique_ptr<RouterLease> OpenRouter(int, const std::string& ipv6,
                                             std::function<void(const DoorReport&)> told) override {
