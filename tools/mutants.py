@@ -264,6 +264,18 @@ MUTANTS = [
      "const bool circling = false;", "two levels passing the same cards circle for ever"),
     ("M99", "bot/seeds.cpp", "    return std::mt19937_64(words)();", "    return *seed;",
      "a seeded bot's first decision replays the numbers that shuffled round 1"),
+    # The engine's rooms.
+    ("M100", "engine/gate.cpp", "for (int index = 0; !more && index < kSockets && !ended_; ++index) {",
+     "for (int index = 0; index < kSockets && !ended_; ++index) {",
+     "a close is heard before the data its socket sent ahead of it"),
+    ("M101", "engine/gate.cpp", "    if (depth_ == 0) return false;", "    if (depth_ < 0) return false;",
+     "a socket event with no handler running waits for ever"),
+    ("M102", "engine/caller_desk.cpp", "return caller && caller->order == claim.order;",
+     "return caller != nullptr;",
+     "a caller who took the place of the one the player was asked about gets the game"),
+    ("M103", "engine/digests.cpp", "if (!syncAt_ || applied < *syncAt_) return std::nullopt;",
+     "if (!syncAt_) return std::nullopt;",
+     "a resume's digest goes out before this side has caught up"),
 ]
 
 
