@@ -398,10 +398,25 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     EXPECT_FALSE(t.table.WaitingForOpponent());
     EXPECT_EQ(read(t.socket.sent.at(0)).kind, MessageKind::kHello);
 
-    // Lost again, the player gives the game up for a new player's: a new game is dealt to him.
+    // Lost again. While the player is asked about a new player, callers from four addresses fill
+    // the room (socket 3 stays the lost connection's) and a fifth takes the new player's place:
+    // the Yes was about him, not his successor.
     t.socket.states[3] = kSocketClosed;
     t.table.tcpTalker_Close(3);
-    t.prompts.answers = {true};
+    t.prompts.answers = {true, true};
+    t.socket.addresses[2] = "203.0.113.4";
+    call(2);
+    t.prompts.duringBox = [&] {
+        for (int socket = 4; socket < kSockets; ++socket) {
+            t.socket.addresses[socket] = "198.51.100." + std::to_string(socket);
+            call(socket);
+        }
+        call(2);
+    };
+    t.Arrive(newPlayer, 2);
+    EXPECT_TRUE(t.table.WaitingForOpponent()) << "the caller who was asked about has gone";
+    for (int tick = 0; tick < CallerRoom::kTicksToAnswer; ++tick) t.table.Tick();
+    // The player gives the game up for a new player's: a new game is dealt to him.
     t.socket.addresses[2] = "203.0.113.5";
     call(2);
     t.Arrive(newPlayer, 2);
