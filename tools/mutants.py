@@ -265,9 +265,9 @@ MUTANTS = [
     ("M99", "bot/seeds.cpp", "    return std::mt19937_64(words)();", "    return *seed;",
      "a seeded bot's first decision replays the numbers that shuffled round 1"),
     # The engine's rooms.
-    ("M100", "engine/gate.cpp", "for (int index = 0; !more && index < kSockets && !ended_; ++index) {",
-     "for (int index = 0; index < kSockets && !ended_; ++index) {",
-     "a close is heard before the data its socket sent ahead of it"),
+    ("M100", "engine/gate.h", "bool HoldClose(int socket) { return Hold(closes_, socket); }",
+     "bool HoldClose(int socket) { return socket < 0; }",
+     "the opponent's close is heard in the middle of a handler, before the data he sent ahead of it"),
     ("M101", "engine/gate.cpp", "    if (depth_ == 0) return false;", "    if (depth_ < 0) return false;",
      "a socket event with no handler running waits for ever"),
     ("M102", "engine/caller_desk.cpp", "return caller && caller->order == claim.order;",

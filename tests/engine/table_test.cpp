@@ -273,12 +273,16 @@ TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
     long countDuringBox = -1;
     t.prompts.duringBox = [&] {
         t.Arrive("(C:second)");
+        // He leaves after his last words: that too waits, and is heard after them.
+        t.socket.states[0] = kSocketClosed;
+        t.table.tcpTalker_Close(0);
         countDuringBox = std::ranges::count(t.screen.log, "ChatLineAdded");
     };
     t.prompts.answers = {false};
     t.table.imgLocal_MouseDown(0, kMouseRight);
     EXPECT_EQ(countDuringBox, 0);
     EXPECT_EQ(t.table.transcript().text(), "OPPONENT: first\r\nOPPONENT: second");
+    EXPECT_TRUE(t.table.ended()) << "his close was heard once the handler was over";
 }
 
 // The announcement and the deal go out to the first caller; a second one is turned away while the
