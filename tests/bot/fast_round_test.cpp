@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The simulated round against the rules as the engine applies them (game/moves.h on a
 // GameState, for both seats): thousands of seeded rounds are played move by move through both,
-// and after every move the two states must be the same and agree on every legal move.
+// and after every move the two states must be the same and agree on every legal move. The melds
+// the engine offers are its meld search's (game/meld_search.h), each listed once: this is that
+// search's test against an independent one, over the positions real play reaches.
 
 #include "bot/fast_round.h"
 
@@ -68,7 +70,8 @@ std::set<MeldKey> EngineMelds(const GameState& s, int seat) {
         if (!CanMeld(s, kSeat[seat], m).ok()) continue;
         CardSet cards = 0;
         for (Int16 card : m.cards) cards |= Bit(card.value());
-        melds.insert({cards, m.column == kNewColumn ? kNoColumn : m.column});
+        EXPECT_TRUE(melds.insert({cards, m.column == kNewColumn ? kNoColumn : m.column}).second)
+            << "the meld search lists a meld twice";
     }
     return melds;
 }
