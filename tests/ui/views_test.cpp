@@ -10,7 +10,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QGroupBox>
-#include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -383,39 +382,12 @@ TEST_F(WindowViews, TheResultsStayWhileAnotherProgramIsActiveAndGoWhenTheTableIs
     EXPECT_TRUE(!dialog || !dialog->isVisible()) << "the player went back to the table";
 }
 
-// Answers every box with Yes or OK and the host question as offered; notes the boxes' texts, and
-// the results with the window that shows them.
-class BoxWatcher : public QObject {
-  public:
-    QStringList boxes;
-    std::vector<std::pair<QWidget*, QString>> results;
-    BoxWatcher() { qApp->installEventFilter(this); }
-    ~BoxWatcher() override { qApp->removeEventFilter(this); }
-
-  protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() != QEvent::Show) return false;
-        if (auto* box = qobject_cast<QMessageBox*>(watched)) {
-            boxes << box->text();
-            QTimer::singleShot(0, box, [box] {
-                QAbstractButton* yes = box->button(QMessageBox::Yes);
-                (yes ? yes : box->button(QMessageBox::Ok))->click();
-            });
-        } else if (auto* input = qobject_cast<QInputDialog*>(watched)) {
-            QTimer::singleShot(0, input, [input] { input->accept(); });
-        } else if (auto* dialog = qobject_cast<ResultsDialog*>(watched)) {
-            results.push_back({dialog->parentWidget(), dialog->message()});
-        }
-        return false;
-    }
-};
-
+// One side of the two windows' round: an unattended window on its own socket, the server's
+// dealing from `shuffles`.
 struct Player {
     Player(Deck& deck, std::function<RandomSource()> shuffles, int port)
         : window(socket, deck, std::move(shuffles)) {
         window.table().UsePort(port);
-        // Serving from the menu would ask the machine's real router.
-        window.action("mnuOpenRouter")->setChecked(false);
         window.show();
     }
     const GameState& state() { return window.table().state(); }
@@ -438,8 +410,13 @@ struct Player {
     }
     QString Label(const char* name) { return window.label(name)->text(); }
     QString Theirs() { return window.findChild<QGroupBox*>("frRemoteHand")->title(); }
+    // Whether a line of the move history ends with `text`.
+    bool Told(const char* text) {
+        return std::ranges::any_of(window.historyLines(),
+                                   [&](const QString& line) { return line.endsWith(text); });
+    }
     WindowSide socket;
-    Form1 window;
+    test::UnattendedWindow window;
 };
 
 bool WaitFor(const std::function<bool()>& condition) {
@@ -464,7 +441,6 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     for (int card = 1; card <= kCardsInDeck; ++card)
         if (std::find(top.begin(), top.end(), Int16(card)) == top.end()) order.push_back(card);
     for (auto card = top.rbegin(); card != top.rend(); ++card) order.push_back(card->value());
-    BoxWatcher boxes;
     Deck deck;
     const int port = test::FreePort();
     Player server(deck, std::bind(test::DrawingCodes, order), port);
@@ -506,22 +482,22 @@ TEST(TwoWindows, PlayARoundOverLoopbackThroughTheirWidgets) {
     EXPECT_TRUE(client->window.txtSay()->text().isEmpty());
     // The last card goes with a right press: the round ends on both sides.
     QTest::mousePress(client->Holding("KD"), Qt::RightButton);
-    ASSERT_TRUE(WaitFor([&] { return boxes.results.size() == 2; }));
-    EXPECT_EQ(boxes.results,
-              (decltype(boxes.results){{&client->window, "You won that round"},
-                                       {&server.window, "Your opponent won that round"}}));
+    ASSERT_TRUE(WaitFor([&] {
+        return client->Told("You won that round.") && server.Told("Your opponent won that round.");
+    }));
     // The server has dealt the next round, which the server opens.
     ASSERT_TRUE(WaitFor([&] { return client->state().LocalCount == 7; }));
     EXPECT_EQ(client->Label("lblStatus"), "Waiting for your opponent to draw");
     client->window.action("mnuQuit")->trigger();
     EXPECT_FALSE(client->window.isVisible());
-    client.reset();
-    ASSERT_TRUE(WaitFor([&] { return boxes.boxes.size() == 3; }));
-    EXPECT_TRUE(WaitFor([&] { return !server.window.isVisible(); }));
     // Only the questions a player meets on this way: no move was refused, nothing failed.
-    EXPECT_EQ(boxes.boxes.join(" | "),
-              "Discard the King of Diamonds? | Sure you want to quit? | "
-              "Your opponent just disappeared. Sorry.");
+    EXPECT_EQ(client->window.boxes, (std::vector<std::string>{"Discard the King of Diamonds?",
+                                                              "Sure you want to quit?"}));
+    EXPECT_TRUE(client->window.failures.empty() && server.window.failures.empty());
+    client.reset();
+    EXPECT_TRUE(WaitFor([&] { return !server.window.isVisible(); }));
+    EXPECT_EQ(server.window.boxes,
+              std::vector<std::string>{"Your opponent just disappeared. Sorry."});
 }
 
 }  // namespace
