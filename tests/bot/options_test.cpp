@@ -89,16 +89,6 @@ TEST(BotOptions, ArgumentListsGiveTheirOptionsOrTheReasonTheyCannotBeUsed) {
     }
 }
 
-// Scripts read these lines; the bot's own points come first on each side.
-TEST(BotOptions, ResultLinesReadAsTheBotsOwnScore) {
-    EXPECT_EQ(RoundLine(1, -15, 40, -15, 40),
-              "Round 1: you -15, opponent 40. Totals: you -15, opponent 40.");
-    EXPECT_EQ(RoundLine(12, 165, 0, 475, 505),
-              "Round 12: you 165, opponent 0. Totals: you 475, opponent 505.");
-    EXPECT_EQ(GameLine(505, 470), "Game: you won 505 to 470.");
-    EXPECT_EQ(GameLine(480, 515), "Game: you lost 480 to 515.");
-}
-
 // The manual page is written by hand; an option added to the program must be described there too.
 TEST(BotOptions, TheManualPageDescribesEveryOptionTheUsageTextLists) {
     std::ifstream file(KELVANE_BOT_MANUAL);
