@@ -94,10 +94,11 @@ TEST(Moves, EachRefusalNamesItsReasonForEitherSeat) {
     }
 }
 
-// What each transition leaves, spelled out: the hand's order, the pile, the known cards, the
-// credits, the turn, and the duties a take leaves. (The counts and flags of every move are held
-// against the simulated round's after each move of two thousand rounds, fast_round_test.cpp.)
-TEST(Moves, TransitionsLeaveTheStateAndTheDutiesTheRulesDescribe) {
+// What each transition leaves that the simulated round cannot see: the hands' and a column's
+// order, each card's credit, and the refusal a duty left by a take from the up pile gives. (The
+// cards, counts, duties and flags of every move are held against the simulated round's after each
+// move of two thousand rounds, fast_round_test.cpp.)
+TEST(Moves, TransitionsLeaveTheOrderTheCreditsAndTheDutiesTheRulesDescribe) {
     // Ours is kept in display order, the opponent's in the order his cards came.
     GameState local = Position("9H 2C", "3D");
     local.HasDrawn = false;
@@ -106,39 +107,21 @@ TEST(Moves, TransitionsLeaveTheStateAndTheDutiesTheRulesDescribe) {
     GameState remote = Position("9H 2C", "3D JS 7C", "", Seat::kRemote, false);
     TakeFromUpPile(remote, Seat::kRemote, 1);
     EXPECT_EQ(Names(remote.RemoteHand, remote.RemoteCount), "9H 2C 7C JS") << "top card first";
-    EXPECT_EQ(Names(remote.UpPile, remote.UpCount), "3D");
-    EXPECT_EQ(Names(remote.KnownCards, remote.KnownCount), "7C JS");
-    // A card he takes again, after discarding it, is listed once.
-    Discard(remote, Seat::kRemote, Card("7C"));
-    GiveTurn(remote, Seat::kRemote);
-    TakeFromUpPile(remote, Seat::kRemote, 1);
-    EXPECT_EQ(Names(remote.KnownCards, remote.KnownCount), "7C JS");
 
     for (Seat seat : {Seat::kLocal, Seat::kRemote}) {
         SCOPED_TRACE(seat == Seat::kLocal ? "local" : "remote");
-        // The duties a take from the up pile leaves, and the discards they forbid.
+        // The duties a take from the up pile leaves, and the discards and melds they forbid.
         GameState alone = Position("5D 6D 9H", "4D JS 7C", "", seat, false);
         TakeFromUpPile(alone, seat, 2);
-        EXPECT_EQ(TakenUp(alone, seat), Card("7C"));
         EXPECT_EQ(CanDiscard(alone, seat, Card("7C")), (Verdict{kTakenAlone, Card("7C")}));
-        // A stack draw in a later turn lifts the ban on the card taken alone.
-        GiveTurn(alone, seat);
-        DrawFromStack(alone, seat);
-        EXPECT_EQ(TakenUp(alone, seat), 0);
-        EXPECT_TRUE(CanDiscard(alone, seat, Card("7C")).ok());
         GameState below = Position("5D 6D 9H", "4D JS", "", seat, false);
         TakeFromUpPile(below, seat, 0);
-        EXPECT_EQ(MustMeld(below, seat), Card("4D"));
-        EXPECT_EQ(TakenUp(below, seat), 0);
         EXPECT_EQ(CanDiscard(below, seat, Card("9H")),
                   (Verdict{kMustMeldBeforeDiscard, Card("4D")}));
         EXPECT_EQ(CanMeld(below, seat, {Cards("5D 6D 9H"), kNewColumn}),
                   (Verdict{kMustMeldFirst, Card("4D")}));
-        Meld(below, seat, {Cards("4D 5D 6D"), kNewColumn});
-        EXPECT_EQ(MustMeld(below, seat), 0) << "met by the meld";
-        EXPECT_TRUE(CanDiscard(below, seat, Card("JS")).ok());
         // A lay-off rewrites the whole column in meld order and credits only the new cards; an ace
-        // counts low beside a two. Melding out floats and passes the turn without a discard.
+        // counts low beside a two.
         GameState s = Position("AC 2C", "9D", "3C 4C 5C", seat);
         const int sign = seat == Seat::kLocal ? 1 : -1;
         s.MeldCredit[Card("3C")] = s.MeldCredit[Card("4C")] = s.MeldCredit[Card("5C")] = 5 * sign;
@@ -146,17 +129,6 @@ TEST(Moves, TransitionsLeaveTheStateAndTheDutiesTheRulesDescribe) {
         EXPECT_EQ(Names(s.TableMelds.Column(0), s.TableMelds.CardCount(0)), "AC 2C 3C 4C 5C");
         EXPECT_EQ(s.MeldCredit[Card("AC")], 5 * sign);
         EXPECT_EQ(s.MeldCredit[Card("2C")], 5 * sign);
-        EXPECT_EQ(HandCount(s, seat), 0);
-        EXPECT_TRUE(Floating(s, seat));
-        EXPECT_TRUE(HoldsTurn(s, Opposite(seat)));
-        EXPECT_FALSE(s.HasDrawn);
-        // His next discard ends the float and passes the turn back.
-        GiveTurn(s, seat);
-        DrawFromStack(s, seat);
-        Discard(s, seat, Card("6S"));
-        EXPECT_EQ(s.UpPile[s.UpCount - 1], Card("6S"));
-        EXPECT_FALSE(Floating(s, seat));
-        EXPECT_TRUE(HoldsTurn(s, Opposite(seat)));
     }
     EXPECT_EQ(MeldPoints(Position("AH KH QH"), {Cards("AH KH QH"), kNewColumn}), 35);
 }
