@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the real window tells the player, and what a stray key does to it: the questions' default
 // answers and whole titles, the results with their figures kept while the next deal goes on
-// behind, a failed call's reason and the address offered again, and the server's waiting text and
-// address through a relayout. The player's own draw's mark and the stale deck after a session are
-// the peer's game's (window_vs_bot_test.cpp), the results' final totals the whole games' there.
+// behind, a failed call's reason and the address offered again. The server's waiting text and
+// address through a relayout are the scanners' game's (window_vs_bot_test.cpp), the player's own
+// draw's mark and the stale deck after a session the peer's game's there, the results' final
+// totals the whole games'.
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QClipboard>
 #include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
 #include <functional>
@@ -26,8 +25,6 @@
 #include "ui/deck.h"
 #include "ui/form1.h"
 #include "ui/results_dialog.h"
-#include "ui/table_keys.h"
-#include "ui/welcome_panel.h"
 #include "words/texts.h"
 
 namespace kelvane {
@@ -41,11 +38,6 @@ class Window : public Form1 {
 
 class Telling : public ::testing::Test {
   protected:
-    Telling() {
-        // Tests talk only to loopback: the server listens there, and asks no router.
-        socket.ListenOn("127.0.0.1");
-        window.action("mnuOpenRouter")->setChecked(false);
-    }
     GameState& state() { return TablePeer::State(window.table()); }
     WindowSide socket;
     Deck deck;
@@ -175,59 +167,6 @@ TEST_F(Telling, AFailedCallSaysWhyAndOffersWhatWasTypedAgain) {
                            "server's address, for example 192.168.1.20."}));
     EXPECT_EQ(window.table().state().Role, kRoleNotConnected);
     EXPECT_TRUE(window.action("mnuClient")->isEnabled());
-}
-
-// Serving by a click on the welcome: the keys take the table without showing their frame to a
-// player of the mouse, until he uses a key. Opening the move history lays the window out again,
-// and the waiting text with its address stays; below it, the address "Copy Address" gives, which
-// it copies although no router was asked.
-TEST_F(Telling, ServingKeepsItsWaitingTextAndGivesAnAddressToCopy) {
-    window.table().UsePort(test::FreePort());
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    // The invitation's words as the game has them, the third way to play beside them.
-    EXPECT_EQ(window.label("lblScores")->text(), "Become server or client to begin new game");
-    QLabel* beside = window.label("lblBesideScores");
-    EXPECT_TRUE(beside->isVisible() && beside->text() == "(or play against the computer)");
-    EXPECT_GT(beside->x(), window.label("lblScores")->x() +
-                               window.label("lblScores")
-                                   ->fontMetrics()
-                                   .horizontalAdvance(window.label("lblScores")->text()));
-    QTest::mouseClick(window.welcomePanel()->serverButton(), Qt::LeftButton);
-    ASSERT_EQ(socket.State(0), kSocketListening);
-    EXPECT_EQ(window.focusWidget(), window.tableKeys());
-    EXPECT_FALSE(window.tableKeys()->framed()) << "no key was used";
-    QTest::keyClick(window.tableKeys(), Qt::Key_Right);
-    EXPECT_TRUE(window.tableKeys()->framed());
-
-    QLabel* status = window.label("lblStatus");
-    const QString waiting = status->text();
-    ASSERT_TRUE(waiting.startsWith("Waiting for client to connect... (local IP: "))
-        << waiting.toStdString();
-    const QSize before = window.centralWidget()->size();
-    window.action("mnuHistory")->trigger();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return window.centralWidget()->size() != before; }, 5000));
-    EXPECT_EQ(status->text(), waiting);
-
-    QAction* copy = window.action("mnuCopyAddress");
-    ASSERT_TRUE(copy->isEnabled());
-    copy->trigger();
-    const QString address = QApplication::clipboard()->text();
-    EXPECT_TRUE(address.endsWith(QString(":%1").arg(socket.LocalPort(0)))) << address.toStdString();
-    // A machine with an IPv6 address a friend reaches gives that one; any other, its own.
-    if (!address.startsWith('[')) {
-        EXPECT_TRUE(waiting.contains("(local IP: " + address.section(':', 0, 0) + ")"))
-            << address.toStdString();
-    }
-    EXPECT_TRUE(window.label("lblHosting")->text().endsWith("Copy Address gives " + address + "."))
-        << window.label("lblHosting")->text().toStdString();
-
-    // A client calls: the game is dealt, and the line below the status has nothing more to say.
-    QTcpSocket client;
-    client.connectToHost(QHostAddress::LocalHost, static_cast<quint16>(socket.LocalPort(0)));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return state().Role == kRoleServer; }, 5000));
-    EXPECT_EQ(window.label("lblHosting")->text(), "");
-    EXPECT_FALSE(beside->isVisible());
 }
 
 }  // namespace

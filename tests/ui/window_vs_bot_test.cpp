@@ -238,15 +238,45 @@ TEST_F(WindowAgainstBot, AServerStartedAgainAndTheOldClientsCallEndNeither) {
     EXPECT_TRUE(window->failures.empty()) << window->failures.front();
 }
 
-// The window serves, and a hundred callers connect, hear the deal and close at once, as the
-// internet's port scanners do: none ends anything, each is noted in the history, the waiting text
-// stays, and a real player then plays a whole game.
-TEST_F(WindowAgainstBot, ServingOutlivesAHundredScannersThenPlaysAWholeGame) {
+// The window serves by a click on the welcome: the keys take the table without showing their
+// frame to a player of the mouse, until he uses a key. Opening the move history lays the window out
+// again, and the waiting text with its address stays; below it, the address "Copy Address" gives,
+// which it copies although no router was asked. A hundred callers then connect, hear the deal and
+// close at once, as the internet's port scanners do: none ends anything, each is noted in the
+// history, the waiting text stays; and a real player plays a whole game, the invitation gone.
+TEST_F(WindowAgainstBot, ServingFromTheWelcomeOutlivesAHundredScannersThenPlaysAWholeGame) {
     const quint16 port = test::FreePort();
     window->table().UsePort(port);
-    window->table().mnuServer_Click();
-    const QString waiting = window->label("lblStatus")->text();
-    ASSERT_TRUE(waiting.startsWith("Waiting for client to connect")) << waiting.toStdString();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    // The invitation's words as the game has them, the third way to play beside them.
+    QLabel *scores = window->label("lblScores"), *beside = window->label("lblBesideScores");
+    EXPECT_EQ(scores->text(), "Become server or client to begin new game");
+    EXPECT_TRUE(beside->isVisible() && beside->text() == "(or play against the computer)");
+    EXPECT_GT(beside->x(), scores->x() + scores->fontMetrics().horizontalAdvance(scores->text()));
+    QTest::mouseClick(window->welcomePanel()->serverButton(), Qt::LeftButton);
+    EXPECT_EQ(window->focusWidget(), window->tableKeys());
+    EXPECT_FALSE(window->tableKeys()->framed()) << "no key was used";
+    Key(Qt::Key_Right);
+    EXPECT_TRUE(window->tableKeys()->framed());
+    QLabel* status = window->label("lblStatus");
+    const QString waiting = status->text();
+    ASSERT_TRUE(waiting.startsWith("Waiting for client to connect... (local IP: "))
+        << waiting.toStdString();
+    const QSize before = window->centralWidget()->size();
+    window->action("mnuHistory")->trigger();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window->centralWidget()->size() != before; }, 5000));
+    EXPECT_EQ(status->text(), waiting);
+    window->action("mnuCopyAddress")->trigger();
+    const QString address = QApplication::clipboard()->text();
+    EXPECT_TRUE(address.endsWith(QString(":%1").arg(port))) << address.toStdString();
+    // A machine with an IPv6 address a friend reaches gives that one; any other, its own.
+    if (!address.startsWith('[')) {
+        EXPECT_TRUE(waiting.contains("(local IP: " + address.section(':', 0, 0) + ")"))
+            << address.toStdString();
+    }
+    QLabel* hosting = window->label("lblHosting");
+    EXPECT_TRUE(hosting->text().endsWith("Copy Address gives " + address + "."))
+        << hosting->text().toStdString();
     for (int scan = 1; scan <= 100; ++scan) {
         QTcpSocket scanner;
         scanner.connectToHost("127.0.0.1", port);
@@ -257,13 +287,16 @@ TEST_F(WindowAgainstBot, ServingOutlivesAHundredScannersThenPlaysAWholeGame) {
             5000));
     }
     EXPECT_EQ(window->historyLines().back().toStdString(), CallerLeftText("127.0.0.1"));
-    EXPECT_EQ(window->label("lblStatus")->text(), waiting);
+    EXPECT_EQ(status->text(), waiting);
     EXPECT_TRUE(window->boxes.empty()) << window->boxes.front();
     EXPECT_FALSE(window->table().ended());
     EXPECT_EQ(s().Role, kRoleNotConnected);
     test::Program bot("the bot", "Your opponent left.");
     bot.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1", "--port", QString::number(port),
                                  "--delay", "0", "--seed", "3"});
+    ASSERT_EQ(PlayUntil(bot, [&] { return s().Role == kRoleServer; }), "");
+    EXPECT_EQ(hosting->text(), "") << "the line below the status has nothing more to say";
+    EXPECT_FALSE(beside->isVisible());
     PlayToTheEndAndClose(bot);
 }
 
