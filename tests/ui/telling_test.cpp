@@ -3,8 +3,8 @@
 // answers and whole titles, the results with their figures kept while the next deal goes on
 // behind, a failed call's reason and the address offered again. The server's waiting text and
 // address through a relayout are the scanners' game's (window_vs_bot_test.cpp), the player's own
-// draw's mark and the stale deck after a session the peer's game's there, the results' final
-// totals the whole games'.
+// draw's mark the peer's game's there, the stale deck after a session the restarted server's, the
+// results' final totals the whole games'.
 
 #include <gtest/gtest.h>
 

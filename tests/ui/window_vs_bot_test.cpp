@@ -231,9 +231,11 @@ TEST_F(WindowAgainstBot, AServerStartedAgainAndTheOldClientsCallEndNeither) {
     again.process().waitForReadyRead(1000);
     again.Gather();
     EXPECT_TRUE(again.running() && again.err().contains("left before playing")) << again.Story();
-    // Serving next, the status line's tip no longer names the last session's opponent.
+    // Serving next shows neither the last session's stock nor, in the status line's tip, its
+    // opponent.
     window->table().UsePort(test::FreePort());
     window->action("mnuServer")->trigger();
+    EXPECT_EQ(window->label("lblCardsleft")->text(), "");
     EXPECT_FALSE(window->label("lblStatus")->toolTip().contains("Your opponent plays"));
     EXPECT_TRUE(window->failures.empty()) << window->failures.front();
 }
@@ -637,11 +639,6 @@ TEST_F(WindowAgainstPeer, MarksEachReceivedMoveUntilThePlayersNextAndRefusesWhat
     EXPECT_TRUE(peer->state() == QAbstractSocket::UnconnectedState ||
                 peer->waitForDisconnected(5000))
         << "the connection is closed";
-    // Serving afresh shows a table with no stock yet, not the last session's.
-    socket->ListenOn("127.0.0.1");
-    window->table().UsePort(test::FreePort());
-    window->action("mnuServer")->trigger();
-    EXPECT_EQ(window->label("lblCardsleft")->text(), "");
 }
 
 }  // namespace
