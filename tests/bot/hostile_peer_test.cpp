@@ -54,10 +54,17 @@ struct Session {
     }
 
     // The bot serves and deals; the test connects, reads the deal and holds the client's seat,
-    // whose turn opens the first deal.
+    // whose turn opens the first deal. A caller before it hears a deal and leaves at once, as port
+    // scanners do: he never played, and the bot notes him and deals anew to the next.
     void BotServes() {
         bot.Start(KELVANE_BOT_PATH, {"--serve", "--port", "0", "--delay", "0", "--seed", "3"});
         ASSERT_TRUE(Until([&] { return test::ListeningPort(bot) != 0; })) << bot.Story();
+        QTcpSocket scanner;
+        scanner.connectToHost("127.0.0.1", test::ListeningPort(bot));
+        ASSERT_TRUE(scanner.waitForReadyRead(kWaitMs)) << bot.Story();
+        scanner.abort();
+        ASSERT_TRUE(Until([&] { return bot.err().contains("left before playing"); }))
+            << bot.Story();
         peer = std::make_unique<QTcpSocket>();
         peer->connectToHost("127.0.0.1", test::ListeningPort(bot));
         ASSERT_TRUE(peer->waitForConnected(kWaitMs));

@@ -11,10 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
-#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -157,51 +155,6 @@ INSTANTIATE_TEST_SUITE_P(Seeds, TwoBots,
                                            Pairing{"KelvaneAgainstPlainLeavesWhenNobodyCanDraw", 8,
                                                    1008, false, 1, 400, 239, true}),
                          [](const auto& p) { return std::string(p.param.name); });
-
-// A server killed mid-game and started again on its port is called back by its old client: the
-// client is told the game is gone and leaves, the new server notes a caller who never played and
-// goes on waiting, and the next player plays a round with it. (A hundred callers who connect and
-// close at once, as the internet's port scanners do, are the serving window's, over the same
-// socket and engine: window_vs_bot_test.cpp.)
-TEST(TwoBots, AServerStartedAgainOutlivesTheOldClientsCall) {
-    test::Program first("the first server", ""), client("the old client", "");
-    const auto until = [](std::vector<test::Program*> bots, const std::function<bool()>& done) {
-        QDeadlineTimer stalled(test::kStalledAfterMs);
-        while (!done() && !stalled.hasExpired()) {
-            for (test::Program* bot : bots) {
-                if (bot->running()) bot->process().waitForReadyRead(10);
-                bot->Gather();
-            }
-        }
-        return done();
-    };
-    first.Start(KELVANE_BOT_PATH, {"--serve", "--port", "0", "--delay", "20"});
-    ASSERT_TRUE(until({&first}, [&] { return test::ListeningPort(first) != 0; }));
-    const QString port = QString::number(test::ListeningPort(first));
-    client.Start(KELVANE_BOT_PATH, {"--connect", "127.0.0.1:" + port, "--delay", "20"});
-    ASSERT_TRUE(until({&first, &client}, [&] { return client.err().contains("playing"); }))
-        << client.Story();
-    first.process().kill();
-    ASSERT_TRUE(until({&client}, [&] { return client.err().contains("connection was lost"); }))
-        << client.Story();
-    test::Program again("the server started again", "Your opponent left.");
-    again.Start(KELVANE_BOT_PATH, {"--serve", "--port", port, "--delay", "0"});
-    ASSERT_TRUE(until({&again, &client}, [&] { return !client.running(); })) << client.Story();
-    EXPECT_EQ(client.exitCode(), 1);
-    EXPECT_TRUE(client.err().contains("was started again")) << client.Story();
-    ASSERT_TRUE(until({&again}, [&] { return again.err().contains("left before playing"); }))
-        << again.Story();
-    test::Program next("the next player", "Round 1: ");
-    next.Start(KELVANE_BOT_PATH,
-               {"--connect", "127.0.0.1:" + port, "--delay", "0", "--rounds", "1"});
-    EXPECT_EQ(test::Watch(
-                  {&again, &next}, [&] { return !again.running() && !next.running(); },
-                  [&] {
-                      for (test::Program* bot : {&again, &next})
-                          if (bot->running()) bot->process().waitForReadyRead(10);
-                  }),
-              "");
-}
 
 }  // namespace
 }  // namespace kelvane

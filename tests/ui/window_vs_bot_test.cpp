@@ -210,7 +210,8 @@ TEST_F(WindowAgainstBot, CallingFromTheWelcomeByKeysPlaysAWholeGameThroughALineT
 // A server killed mid-game and started again on its port, serving anew: the window as the old
 // client is told the server's game is gone and may start another session, and the new server notes
 // a caller who never played and waits on. (A window serving, its callers leaving unplayed, is the
-// hundred scanners' game; a bot as the old client, the two bots'.)
+// hundred scanners' game. A bot told a closed session's notice leaves with status 1 by the branch
+// HostilePeer.WhileTheBotWaitsForItsClientNobodyElseTakesTheGame takes.)
 TEST_F(WindowAgainstBot, AServerStartedAgainAndTheOldClientsCallEndNeither) {
     test::Program first("the first server", "");
     const quint16 port = Serve(first);
