@@ -96,7 +96,7 @@ MUTANTS = [
      "the empty-stack mark is drawn blank"),
     ("M32", "words/texts.cpp", "return f.message == MessageKind::kDiscard",
      "return f.message != MessageKind::kDiscard", "a refused discard is worded as a meld's"),
-    ("M33", "ui/form1_views.cpp", 's.HasDrawn ? "Discard" : "Draw"', 's.HasDrawn ? "Draw" : "Discard"',
+    ("M33", "words/texts.cpp", 'hasDrawn ? "Discard" : "Draw"', 'hasDrawn ? "Draw" : "Discard"',
      "the status line asks for the wrong step"),
     # The bot and the socket.
     ("M34", "bot/level1.cpp", "points - outlook_.KeptCost(kept) - outlook_.Denial(card)",
