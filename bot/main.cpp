@@ -445,6 +445,9 @@ int main(int argc, char** argv) {
     // Closing the bot's terminal ends it as an interruption does.
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, OnSignal);
     const int code = session.Start() ? QCoreApplication::exec() : kExitFailure;
+    // Already leaving: another signal ends the bot at once, so that nothing on its way out can
+    // outlive a second request to stop.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);
     // The router's port is given back on a thread that ends with the process: it gets its bound.
     kelvane::AwaitGiveBacks();
     return code;

@@ -276,6 +276,12 @@ MUTANTS = [
     ("M103", "engine/digests.cpp", "if (!syncAt_ || applied < *syncAt_) return std::nullopt;",
      "if (!syncAt_) return std::nullopt;",
      "a resume's digest goes out before this side has caught up"),
+    ("M104", "bot/main.cpp",
+     "for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);", ";",
+     "a bot told twice to end still waits for a frozen router"),
+    ("M105", "ui/run_window.cpp",
+     "for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);", ";",
+     "a window told twice to end still waits for a frozen router"),
 ]
 
 

@@ -92,6 +92,9 @@ int RunKelvaneWindow(int argc, char** argv, const std::function<void(QWidget&)>&
     if (beforeShow) beforeShow(*window);
     window->show();
     const int code = QApplication::exec();
+    // Already leaving: another signal ends the game at once, so that nothing on its way out can
+    // outlive a second request to stop.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);
     window.reset();
     // The threads giving the router's port back end with the process: they get their bound.
     socket.AwaitRouterGiveBacks();

@@ -51,12 +51,14 @@ await_line() {
     fail "$1 never said /$2/ within $3 s"
 }
 
+# Each bot has 60 s for its two rounds; then it is told to end (status 124), and killed 3 s later
+# if that did not end it (137), so that a side that hangs fails here, with its reason.
 # Slow enough that the drop comes mid-game.
-ip netns exec "$server" timeout 90 "$bot" --serve --delay 150 --level 1 --seed 3 --rounds 2 \
+ip netns exec "$server" timeout -k 3 60 "$bot" --serve --delay 150 --level 1 --seed 3 --rounds 2 \
     >"$dir/server.out" 2>"$dir/server.err" &
 server_pid=$!
 await_line server "waiting for an opponent" 5
-ip netns exec "$client" timeout 90 "$bot" --connect 10.77.0.1 --delay 150 --level 1 --seed 4 \
+ip netns exec "$client" timeout -k 3 60 "$bot" --connect 10.77.0.1 --delay 150 --level 1 --seed 4 \
     --rounds 2 >"$dir/client.out" 2>"$dir/client.err" &
 client_pid=$!
 await_line client "playing kelvane-bot" 5
@@ -77,8 +79,17 @@ for side in server client; do await_line "$side" "the opponent is back" 20; done
 back=$(($(date +%s) - dropped))
 echo "both were back in play $back s after the drop"
 [ "$back" -le 30 ] || fail "back only after $back s"
-wait "$server_pid" || fail "the server left with status $?"
-wait "$client_pid" || fail "the client left with status $?"
+for side in server client; do
+    pid=${side}_pid
+    wait "${!pid}"
+    status=$?
+    case $status in
+        0) ;;
+        124) fail "the $side was still playing after 60 s" ;;
+        137) fail "the $side did not end when its time was up, and was killed" ;;
+        *) fail "the $side left with status $status" ;;
+    esac
+done
 for side in server client; do
     grep -q '^Round 2: ' "$dir/$side.out" || fail "$side did not play its rounds to the end"
 done

@@ -18,15 +18,31 @@ here=$(dirname "$0")
 # shellcheck source=router_lab_net.sh
 source "$here/router_lab_net.sh"
 
+# NS ARGS...: kelvane-bot in NS, told to end once it has played 20 s (then its status is 124).
+# Only as a background job, whose place it takes: the job's pid is then the bot's, under timeout(1),
+# and a signal sent to it reaches the bot rather than a shell that would leave the bot running.
+lab_bot() {
+    local ns=$1
+    shift
+    exec ip netns exec "$ns" timeout 20 "$bot" "$@"
+}
+
 # NAME NS ARGS...: a bot in the background, its output in NAME.out and NAME.err.
 bot_in() {
     local name=$1 ns=$2
     shift 2
     # Gone before the start: the shell opens the new files only in the background job.
     rm -f "$dir/$name.out" "$dir/$name.err"
-    ip netns exec "$ns" timeout 20 "$bot" --delay 0 --level 1 --seed 7 "$@" \
-        >"$dir/$name.out" 2>"$dir/$name.err" &
+    lab_bot "$ns" --delay 0 --level 1 --seed 7 "$@" >"$dir/$name.out" 2>"$dir/$name.err" &
     eval "${name}_pid=$!"
+}
+
+# NAME NS ARGS...: a bot played to its end, its output in NAME.out and NAME.err; its status.
+bot_at() {
+    local name=$1 ns=$2
+    shift 2
+    lab_bot "$ns" "$@" >"$dir/$name.out" 2>"$dir/$name.err" &
+    ended_within $! 25 "$name"
 }
 
 # NAME PATTERN SECONDS: the line of NAME's standard error matching PATTERN.
@@ -56,12 +72,32 @@ far_call_v6() {
     ip netns exec "$far" timeout 2 bash -c "exec 3<>/dev/tcp/$home6/8895" 2>/dev/null
 }
 
-# PID SECONDS WHAT: the program's exit status, or a failure once it has not ended within SECONDS.
+# PID: where each thread of PID and of its children stands, when gdb is there to tell.
+stacks() {
+    command -v gdb >/dev/null || return 0
+    local pid
+    for pid in "$1" $(pgrep -P "$1"); do
+        echo "--- stacks of $(tr '\0' ' ' <"/proc/$pid/cmdline" 2>/dev/null)"
+        timeout 30 gdb -p "$pid" -batch -ex 'thread apply all bt 20' 2>/dev/null |
+            grep -E '^(#|Thread)' | head -n 80
+    done
+}
+
+# PID SECONDS WHAT: the program's exit status once it has ended, or a failure, with where it
+# stands, when it has not ended within SECONDS; a program that ran out of its time fails too.
 ended_within() {
+    local status
     for _ in $(seq $(($2 * 10))); do
-        kill -0 "$1" 2>/dev/null || { wait "$1"; return; }
+        if ! kill -0 "$1" 2>/dev/null; then
+            wait "$1"
+            status=$?
+            [ "$status" -ne 124 ] || fail "$3: still running when its time was up"
+            return "$status"
+        fi
         sleep 0.1
     done
+    stacks "$1"
+    pkill -KILL -P "$1"
     kill -KILL "$1" 2>/dev/null
     fail "$3: still running $2 s after it was told to end"
 }
@@ -99,8 +135,7 @@ window_ends() {
     await_line win "$both_told" 8 >/dev/null
     if [ -n "$far_game" ]; then
         rm -f "$dir/far.err"
-        ip netns exec "$far" timeout 20 "$bot" --delay 300 --level 1 --connect $outside \
-            >"$dir/far.out" 2>"$dir/far.err" &
+        lab_bot "$far" --delay 300 --level 1 --connect $outside >"$dir/far.out" 2>"$dir/far.err" &
         far_pid=$!
         await_line far "playing " 5 >/dev/null
     fi
@@ -120,10 +155,11 @@ window_ends() {
     echo "window $how${far_game:+ mid-game}: given back"
 }
 
-# bot|window: the router is slow to take the port back (frozen while the program ends), and the
-# program waits for it, within the give-back's bound, rather than leave with the port open.
+# bot|window [twice]: the router is slow to take the port back (frozen while the program ends),
+# and the program waits for it, within the give-back's bound, rather than leave with the port
+# open; told twice, it ends at once, as a player who asks again wants (the port stays open then).
 slow_give_back() {
-    local who=$1 pid
+    local who=$1 twice=${2:-} pid status
     if [ "$who" = bot ]; then
         rm -f "$dir/signalled.err"
         ip netns exec "$home" "$bot" --delay 0 --level 1 --serve --open-router \
@@ -143,6 +179,15 @@ slow_give_back() {
     if ! kill -0 "$pid" 2>/dev/null; then
         kill -CONT "$daemon"
         fail "$who: ended without waiting for the router to take the port back"
+    fi
+    if [ -n "$twice" ]; then
+        kill -TERM "$pid"
+        ended_within "$pid" 1 "$who told twice to end"
+        status=$?
+        kill -CONT "$daemon"
+        [ "$status" -eq 143 ] || fail "$who told twice: ended with status $status, not by the signal"
+        echo "$who: told twice to end, ended at once"
+        return
     fi
     kill -CONT "$daemon"
     ended_within "$pid" 5 "$who with a slow router"
@@ -187,9 +232,8 @@ game_through_router() {  # CASE ROUNDS [HOME_NS]
     address=$(sed -nE 's/.*connect to ([^ ,]+)[.,].*/\1/p' <<<"$sentence")
     [ -n "$address" ] || fail "$case: no outside address in '$sentence'"
     held_while_serving "$case"
-    ip netns exec "$far" timeout 20 "$bot" --delay 0 --level 1 --connect "$address" \
-        >"$dir/far.out" 2>"$dir/far.err"
-    wait "$server_pid" || fail "$case: the server ended with status $?"
+    bot_at far "$far" --delay 0 --level 1 --connect "$address"
+    ended_within "$server_pid" 25 "$case: the server" || fail "$case: the server ended with status $?"
     grep -q "^Round $rounds:" "$dir/far.out" || fail "$case: the far player did not finish $rounds rounds"
     echo "$case: $sentence"
 }
@@ -209,7 +253,7 @@ game_through_router "taken port" 1
 grep -q "another machine's" "$dir/server.err" || fail "taken port: the other outside port was not told"
 grep -q "connect to $outside:88" "$dir/server.err" || fail "taken port: no address:port told"
 kill -TERM "$holder_pid"
-wait "$holder_pid"
+ended_within "$holder_pid" 5 "the bot holding the other machine's port"
 nothing_held || fail "a bot stopped by a signal left its mapping or pinhole"
 
 # The far player's program is killed mid-game: the server gives up waiting and gives the port back.
@@ -220,7 +264,7 @@ ip netns exec "$far" "$bot" --delay 200 --level 1 --connect $outside \
 far_pid=$!
 await_line server "playing " 5 >/dev/null
 { kill -KILL "$far_pid"; wait "$far_pid"; } 2>/dev/null
-wait "$server_pid"
+ended_within "$server_pid" 25 "lost game: the server"
 grep -q "giving up" "$dir/server.err" || fail "lost game: the server did not give up"
 nothing_held || fail "lost game: a mapping or pinhole is left after the server gave up"
 echo "lost game: given back"
@@ -231,19 +275,18 @@ echo "lost game: given back"
 # again once the bot has gone and the pinhole with it.
 bot_in server "$home" --serve --rounds 1
 await_line server "waiting for an opponent" 5 >/dev/null
-ip netns exec "$far" timeout 20 "$bot" --connect "$home6" >"$dir/far.out" 2>"$dir/far.err"
+bot_at far "$far" --connect "$home6"
 grep -q "Nothing answered at $home6, port 8895, in time: .* the server's home may not let players in" \
     "$dir/far.err" || fail "IPv6: the far player's call before the pinhole was not told as unanswered"
 kill -TERM "$server_pid"
-wait "$server_pid"
+ended_within "$server_pid" 5 "IPv6: the server without a pinhole"
 bot_in server "$home" --serve --open-router --rounds 1
 sentence=$(await_line server "$both_told" 5) || fail "IPv6: the server never told both doors"
 address=$(sed -nE 's/.*with IPv6 to ([^ ]+)\.$/\1/p' <<<"$sentence")
 [ "$address" = "$home6" ] || fail "IPv6: told '$sentence', not the home machine's address"
 [ "$(pinholes)" -eq 1 ] || fail "IPv6: the router holds $(pinholes) pinholes while the bot serves"
-ip netns exec "$far" timeout 20 "$bot" --delay 0 --level 1 --connect "$address" \
-    >"$dir/far.out" 2>"$dir/far.err"
-wait "$server_pid" || fail "IPv6: the server ended with status $?"
+bot_at far "$far" --delay 0 --level 1 --connect "$address"
+ended_within "$server_pid" 25 "IPv6: the server" || fail "IPv6: the server ended with status $?"
 grep -q "^Round 1:" "$dir/far.out" || fail "IPv6: the far player did not play through the pinhole"
 nothing_held || fail "IPv6: a mapping or pinhole is left after the server quit"
 far_call_v6
@@ -256,6 +299,8 @@ pinholes_offered=0
 game_through_router "NAT-PMP" 1
 nothing_held || fail "NAT-PMP: a mapping or pinhole is left after the server quit"
 bot_signals
+# Last before this router goes: the mapping the bot leaves is the router's to forget.
+slow_give_back bot twice
 
 # Nobody answers: one sentence within the bound, and a player on the home network plays on.
 start_router none
@@ -265,9 +310,8 @@ await_line server "No door is open" 5 >/dev/null
 elapsed=$((($(date +%s%N) - started) / 1000000))
 [ "$elapsed" -le 4000 ] || fail "no router: told after $elapsed ms"
 [ "$(grep -c "No router answered" "$dir/server.err")" -eq 2 ] || fail "no router: not one sentence a door"
-ip netns exec "$home2" timeout 20 "$bot" --delay 0 --level 1 --connect 192.168.77.2 \
-    >"$dir/far.out" 2>"$dir/far.err"
-wait "$server_pid" || fail "no router: the server ended with status $?"
+bot_at far "$home2" --delay 0 --level 1 --connect 192.168.77.2
+ended_within "$server_pid" 25 "no router: the server" || fail "no router: the server ended with status $?"
 grep -q "^Round 1:" "$dir/far.out" || fail "no router: the home player did not play"
 echo "no router: told after $elapsed ms, LAN play went on"
 
@@ -290,7 +334,7 @@ if [ -n "$window_tests" ]; then
     pinholes_offered=1
     ip netns exec "$home" env QT_QPA_PLATFORM=offscreen KELVANE_LAB_OUTSIDE=$outside \
         KELVANE_LAB_HOME6=$home6 KELVANE_LAB_FAR="$far" \
-        "$window_tests" --gtest_filter='RouterWindow.*' >"$dir/window.out" 2>&1 ||
+        timeout -k 3 60 "$window_tests" --gtest_filter='RouterWindow.*' >"$dir/window.out" 2>&1 ||
         { cat "$dir/window.out"; fail "the window's test failed"; }
     grep -q "PASSED.*1 test" "$dir/window.out" || fail "the window's test did not run"
     echo "window: told both addresses and played a round through the pinhole"
@@ -301,6 +345,7 @@ if [ -n "$window_tests" ]; then
     start_router no
     pinholes_offered=0
     window_ends HUP
+    slow_give_back window twice
 fi
 
 # The provider shares the router's outside address among many homes, and the router offers no

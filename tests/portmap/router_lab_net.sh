@@ -21,7 +21,14 @@ dir=$(mktemp -d)
 daemon=
 cleanup() {
     [ -n "$daemon" ] && kill "$daemon" 2>/dev/null && wait "$daemon" 2>/dev/null
-    jobs -p | xargs -r kill 2>/dev/null
+    # What is still running after a failure is told to end, and killed if it does not.
+    local left pid
+    left=$(jobs -p)
+    if [ -n "$left" ]; then
+        kill $left 2>/dev/null
+        sleep 1
+        for pid in $left; do kill -KILL $(pgrep -P "$pid") "$pid" 2>/dev/null; done
+    fi
     for ns in $home $home2 $router $far; do ip netns del "$ns" 2>/dev/null; done
     rm -rf "$dir"
 }
