@@ -20,7 +20,8 @@ home6=2001:db8:77::2
 dir=$(mktemp -d)
 daemon=
 cleanup() {
-    [ -n "$daemon" ] && kill "$daemon" 2>/dev/null && wait "$daemon" 2>/dev/null
+    # A failure may come while the router is frozen: it hears its TERM once it goes on.
+    [ -n "$daemon" ] && kill "$daemon" 2>/dev/null && kill -CONT "$daemon" && wait "$daemon" 2>/dev/null
     # What is still running after a failure is told to end, and killed if it does not.
     local left pid
     left=$(jobs -p)
