@@ -97,6 +97,12 @@ set +e
 start_router() {
     [ -n "$daemon" ] && { kill "$daemon"; wait "$daemon" 2>/dev/null; }
     daemon=
+    # A router started again holds nothing of the last one's: a door left open by a program
+    # killed while giving it back goes with the router that opened it.
+    local chain
+    for chain in miniupnpd prerouting_miniupnpd postrouting_miniupnpd; do
+        ip netns exec "$router" nft flush chain inet filter "$chain"
+    done
     local outside_now=$outside/24 upnp=$1 ipv6=ext_ifname6=wan0
     [ "$1" = shared ] && { outside_now=100.64.0.1/10 upnp=yes ipv6=ipv6_disable=yes; }
     ip -n "$router" -4 addr flush dev wan0
