@@ -57,12 +57,11 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
 // what is no address are the window's test, telling_test.cpp, through a real socket.)
 TEST(Texts, AFailedCallSaysWhyAndWhere) {
     const auto told = [](ConnectFailure failure, const std::string& host) {
-        Notice n;
-        n.kind = NoticeKind::kUnableToConnect;
-        n.failure = failure;
-        n.host = host;
-        n.port = 8895;
-        return NoticeBox(n).text;
+        return NoticeBox({.kind = NoticeKind::kUnableToConnect,
+                          .failure = failure,
+                          .host = host,
+                          .port = 8895})
+            .text;
     };
     const std::pair<std::string, std::string> texts[] = {
         {told(ConnectFailure::kNoAnswer, "10.0.0.5"),
