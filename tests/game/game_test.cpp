@@ -300,10 +300,8 @@ TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
 // they stand.
 TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     GameState s;
-    s.MeldCredit[Card("5S")] = 5;
-    s.MeldCredit[Card("KS")] = 10;
-    s.MeldCredit[Card("AD")] = 15;
-    s.MeldCredit[Card("TH")] = -10;
+    for (const auto& [card, credit] : {std::pair{"5S", 5}, {"KS", 10}, {"AD", 15}, {"TH", -10}})
+        s.MeldCredit[Card(card)] = credit;
     test::SetHand(s, "TC AC");
     test::SetRemoteHand(s, "KH");
     s.LocalScore = 20;

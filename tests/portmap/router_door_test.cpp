@@ -108,10 +108,6 @@ int Count(const std::vector<std::string>& log, const std::string& line) {
     return static_cast<int>(std::count(log.begin(), log.end(), line));
 }
 
-bool Has(const std::vector<std::string>& log, const std::string& line) {
-    return Count(log, line) > 0;
-}
-
 const DoorReport kOpened{DoorOutcome::kOpen, "203.0.113.7", 8895, 8895, "NAT-PMP", 3600};
 // Renewals come at once in these tests; the door renews a few times before the test looks.
 constexpr LeaseTimes kQuickLease{3600, 1ms, 1ms, 2};
@@ -145,8 +141,8 @@ TEST(RouterDoor, ARefusedRenewalIsAskedAgainAndToldOnlyWhenEveryRetryFails) {
                                         "renewed"));
             door.reset();
         }
-        ASSERT_TRUE(
-            router.AwaitLog([&](const auto& log) { return Has(log, "give back"); }, "gave back"));
+        ASSERT_TRUE(router.AwaitLog([&](const auto& log) { return Count(log, "give back") > 0; },
+                                    "gave back"));
         // The router outlives the door's thread.
         door.reset();
         ASSERT_TRUE(AwaitGiveBacks(10s));
@@ -196,7 +192,8 @@ TEST(RouterDoor, StoppingLeavesTheGiveBackToItsOwnThreadAndTheLastWaitIsBounded)
     ScriptedRouter router(kOpened);
     router.Hold(router.holdGiveBack, true);
     auto door = std::make_unique<RouterDoor>(8895, router.Tell(), router.Calls(), kQuickLease);
-    ASSERT_TRUE(router.AwaitLog([](const auto& log) { return Has(log, "renew"); }, "renewed"));
+    ASSERT_TRUE(
+        router.AwaitLog([](const auto& log) { return Count(log, "renew") > 0; }, "renewed"));
     // Stopped on a thread of the test's, so that a door that waited for the router fails the
     // test instead of holding it.
     auto stopped = std::async(std::launch::async, [&door] { door.reset(); });
