@@ -273,8 +273,7 @@ TEST(Receiving, DataArrivingDuringAModalBoxWaitsForTheHandler) {
     t.prompts.duringBox = [&] {
         t.Arrive("(C:second)");
         // He leaves after his last words: that too waits, and is heard after them.
-        t.socket.states[0] = kSocketClosed;
-        t.table.tcpTalker_Close(0);
+        t.HangUp(0);
         countDuringBox = std::ranges::count(t.screen.log, "ChatLineAdded");
     };
     t.prompts.answers = {false};
@@ -309,8 +308,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     EXPECT_EQ(t.socket.sent[1], Frame(deal));
     t.Arrive(hello({2, {}, 0, 0, clientKey, "the client"}), 1);
     ASSERT_TRUE(t.table.KelvaneOpponent());
-    t.socket.states[1] = kSocketClosed;
-    t.table.tcpTalker_Close(1);
+    t.HangUp(1);
     ASSERT_TRUE(t.table.WaitingForOpponent());
 
     long request = 2;
@@ -339,8 +337,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     call(2);
     const std::string first = challenge;
     // He leaves: nothing else happens.
-    t.socket.states[2] = kSocketClosed;
-    t.table.tcpTalker_Close(2);
+    t.HangUp(2);
     EXPECT_EQ(t.socket.calls.back(), "Close 2");
     EXPECT_TRUE(t.table.WaitingForOpponent());
     const std::string stranger = hello({2, Fnv1a(deal), 1, 0, "", "a stranger who saw the deal"});
@@ -408,8 +405,7 @@ TEST(Session, AServerDealsToItsFirstCallerAndLetsOnlyItBackIn) {
     // Lost again. While the player is asked about a new player, callers from four addresses fill
     // the room (socket 3 stays the lost connection's) and a fifth takes the new player's place:
     // the Yes was about him, not his successor.
-    t.socket.states[3] = kSocketClosed;
-    t.table.tcpTalker_Close(3);
+    t.HangUp(3);
     t.prompts.answers = {true, true};
     t.socket.addresses[2] = "203.0.113.4";
     call(2);
@@ -448,8 +444,7 @@ TEST(Session, ACallerWhoLeavesWithoutAWordEndsNothing) {
         t.table.tcpTalker_ConnectionRequest(0, request);
         ASSERT_EQ(t.socket.sent.size(), 2u);
         EXPECT_EQ(t.s.Role, kRoleServer);
-        t.socket.states[1] = kSocketClosed;
-        t.table.tcpTalker_Close(1);
+        t.HangUp(1);
         EXPECT_FALSE(t.table.ended());
         EXPECT_TRUE(t.prompts.boxes.empty());
         EXPECT_EQ(t.s.Role, kRoleNotConnected);
@@ -459,8 +454,7 @@ TEST(Session, ACallerWhoLeavesWithoutAWordEndsNothing) {
     // One who spoke is an opponent: his leaving ends the program as before.
     t.table.tcpTalker_ConnectionRequest(0, 4);
     t.Arrive("(C:hello)", 1);
-    t.socket.states[1] = kSocketClosed;
-    t.table.tcpTalker_Close(1);
+    t.HangUp(1);
     EXPECT_TRUE(t.table.ended());
 }
 
