@@ -152,6 +152,11 @@ struct TableUnderTest {
         socket.waiting[index] += bytes;
         table.tcpTalker_DataArrival(index);
     }
+    // The other end closes connection `index`.
+    void HangUp(int index) {
+        socket.states[index] = kSocketClosed;
+        table.tcpTalker_Close(index);
+    }
     // Connected as the client mid-round; the stock holds KS down to 4S from the top.
     void MidRound(const char* hand, const char* upPile) {
         s.Role = kRoleClient;

@@ -181,8 +181,7 @@ TEST(FastRound, GreedyPlayerMeldsOutWhileTheStackLastsAndKeepsLivePairs) {
         r.hand[0] = hand;
         r.up = {39, 52, 5};
         r.upCount = 3;
-        r.myTurn = true;
-        r.hasDrawn = true;
+        r.myTurn = r.hasDrawn = true;
         r.takenUp = {0, 0};
         r.stackCount = stack;
         MeldBuffer scratch;

@@ -195,30 +195,21 @@ TEST(MeldRules, AcceptExactlyTheSetsAndRunsOfAnIndependentJudge) {
 // A card melds with what its player would hold: the hand, and the up pile from the card upward
 // when the card lies there.
 TEST(CheckMeld, ByTheHandTheUpPileAndTheTable) {
-    // The meld columns in table order, the up pile bottom first, the hand, the card.
+    // The meld columns in table order, the up pile bottom first, the hand, the card. The up pile
+    // stays where it is, and a card from nowhere does not count itself; no run wraps past the ace;
+    // a run column never helps a set, nor a set column a run; and, a quick test rather than a
+    // search, the ace closing Q K A still counts below the two.
     const std::tuple<const char*, const char*, const char*, const char*, bool> cases[] = {
-        {"", "", "7S 7D 7C", "7S", true},
-        {"", "", "7S 7D 9C", "7S", false},
-        {"", "7H 9C", "7S 7D", "7S", false},  // the up pile stays where it is
-        {"", "7H", "7S 7D", "7C", false},     // a card from nowhere does not count itself
-        {"", "5H 7H 9S", "6H", "5H", true},
-        {"", "5H 9S 7H", "6H", "7H", false},
-        {"", "", "KC AC 2C", "AC", false},  // no run wraps past the ace
-        {"", "", "QC KC AC", "AC", true},
-        {"", "AD 2D", "3D", "AD", true},
-        {"9S 9D 9C", "", "2C 5D", "9H", true},
-        {"4C 5C 6C", "", "", "3C", true},
-        {"4C 5C 6C", "", "", "7D", false},
-        {"4C 5C 6C", "", "2D", "8C", false},
-        {"4C 5C 6C", "", "7C", "8C", true},
-        // A run column never helps a set, nor a set column a run.
-        {"8D 9D TD", "", "8S 8C", "8S", false},
-        {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
-        {"4C 5C 6C|9S 9D 9C", "", "", "9H", true},
-        {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
-        // A quick test, not a search: the ace closing Q K A still counts below the two.
-        {"QC KC AC", "", "2C", "3C", true},
-    };
+        {"", "", "7S 7D 7C", "7S", true},          {"", "", "7S 7D 9C", "7S", false},
+        {"", "7H 9C", "7S 7D", "7S", false},       {"", "7H", "7S 7D", "7C", false},
+        {"", "5H 7H 9S", "6H", "5H", true},        {"", "5H 9S 7H", "6H", "7H", false},
+        {"", "", "KC AC 2C", "AC", false},         {"", "", "QC KC AC", "AC", true},
+        {"", "AD 2D", "3D", "AD", true},           {"9S 9D 9C", "", "2C 5D", "9H", true},
+        {"4C 5C 6C", "", "", "3C", true},          {"4C 5C 6C", "", "", "7D", false},
+        {"4C 5C 6C", "", "2D", "8C", false},       {"4C 5C 6C", "", "7C", "8C", true},
+        {"8D 9D TD", "", "8S 8C", "8S", false},    {"7S 7D 7H", "", "5H 8H 6H", "6H", false},
+        {"4C 5C 6C|9S 9D 9C", "", "", "9H", true}, {"9S 9D 9C|4C 5C 6C", "", "", "7C", true},
+        {"QC KC AC", "", "2C", "3C", true}};
     for (const auto& [table, upPile, hand, card, meldable] : cases) {
         EXPECT_EQ(CheckMeld(Position(hand, upPile, table), test::Card(card)), meldable)
             << table << " / " << upPile << " / " << hand << " / " << card;
@@ -256,8 +247,7 @@ TEST(MeldSearch, TurnCanEndUnlessOnlyAnUnplayableCardIsLeft) {
         {"7C 2H", "7S 7D 7H", "", "", "7C", false, true},
         {"", "", "", "", "", true, false},
         {"", "", "5H", "", "", true, false},
-        {"9C", "", "5H", "", "", true, true},
-    };
+        {"9C", "", "5H", "", "", true, true}};
     for (const auto& [hand, table, upPile, takenAlone, mustMeld, stockEmpty, canEnd] : cases) {
         GameState s = Position(hand, upPile, table);
         if (*takenAlone) s.TakenUpCard = Card(takenAlone);
@@ -310,10 +300,8 @@ TEST(Scoring, RoundEndsOnAnEmptyHandNotFloatingOrAnEmptyStock) {
 // they stand.
 TEST(Scoring, RoundResultIsMeldedPointsLessTheHandAndTheGameEndsAt500) {
     GameState s;
-    s.MeldCredit[Card("5S")] = 5;
-    s.MeldCredit[Card("KS")] = 10;
-    s.MeldCredit[Card("AD")] = 15;
-    s.MeldCredit[Card("TH")] = -10;
+    for (const auto& [card, credit] : {std::pair{"5S", 5}, {"KS", 10}, {"AD", 15}, {"TH", -10}})
+        s.MeldCredit[Card(card)] = credit;
     test::SetHand(s, "TC AC");
     test::SetRemoteHand(s, "KH");
     s.LocalScore = 20;

@@ -10,17 +10,16 @@ namespace {
 
 // What "Connect to a server" and --connect make of what a player types, and back.
 TEST(ServerAddress, EveryFormGivesItsHostAndPortOrIsRefused) {
+    // Typed, and "host port".
     const std::pair<std::string, std::string> accepted[] = {
-        // typed, "host port"
         {"friend.example.org", "friend.example.org 8895"},
         {"203.0.113.7:8896", "203.0.113.7 8896"},
         {"host:1", "host 1"},
         {"host:65535", "host 65535"},
-        {"[2001:db8::7]:8896", "2001:db8::7 8896"},
         {"[::1]", "::1 8895"},
+        {"[2001:db8::7]:8896", "2001:db8::7 8896"},
         {"2001:db8::7", "2001:db8::7 8895"},
-        {"::1", "::1 8895"},
-    };
+        {"::1", "::1 8895"}};
     const auto read = [](const std::string& typed) {
         const auto address = ParseServerAddress(typed);
         return address ? address->host + " " + std::to_string(address->port) : "refused";
@@ -50,52 +49,25 @@ TEST(ServerAddress, OnlyPrivateAndSharedIPv4AddressesAreUnreachableFromOutside) 
 // A router's yes is judged before a player is told an address to give: only what someone on the
 // internet can type, with a real port and a lease still running, is a door.
 TEST(RouterAnswer, OnlyAReachableAddressWithAPortAndALeaseIsADoor) {
-    struct Answer {
-        const char* address;
-        int port;
-        int lease;
-        DoorOutcome judged;
+    using enum DoorOutcome;
+    const auto judged = [](const char* address, int port = 8895, int lease = 3600) {
+        return JudgeDoor({kOpen, address, port, 8895, "UPnP", lease});
     };
-    const Answer answers[] = {
-        {"203.0.113.7", 8895, 3600, DoorOutcome::kOpen},
-        {"11.22.33.1", 8896, 1, DoorOutcome::kOpen},
-        {"2001:db8::7", 8895, 3600, DoorOutcome::kOpen},
-        {"::ffff:203.0.113.7", 8895, 3600, DoorOutcome::kOpen},
-        {"192.168.1.1", 8895, 3600, DoorOutcome::kShared},
-        {"100.64.0.1", 8895, 3600, DoorOutcome::kShared},
-        // unspecified
-        {"0.0.0.0", 8895, 3600, DoorOutcome::kNoDoor},
-        {"0.1.2.3", 8895, 3600, DoorOutcome::kNoDoor},
-        {"::", 8895, 3600, DoorOutcome::kNoDoor},
-        // this machine's own
-        {"127.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
-        {"127.255.0.9", 8895, 3600, DoorOutcome::kNoDoor},
-        {"::1", 8895, 3600, DoorOutcome::kNoDoor},
-        {"::ffff:127.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
-        // link-local
-        {"169.254.3.4", 8895, 3600, DoorOutcome::kNoDoor},
-        {"fe80::1", 8895, 3600, DoorOutcome::kNoDoor},
-        // multicast, reserved, broadcast
-        {"224.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
-        {"239.255.255.250", 8895, 3600, DoorOutcome::kNoDoor},
-        {"240.0.0.1", 8895, 3600, DoorOutcome::kNoDoor},
-        {"255.255.255.255", 8895, 3600, DoorOutcome::kNoDoor},
-        {"ff02::1", 8895, 3600, DoorOutcome::kNoDoor},
-        // unreadable
-        {"", 8895, 3600, DoorOutcome::kNoDoor},
-        {"203.0.113", 8895, 3600, DoorOutcome::kNoDoor},
-        {"router.example", 8895, 3600, DoorOutcome::kNoDoor},
-        {"203.0.113.7 ", 8895, 3600, DoorOutcome::kNoDoor},
-        // no port, no lease
-        {"203.0.113.7", 0, 3600, DoorOutcome::kNoDoor},
-        {"203.0.113.7", 65536, 3600, DoorOutcome::kNoDoor},
-        {"203.0.113.7", 8895, 0, DoorOutcome::kNoDoor},
-    };
-    for (const Answer& a : answers) {
-        const DoorReport report{DoorOutcome::kOpen, a.address, a.port, 8895, "UPnP", a.lease};
-        EXPECT_EQ(JudgeDoor(report), a.judged)
-            << "'" << a.address << "' port " << a.port << " lease " << a.lease;
-    }
+    for (const char* open : {"203.0.113.7", "2001:db8::7", "::ffff:203.0.113.7"})
+        EXPECT_EQ(judged(open), kOpen) << open;
+    EXPECT_EQ(judged("11.22.33.1", 8896, 1), kOpen);
+    for (const char* shared : {"192.168.1.1", "100.64.0.1"})
+        EXPECT_EQ(judged(shared), kShared) << shared;
+    // Unspecified; this machine's own; link-local; multicast, reserved, broadcast; unreadable.
+    for (const char* none :
+         {"0.0.0.0", "0.1.2.3", "::", "127.0.0.1", "127.255.0.9", "::1", "::ffff:127.0.0.1",
+          "169.254.3.4", "fe80::1", "224.0.0.1", "239.255.255.250", "240.0.0.1", "255.255.255.255",
+          "ff02::1", "", "203.0.113", "router.example", "203.0.113.7 "})
+        EXPECT_EQ(judged(none), kNoDoor) << "'" << none << "'";
+    // No port, no lease.
+    EXPECT_EQ(judged("203.0.113.7", 0), kNoDoor);
+    EXPECT_EQ(judged("203.0.113.7", 65536), kNoDoor);
+    EXPECT_EQ(judged("203.0.113.7", 8895, 0), kNoDoor);
 }
 
 }  // namespace

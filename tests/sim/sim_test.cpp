@@ -170,10 +170,8 @@ TEST(FuzzReplay, EverySavedInputLeavesTheGameWhole) {
             if (entry.path().filename().string().starts_with(".")) continue;
             std::ifstream in(entry.path(), std::ios::binary);
             const std::string input((std::istreambuf_iterator<char>(in)), {});
-            EXPECT_EQ(
-                fuzz::TryBytes(reinterpret_cast<const std::uint8_t*>(input.data()), input.size()),
-                "")
-                << entry.path();
+            const auto* bytes = reinterpret_cast<const std::uint8_t*>(input.data());
+            EXPECT_EQ(fuzz::TryBytes(bytes, input.size()), "") << entry.path();
             ++replayed;
         }
     }

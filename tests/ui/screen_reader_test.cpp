@@ -83,10 +83,7 @@ TEST_F(ScreenReader, EveryInputTextAreaAndFrameHasItsName) {
         }
     }
     EXPECT_FALSE(Reader(window.tableKeys())->text(QAccessible::Description).isEmpty());
-}
-
-// The opponent's hand says how many cards he holds, as its caption does.
-TEST_F(ScreenReader, TheOpponentsHandSaysItsCount) {
+    // The opponent's hand says how many cards he holds, as its caption does.
     auto* hand = window.findChild<QGroupBox*>("frRemoteHand");
     for (const auto& [cards, name] : {std::pair{"3C 4C 5C 6C 7C 8C 9C", "7 cards"},
                                       std::pair{"KD", "1 card"}, std::pair{"", "0 cards"}}) {

@@ -113,10 +113,8 @@ TEST_F(Telling, EnterGivesTheSafeAnswerAndTitlesShowWhole) {
 // reached 500, while the state behind moves on to the next deal of a new game.
 TEST_F(Telling, TheResultsKeepTheirFiguresWhateverIsDealtBehind) {
     GameState& s = state();
-    s.MeldCredit[test::Card("AH")] = 15;
-    s.MeldCredit[test::Card("KH")] = 10;
-    s.MeldCredit[test::Card("5S")] = 5;
-    s.MeldCredit[test::Card("QS")] = -10;
+    for (const auto& [card, credit] : {std::pair{"AH", 15}, {"KH", 10}, {"5S", 5}, {"QS", -10}})
+        s.MeldCredit[test::Card(card)] = credit;
     test::SetHand(s, "AD 4C");
     test::SetRemoteHand(s, "KD");
     s.LocalScore = 505;

@@ -437,10 +437,8 @@ TEST(WindowServingBehindARouter, OnlyOpenDoorsAreGivenAndALostOneIsTold) {
     window.action("mnuOpenRouter")->setChecked(true);
     QAction* copy = window.action("mnuCopyAddress");
     const DoorReport open{DoorOutcome::kOpen, "203.0.113.7", 8896, 8895, "UPnP", 3600};
-    DoorReport lost = open, shared = open;
-    lost.outcome = DoorOutcome::kLost;
-    shared.outsideAddress = "100.64.0.1";
-    shared.outcome = DoorOutcome::kShared;
+    const DoorReport lost{DoorOutcome::kLost, "203.0.113.7", 8896, 8895, "UPnP", 3600},
+        shared{DoorOutcome::kShared, "100.64.0.1", 8896, 8895, "UPnP", 3600};
     const std::string v6 = "[2001:db8:77::2]:@";
     // The router's answers in turn, the address copied after them ("" for the one a friend on
     // this network reaches when no other does; @ the serving port), what the history's last line

@@ -20,9 +20,8 @@ using test::Card;
 TEST(Texts, WhatThePlayerReadsAndHears) {
     GameState s;
     s.GamesPlayed = 1;
-    s.MeldCredit[Card("AH")] = 15;
-    s.MeldCredit[Card("KH")] = 10;
-    s.MeldCredit[Card("QS")] = -10;
+    for (const auto& [card, credit] : {std::pair{"AH", 15}, {"KH", 10}, {"QS", -10}})
+        s.MeldCredit[Card(card)] = credit;
     s.TableMelds.AddColumn();
     const Int16 second = test::AddTableMelds(s, "TC JC QC");
     auto floating = [s](bool local, bool remote) mutable {
@@ -53,16 +52,16 @@ TEST(Texts, WhatThePlayerReadsAndHears) {
 }
 
 // A failed call keeps the game's words first and says what happened and where: a machine that
-// does not answer, a name no machine has, a reason the socket could not tell. (A refused port and
-// what is no address are the window's test, telling_test.cpp, through a real socket.)
+// does not answer, a name no machine has. (A reason the socket could not tell is the engine's
+// Session.ConnectingAsTheClient; a refused port and what is no address are the window's test,
+// telling_test.cpp, through a real socket.)
 TEST(Texts, AFailedCallSaysWhyAndWhere) {
     const auto told = [](ConnectFailure failure, const std::string& host) {
-        Notice n;
-        n.kind = NoticeKind::kUnableToConnect;
-        n.failure = failure;
-        n.host = host;
-        n.port = 8895;
-        return NoticeBox(n).text;
+        return NoticeBox({.kind = NoticeKind::kUnableToConnect,
+                          .failure = failure,
+                          .host = host,
+                          .port = 8895})
+            .text;
     };
     const std::pair<std::string, std::string> texts[] = {
         {told(ConnectFailure::kNoAnswer, "10.0.0.5"),
@@ -73,8 +72,6 @@ TEST(Texts, AFailedCallSaysWhyAndWhere) {
         {told(ConnectFailure::kUnknownHost, "nonsense"),
          "Unable to Connect. No machine named \"nonsense\" could be found. Check the name, or type "
          "the server's address (for example 192.168.1.20)."},
-        {told(ConnectFailure::kUnknown, "10.0.0.5"),
-         "Unable to Connect. The connection to 10.0.0.5, port 8895, could not be made."},
         {told(ConnectFailure::kRefused, ""), "Unable to Connect."},
     };
     for (const auto& [got, said] : texts) EXPECT_EQ(got, said);
