@@ -248,8 +248,7 @@ nothing_held || fail "a bot stopped by a signal left its mapping or pinhole"
 # The far player's program is killed mid-game: the server gives up waiting and gives the port back.
 bot_in server "$home" --serve --open-router --resume-timeout 1
 await_line server "$both_told" 5 >/dev/null
-ip netns exec "$far" "$bot" --delay 200 --level 1 --connect $outside \
-    >"$dir/far.out" 2>"$dir/far.err" &
+lab_bot "$far" --delay 200 --level 1 --connect $outside >"$dir/far.out" 2>"$dir/far.err" &
 far_pid=$!
 await_line server "playing " 5 >/dev/null
 { kill -KILL "$far_pid"; wait "$far_pid"; } 2>/dev/null
